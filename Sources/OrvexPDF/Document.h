@@ -1,0 +1,48 @@
+// The library's document: loaded pages are library pages; four information entries as strings; a bag for the host.
+#pragma once
+
+#include "OrvexPDF/Page.h"
+#include "Platform/PDF/PDFDocument.h"
+
+#include <any>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orvex {
+
+class OrvexPDFDocument : public PDFDocument {
+public:
+    OrvexPDFDocument() = default;
+    /// Null when the bytes are no PDF that can be opened; the reason goes to `why` when given.
+    static std::shared_ptr<OrvexPDFDocument> fromData(const Bytes& data, std::optional<PDFOpenError>* why = nullptr);
+    /// The same for a file; an unreadable one gives null as well.
+    static std::shared_ptr<OrvexPDFDocument> fromFile(const std::filesystem::path& url,
+                                                      std::optional<PDFOpenError>* why = nullptr);
+
+    /// Never absent: empty when the entry is missing or not a string. Writing an empty text keeps an empty entry.
+    [[nodiscard]] std::string title() const { return info(PDFInfoKey::title); }
+    [[nodiscard]] std::string author() const { return info(PDFInfoKey::author); }
+    [[nodiscard]] std::string creator() const { return info(PDFInfoKey::creator); }
+    [[nodiscard]] std::string producer() const { return info(PDFInfoKey::producer); }
+    void setTitle(std::string text) { setInfo(PDFInfoKey::title, std::move(text)); }
+    void setAuthor(std::string text) { setInfo(PDFInfoKey::author, std::move(text)); }
+    void setCreator(std::string text) { setInfo(PDFInfoKey::creator, std::move(text)); }
+    void setProducer(std::string text) { setInfo(PDFInfoKey::producer, std::move(text)); }
+
+    std::map<std::string, std::any> userInfo; ///< the host's; "sidecar" marks scans with a text layer
+
+    /// The library pages in page order; platform pages are passed over.
+    [[nodiscard]] std::vector<OrvexPDFPagePtr> orvexPages() const;
+    /// The library page at an index, or null.
+    [[nodiscard]] OrvexPDFPagePtr orvexPage(std::int64_t at) const;
+
+protected:
+    [[nodiscard]] PDFPagePtr makePage(PDFPageContent content) const override;
+};
+
+using OrvexPDFDocumentPtr = std::shared_ptr<OrvexPDFDocument>;
+
+} // namespace orvex

@@ -1,0 +1,118 @@
+// The owner of one open document: its pages, a record per page, its measured size, its undo steps and its news.
+#pragma once
+
+#include "OrvexPDF/Document.h"
+#include "OrvexPDF/PageMeta.h"
+#include "Platform/Foundation/MainQueue.h"
+#include "Platform/Foundation/NotificationCenter.h"
+#include "Platform/Foundation/UndoManager.h"
+
+#include <any>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvex {
+
+/// The host's side of the manager; held weakly. Both calls come on the main thread.
+class OrvexPDFDocumentManagerDelegate {
+public:
+    OrvexPDFDocumentManagerDelegate() = default;
+    OrvexPDFDocumentManagerDelegate(const OrvexPDFDocumentManagerDelegate&) = delete;
+    OrvexPDFDocumentManagerDelegate& operator=(const OrvexPDFDocumentManagerDelegate&) = delete;
+    virtual ~OrvexPDFDocumentManagerDelegate() = default;
+    /// The content changed (once per batch), just before PDFDocumentContentChanged is posted.
+    virtual void documentDidChange() = 0;
+    /// A page was built from its record; rotation and watermark are set. The host may decorate it.
+    virtual void didGenerate(OrvexPDFPage& page) = 0;
+};
+
+/// Posted to the default centre on the main thread; the object is the manager's document.
+inline const NotificationName PDFDocumentContentChanged{"OrvexPDFDocumentContentChanged"};
+inline const NotificationName PDFDocumentBytesChanged{"OrvexPDFDocumentBytesChanged"};
+
+/// Meant to be driven from the main thread. Called from another one, edits are carried to the main queue and the caller
+/// waits; what is read meanwhile is not guarded. Page indices count from 0; -1 appends.
+class OrvexPDFDocumentManager : public std::enable_shared_from_this<OrvexPDFDocumentManager> {
+public:
+    /// A manager with an empty document.
+    static std::shared_ptr<OrvexPDFDocumentManager> create();
+    /// As create(), then load(); a failed load leaves the empty document.
+    static std::shared_ptr<OrvexPDFDocumentManager> create(const std::filesystem::path& url);
+    OrvexPDFDocumentManager(const OrvexPDFDocumentManager&) = delete;
+    OrvexPDFDocumentManager& operator=(const OrvexPDFDocumentManager&) = delete;
+
+    std::weak_ptr<OrvexPDFDocumentManagerDelegate> delegate;
+    OrvexPDFDocumentPtr pdfDoc;               ///< never null
+    std::vector<OrvexPDFPageMeta> pagesMeta;  ///< element i describes page i
+    std::int64_t silent = 0;                  ///< depth of batches under way; above 0 nobody is notified
+    std::int64_t originalBytes = 0;           ///< size of the data that was last loaded or replaced
+    std::int64_t documentBytes = 0;           ///< serialised size as last measured
+    bool needsUpdateDocumentBytes = false;    ///< the content changed since
+    const std::string id;                     ///< a new UUID
+    std::shared_ptr<UndoManager> undoManager; ///< the host's; none: nothing is undoable
+    std::string pdfProducer = "Quillo.app";   ///< stamped as Producer, on saving also as Creator
+
+    // Manager.cpp: loading, saving, size, news
+    /// Reads a file and opens it; undo history is cleared, a record per page is appended. False on any failure, with
+    /// nothing changed; lastLoadError() then says why.
+    bool load(const std::filesystem::path& url);
+    bool load(const Bytes& data);
+    [[nodiscard]] const std::string& lastLoadError() const { return lastLoadError_; }
+    [[nodiscard]] std::optional<PDFOpenFailure> lastLoadFailure() const { return lastLoadFailure_; }
+    /// Swaps in another document, undoably; records stay as they are. Bytes that are no PDF: nothing happens.
+    void replaceDocument(const Bytes& data);
+    /// The document as a PDF file, stamped; empty without pages.
+    [[nodiscard]] std::optional<Bytes> dataRepresentation();
+    /// The same, streamed without holding it in memory. False without pages. Throws what the sink throws.
+    bool write(ByteSink& sink);
+    /// Measures documentBytes again when it is stale.
+    void updateDocumentBytes();
+    void setDocumentBytes(std::int64_t bytes);
+    /// Marks the size stale and, outside a batch, tells delegate and observers.
+    void didChangeDocument();
+    /// From another thread: returns when what was queued on the main queue has run.
+    void wait();
+    [[nodiscard]] std::map<std::string, std::any> debugInfo() const;
+
+    // Manager.cpp: edits, each undoable
+    /// Inserts with a copy of the record and returns the record's id, also when the index is refused.
+    std::string insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    std::string append(OrvexPDFPagePtr page);
+    std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
+    void remove(std::int64_t pageAt);
+    void remove(const OrvexPDFPagePtr& page);
+    void replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force);
+
+    // Manager.cpp: lookups
+    [[nodiscard]] OrvexPDFPagePtr page(std::int64_t at) const;
+    /// A copy; an index equal to the page count is fatal.
+    [[nodiscard]] std::optional<OrvexPDFPageMeta> meta(std::int64_t at) const;
+    [[nodiscard]] std::optional<OrvexPDFPageMeta> meta(const std::string& id) const;
+    [[nodiscard]] std::int64_t pageIndex(const std::string& id) const; ///< notFound when unknown
+
+    // Manager+Meta.cpp: pages from records
+    /// The page that the record describes; null without a usable source. The document is not touched.
+    [[nodiscard]] OrvexPDFPagePtr generatePage(const OrvexPDFPageMeta& meta);
+    /// Generates and swaps in, undoably. Nothing happens when no page can be made or the id is unknown.
+    void updateMeta(const OrvexPDFPageMeta& meta, bool force);
+
+private:
+    OrvexPDFDocumentManager();
+    void adoptDocument(OrvexPDFDocumentPtr document);
+    void batch(const std::function<void()>& block);
+    [[nodiscard]] std::map<std::string, std::any> pageDebugInfo(std::int64_t at) const;
+    void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    void _remove(std::int64_t pageAt);
+
+    std::string lastLoadError_;
+    std::optional<PDFOpenFailure> lastLoadFailure_;
+};
+
+} // namespace orvex

@@ -1,0 +1,52 @@
+// The library's page: platform content plus the settings that are drawn over it.
+#pragma once
+
+#include "OrvexPDF/FoundContent.h"
+#include "Platform/PDF/PDFPage.h"
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace orvex {
+
+class OrvexPDFDocument;
+
+enum class OrvexPDFPageErrorCode {
+    cannotCreateBitmap,
+    cannotGetPageAndContext,
+    couldNotOpenPageDictionary,
+    couldNotReadResources,
+    cannotCopyData
+};
+
+/// Settings change only while nothing draws the page.
+class OrvexPDFPage : public PDFPage {
+public:
+    using PDFPage::PDFPage;
+    /// A page as large as the image in points, filled by it; null when the image has no size or representation.
+    static std::shared_ptr<OrvexPDFPage> fromImage(const ImagePtr& image);
+
+    std::optional<std::string> id;                   ///< set by the caller; ties the page to its record
+    bool debug = false;                              ///< draws the text layer visibly
+    std::optional<std::string> watermarkText;        ///< none or empty: no watermark
+    Color watermarkBackgroundColor{1, 1, 1, 1};      ///< carried, not used by the drawing
+    Color watermarkForegroundColor{0.65, 0, 0, 1};   ///< carried, not used by the drawing
+    std::int64_t textRotation = 0;                   ///< degrees, counter-clockwise, of text layer and watermark
+    std::shared_ptr<const OrvexFoundPage> foundPage; ///< recognised text, drawn as the invisible layer
+
+    /// Page.cpp: content, then, turned by textRotation, text layer and watermark.
+    void draw(PDFDisplayBox box, GraphicsContext& context) override;
+    /// A new document that holds this page.
+    [[nodiscard]] std::shared_ptr<OrvexPDFDocument> createDocumentFromPage();
+    /// A deep copy with the settings, without the id; null, with a debug line, when it cannot be made.
+    [[nodiscard]] std::shared_ptr<OrvexPDFPage> clone() const;
+
+    /// Page+DrawContent.cpp: the invisible text layer.
+    void drawInvisibleText(PDFDisplayBox box, GraphicsContext& context) const;
+};
+
+using OrvexPDFPagePtr = std::shared_ptr<OrvexPDFPage>;
+
+} // namespace orvex

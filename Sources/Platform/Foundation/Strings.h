@@ -1,0 +1,41 @@
+// Text helpers that pin how values are written: one place, so that log lines and reports agree.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvex {
+
+/// A new random (version 4) UUID, upper-case 8-4-4-4-12.
+std::string makeUUID();
+
+/// A byte count as file managers show it: decimal units, "Zero KB", "1 byte", "999 bytes", "12 KB", "12.3 MB",
+/// "1.23 GB". English in every locale.
+std::string formatByteCount(std::int64_t bytes);
+
+/// The shortest decimal text that reads back to the same double, always with a point or an exponent: 72.0, 0.5, 1e-05,
+/// 1e+16 (exponents below 1e-4 and above 2^53), nan, inf, -inf.
+std::string describe(double value);
+/// `Optional("text")` with quotes, backslashes and controls escaped, or `nil`.
+std::string describe(const std::optional<std::string>& value);
+/// A path as a file URL: three slashes, percent-encoded.
+std::string fileURL(const std::filesystem::path& path);
+
+/// Removes leading and trailing Unicode white space and line ends (zero-width space included). UTF-8 in and out;
+/// invalid bytes count as text.
+std::string_view trimWhitespaceAndNewlines(std::string_view text);
+
+/// Decodes the code point at `offset` (which must lie inside `text`) and moves `offset` behind it. Invalid UTF-8 gives
+/// U+FFFD and moves by one byte.
+char32_t nextCodePoint(std::string_view text, std::size_t& offset);
+void appendUTF8(std::string& text, char32_t codePoint);
+[[nodiscard]] bool isValidUTF8(std::string_view text);
+/// Characters as people count them, near enough: combining marks, joiners and variation selectors belong to what they
+/// follow, CR LF is one.
+std::size_t countCharacters(std::string_view text);
+
+} // namespace orvex

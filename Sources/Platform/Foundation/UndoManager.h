@@ -1,0 +1,76 @@
+// Undo and redo by registered inverses: what is registered while undoing is the redo.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace orvex {
+
+/// Misuse: closing a group that is not open, undoing inside an open group or inside an undo.
+class UndoError : public std::logic_error {
+public:
+    using std::logic_error::logic_error;
+};
+
+/// Handlers run on the thread that calls undo() or redo(); all calls belong on one thread (the host's main thread).
+///
+/// With groupsByEvent (the default), a registration outside a group opens an event group. Where a loop is attached to
+/// the main queue it is closed at the end of the current event; without one it is closed at once, so that one edit is
+/// one step. Groups in which nothing was registered leave no step.
+class UndoManager {
+public:
+    UndoManager();
+    ~UndoManager();
+    UndoManager(const UndoManager&) = delete;
+    UndoManager& operator=(const UndoManager&) = delete;
+
+    /// `handler` gets the target back when the action runs; an action whose target is gone is skipped.
+    template <class Target>
+    void registerUndo(const std::shared_ptr<Target>& target, std::function<void(Target&)> handler) {
+        registerAction([weak = std::weak_ptr<Target>(target), handler = std::move(handler)] {
+            if (auto strong = weak.lock()) {
+                handler(*strong);
+            }
+        });
+    }
+
+    /// Groups nest; closing an inner group folds its actions into the outer one, closing the outermost makes one step.
+    void beginUndoGrouping();
+    /// Throws UndoError without an open group, except for a group that removeAllActions() closed.
+    void endUndoGrouping();
+    [[nodiscard]] std::size_t groupingLevel() const;
+    /// Closes the event group, if one is open.
+    void endEvent();
+
+    /// Runs the newest step's actions, last registered first. Nothing to undo: does nothing.
+    void undo();
+    void redo();
+    [[nodiscard]] bool canUndo() const;
+    [[nodiscard]] bool canRedo() const;
+    [[nodiscard]] bool isUndoing() const;
+    [[nodiscard]] bool isRedoing() const;
+
+    /// Empties both stacks, closes open groups and enables registration. Safe inside a group and inside a handler.
+    void removeAllActions();
+
+    [[nodiscard]] bool groupsByEvent() const;
+    void setGroupsByEvent(bool on);
+    /// Steps kept on each stack; 0 keeps all. Trims at once.
+    [[nodiscard]] std::size_t levelsOfUndo() const;
+    void setLevelsOfUndo(std::size_t levels);
+    /// Calls nest; while disabled, registrations are ignored and do not clear redo.
+    void disableUndoRegistration();
+    void enableUndoRegistration();
+    [[nodiscard]] bool isUndoRegistrationEnabled() const;
+
+private:
+    using Action = std::function<void()>;
+    void registerAction(Action action);
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace orvex

@@ -1,0 +1,66 @@
+// A page: content that never changes (a page of a loaded file, an image, or nothing) plus a rotation. A page keeps the
+// file that it came from alive by itself and may stand in several documents.
+#pragma once
+
+#include "Platform/Foundation/Geometry.h"
+#include "Platform/Imaging/Image.h"
+#include "Platform/PDF/GraphicsContext.h"
+
+#include <memory>
+#include <string>
+#include <variant>
+
+namespace orvex {
+
+class PDFSource;
+class PDFDocument;
+
+struct BlankPageContent {};
+struct ImagePageContent {
+    ImagePtr image;
+};
+struct LoadedPageContent {
+    std::shared_ptr<PDFSource> source;
+    int index = 0; ///< in the source's page list, from 0
+};
+using PDFPageContent = std::variant<BlankPageContent, ImagePageContent, LoadedPageContent>;
+
+class PDFPage {
+public:
+    /// A blank page of 612 x 792 points.
+    PDFPage();
+    explicit PDFPage(PDFPageContent content);
+    PDFPage(const PDFPage&) = delete;
+    PDFPage& operator=(const PDFPage&) = delete;
+    virtual ~PDFPage();
+
+    /// Whether an image can fill a page: it has a representation and a finite size above zero.
+    [[nodiscard]] static bool canHold(const ImagePtr& image);
+
+    /// A page box in page space (points, y up, origin where the file puts it), not turned by the rotation. The crop box
+    /// falls back to the media box, the others to the crop box; each is cut to the media box.
+    [[nodiscard]] Rect bounds(PDFDisplayBox box) const;
+    /// Clockwise degrees: 0, 90, 180 or 270.
+    [[nodiscard]] int rotation() const { return rotation_; }
+    /// Takes any multiple of 90 and reduces it; throws std::invalid_argument for others.
+    void setRotation(long long degrees);
+
+    /// The page's own text in reading order, lines ended by line feeds; empty for pages that have none, cannot be read,
+    /// or are not loaded pages. What subclasses draw over the page is not part of it.
+    [[nodiscard]] std::string string() const;
+    /// Whether string() holds anything but white space; found once per page of a file and kept.
+    [[nodiscard]] bool hasText() const;
+
+    /// Draws the page: its content. Subclasses add to it; what they draw is part of every saved file and rendering.
+    virtual void draw(PDFDisplayBox box, GraphicsContext& context);
+
+    [[nodiscard]] const PDFPageContent& content() const { return content_; }
+
+private:
+    PDFPageContent content_;
+    int rotation_ = 0;
+};
+
+using PDFPagePtr = std::shared_ptr<PDFPage>;
+
+} // namespace orvex

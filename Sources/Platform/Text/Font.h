@@ -1,0 +1,51 @@
+// Fonts by name: metrics and advances as the layouts need them. Resolved through fontconfig.
+#pragma once
+
+#include "Platform/Foundation/Bytes.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvex {
+
+/// A face at no particular size; metrics are in ems. Shared and immutable. Threads: any.
+class Font {
+public:
+    /// "Helvetica" and "Helvetica Bold" resolve to an installed face with the same metrics; null when there is none.
+    static std::shared_ptr<const Font> named(std::string_view name);
+    /// As named(), but a missing face is fatal, with a message that says which package holds one.
+    static std::shared_ptr<const Font> require(std::string_view name);
+
+    /// Line metrics that every Helvetica has, whatever face stands in: the line is exactly one em high.
+    [[nodiscard]] static constexpr double ascent() { return 0.77002; }
+    [[nodiscard]] static constexpr double descent() { return 0.22998; }
+
+    /// Advance of one code point in ems. Characters that the face lacks get the width of their kind: 1 for wide East
+    /// Asian ones, 0 for combining marks and controls, a Latin average for the rest.
+    [[nodiscard]] double advance(char32_t codePoint) const;
+    /// Width of one line of text in ems: the sum of its advances.
+    [[nodiscard]] double lineWidth(std::string_view utf8) const;
+    [[nodiscard]] const std::string& path() const { return path_; } ///< the font file behind it
+
+    ~Font();
+    Font(const Font&) = delete;
+    Font& operator=(const Font&) = delete;
+
+private:
+    Font();
+    struct Face;
+    std::unique_ptr<Face> face_;
+    std::string path_;
+};
+
+struct TextExtent {
+    double width = 0;
+    double height = 0;
+};
+/// The rectangle that text takes at `size` points: as wide as its widest line, one size high per line (line feeds, CR
+/// LF and Unicode line separators break lines).
+[[nodiscard]] TextExtent measureText(std::string_view utf8, const Font& font, double size);
+
+} // namespace orvex
