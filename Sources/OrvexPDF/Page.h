@@ -13,6 +13,15 @@ namespace orvex {
 
 class OrvexPDFDocument;
 
+/// Red, green, blue and alpha from 0 to 1, in sRGB.
+struct Color {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+    friend bool operator==(const Color&, const Color&) = default;
+};
+
 enum class OrvexPDFPageErrorCode {
     cannotCreateBitmap,
     cannotGetPageAndContext,

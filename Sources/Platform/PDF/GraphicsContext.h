@@ -1,9 +1,9 @@
 // The one drawing door: everything that is drawn on a page goes through these operations. Space is PDF user space
-// (points, y up). Targets: a page's content stream (ContentStreamContext) and a recorder for tests.
+// (points, y up, the lower left corner of the box that is drawn at the origin). Targets: a page's content stream
+// (ContentStreamContext) and a recorder for tests.
 #pragma once
 
 #include "Platform/Foundation/Geometry.h"
-#include "Platform/Imaging/Image.h"
 #include "Platform/Text/Font.h"
 
 #include <memory>
@@ -13,17 +13,9 @@ namespace orvex {
 
 class PDFPage;
 
-struct Color {
-    double red = 0;
-    double green = 0;
-    double blue = 0;
-    double alpha = 1;
-    friend bool operator==(const Color&, const Color&) = default;
-};
-
 enum class PDFDisplayBox { media, crop, bleed, trim, art };
 
-enum class TextMode { visible, invisible };
+enum class TextMode { invisible };
 
 /// Used by one thread at a time, for one page.
 class GraphicsContext {
@@ -36,16 +28,11 @@ public:
     virtual void saveState() = 0;
     virtual void restoreState() = 0;
     virtual void concatenate(const AffineTransform& transform) = 0;
-    virtual void setFillColor(const Color& color) = 0;
-    virtual void setStrokeColor(const Color& color) = 0;
-    virtual void fillRect(const Rect& rect) = 0;
-    /// A closed path with elliptical corners of the given radii, filled, then stroked one point wide.
-    virtual void fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double radiusY) = 0;
-    virtual void drawImage(const ImagePtr& image, const Rect& rect) = 0;
-    /// The page's own content as its file has it, without what subclasses draw over it.
+    /// The page's own content as its file has it, without what subclasses draw over it. Comes before anything that
+    /// marks.
     virtual void drawPageContent(const PDFPage& page, PDFDisplayBox box) = 0;
     /// One or more lines of UTF-8 text; `rect.maxY()` is the top of the first line, its left edge the start of each.
-    /// Visible text uses the current fill colour; invisible text marks nothing and can be searched and selected.
+    /// Invisible text marks nothing and can be searched and selected.
     virtual void drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size, const Rect& rect,
                           TextMode mode) = 0;
 };
