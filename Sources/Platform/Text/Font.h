@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orvex {
 
@@ -40,12 +41,16 @@ private:
     std::string path_;
 };
 
+/// The lines of a text: broken at line feeds, CR LF and the Unicode line and paragraph separators, which belong to
+/// none.
+[[nodiscard]] std::vector<std::string_view> textLines(std::string_view utf8);
+
 struct TextExtent {
     double width = 0;
     double height = 0;
 };
-/// The rectangle that text takes at `size` points: as wide as its widest line, one size high per line (line feeds, CR
-/// LF and Unicode line separators break lines).
+/// The rectangle that text takes at `size` points: as wide as its widest line, one size high per line of
+/// textLines().
 [[nodiscard]] TextExtent measureText(std::string_view utf8, const Font& font, double size);
 
 } // namespace orvex
