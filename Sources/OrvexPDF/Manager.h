@@ -63,32 +63,50 @@ public:
     /// nothing changed; lastLoadError() then says why.
     bool load(const std::filesystem::path& url);
     bool load(const Bytes& data);
+    /// One line that says why the last load() failed; empty after one that did not.
     [[nodiscard]] const std::string& lastLoadError() const { return lastLoadError_; }
+    /// What kind of failure it was; empty when the file could not even be read, or when nothing failed.
     [[nodiscard]] std::optional<PDFOpenFailure> lastLoadFailure() const { return lastLoadFailure_; }
     /// Swaps in another document, undoably; records stay as they are. Bytes that are no PDF: nothing happens.
     void replaceDocument(const Bytes& data);
-    /// The document as a PDF file, stamped; empty without pages.
+    /// The document as a PDF file, stamped; empty without pages, or, with a warning, when a page cannot be written.
     [[nodiscard]] std::optional<Bytes> dataRepresentation();
-    /// The same, streamed without holding it in memory. False without pages. Throws what the sink throws.
+    /// The same, streamed without holding it in memory. False without pages. Throws PDFWriteError where a page cannot
+    /// be written, and what the sink throws.
     bool write(ByteSink& sink);
     /// Measures documentBytes again when it is stale.
     void updateDocumentBytes();
+    /// Records a measured size and, when it differs from the last one, posts PDFDocumentBytesChanged.
     void setDocumentBytes(std::int64_t bytes);
     /// Marks the size stale and, outside a batch, tells delegate and observers.
     void didChangeDocument();
     /// From another thread: returns when what was queued on the main queue has run.
     void wait();
+    /// Runs `block` on the calling thread; whatever it edits is one undo step and one piece of news, given when the
+    /// outermost batch ends. Undoing and redoing the step notifies once, too.
+    void batch(const std::function<void()>& block);
+    /// "count": the page count (int64). "pages": a std::vector with a std::map<std::string, std::any> per page, each
+    /// describing the first page, by design: "meta" (OrvexPDFPageMeta) and "page", a map with "stringCount" (int64).
     [[nodiscard]] std::map<std::string, std::any> debugInfo() const;
 
-    // Manager.cpp: edits, each undoable
-    /// Inserts with a copy of the record and returns the record's id, also when the index is refused.
+    // Manager+Edit.cpp: edits, each undoable
+    /// Inserts with a copy of the record and returns the record's id, also when nothing was inserted: when the index is
+    /// refused, the page is null or the image cannot fill a page.
     std::string insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     std::string append(OrvexPDFPagePtr page);
+    /// The image is placed as it is; presets take effect when the page is generated from its record.
     std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
     void remove(std::int64_t pageAt);
     void remove(const OrvexPDFPagePtr& page);
+    /// Swaps page and record. With `force` a copy of the page goes in, as it would be read back from a saved file.
+    /// Nothing happens for an index without a page, for the page that is there already, and for a null page.
     void replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force);
+    /// The listed pages, in the listed order, go before the page that is at `to`: one undo step. The indices must be
+    /// valid and distinct; others are fatal.
+    void move(const std::vector<std::int64_t>& pagesAt, std::int64_t to);
+    /// A quarter turn through the page's record, whose rotation grows or shrinks by 90 without being reduced.
+    void rotate(std::int64_t pageAt, bool left);
 
     // Manager.cpp: lookups
     [[nodiscard]] OrvexPDFPagePtr page(std::int64_t at) const;
@@ -98,7 +116,8 @@ public:
     [[nodiscard]] std::int64_t pageIndex(const std::string& id) const; ///< notFound when unknown
 
     // Manager+Meta.cpp: pages from records
-    /// The page that the record describes; null without a usable source. The document is not touched.
+    /// The page that the record describes; null without a usable source (fatal when debug lines are on). The document
+    /// is not touched. Throws std::invalid_argument for a rotation that is no multiple of 90.
     [[nodiscard]] OrvexPDFPagePtr generatePage(const OrvexPDFPageMeta& meta);
     /// Generates and swaps in, undoably. Nothing happens when no page can be made or the id is unknown.
     void updateMeta(const OrvexPDFPageMeta& meta, bool force);
@@ -106,13 +125,31 @@ public:
 private:
     OrvexPDFDocumentManager();
     void adoptDocument(OrvexPDFDocumentPtr document);
-    void batch(const std::function<void()>& block);
+    void measure();
     [[nodiscard]] std::map<std::string, std::any> pageDebugInfo(std::int64_t at) const;
+    [[nodiscard]] bool isPageIndexOrEnd(std::int64_t index) const;
+    /// The record at an index that must exist: fatal otherwise.
+    [[nodiscard]] const OrvexPDFPageMeta& metaOrDie(std::int64_t at) const;
+
     void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     void _remove(std::int64_t pageAt);
 
+    void beginBatch();
+    void endBatch();
+    [[nodiscard]] bool isBatchGroupOpen() const;
+    void registerUndo(std::function<void(OrvexPDFDocumentManager&)> handler);
+    void registerSilenceStart();
+    void registerSilenceEnd();
+
+    [[nodiscard]] static OrvexPDFPagePtr pageFromOriginalImage(const OrvexPDFPageMeta& meta);
+    [[nodiscard]] static OrvexPDFPagePtr pageFromOriginalPage(const OrvexPDFPageMeta& meta);
+    void announceGenerated(OrvexPDFPage& page) const;
+
     std::string lastLoadError_;
     std::optional<PDFOpenFailure> lastLoadFailure_;
+    std::int64_t batchDepth_ = 0;     ///< batches under way that opened an undo group
+    std::size_t batchGroupLevel_ = 0; ///< grouping level inside the outermost of them
+    bool batchIsMarked_ = false;      ///< its group has begun with a marker, so it has to end with one
 };
 
 } // namespace orvex

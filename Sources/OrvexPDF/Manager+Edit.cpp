@@ -1,0 +1,184 @@
+#include "OrvexPDF/Alias.h"
+#include "OrvexPDF/Manager.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orvex {
+
+namespace {
+
+void debugLine(std::string_view function, std::string_view text, std::int64_t index) {
+    moduleLogger().log(LogLevel::debug, "Manager", function, [&] { return std::string(text) + std::to_string(index); });
+}
+
+void refuseInsert(std::int64_t index) {
+    debugLine("_insert(page:atIndex:meta:)", "Tried to insert a page out of index: ", index);
+}
+
+void refuseRemove(std::int64_t index) {
+    debugLine("_remove(pageAt:)", "Tried to remove a page out of index: ", index);
+}
+
+/// The page as it reads back from a saved file, free of the caller's document; the page itself when that fails.
+OrvexPDFPagePtr independentCopy(const OrvexPDFPagePtr& page) {
+    try {
+        const auto data = page->createDocumentFromPage()->dataRepresentation();
+        const auto document = data ? OrvexPDFDocument::fromData(*data) : nullptr;
+        const auto copy = document ? document->orvexPage(0) : nullptr;
+        return copy ? copy : page;
+    } catch (const PDFWriteError&) {
+        return page;
+    }
+}
+
+} // namespace
+
+// Inserting
+
+std::string OrvexPDFDocumentManager::insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
+    auto copy = meta;
+    if (!copy.originalImage) {
+        copy.originalPage = page;
+    }
+    if (page) {
+        _insert(std::move(page), atIndex, copy);
+    }
+    return meta.id;
+}
+
+std::string OrvexPDFDocumentManager::append(OrvexPDFPagePtr page) {
+    return insert(std::move(page), -1, {});
+}
+
+std::string OrvexPDFDocumentManager::insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
+    auto copy = meta;
+    if (!copy.originalImage) {
+        copy.originalImage = image;
+    }
+    if (auto page = OrvexPDFPage::fromImage(image)) {
+        _insert(std::move(page), atIndex, copy);
+    }
+    return meta.id;
+}
+
+std::string OrvexPDFDocumentManager::append(const ImagePtr& image, const OrvexPDFPageMeta& meta) {
+    return insert(image, -1, meta);
+}
+
+void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
+    constexpr std::string_view function = "_insert(page:atIndex:meta:)";
+    debugLine(function, "Insert at: ", atIndex);
+    syncOnMain([&] {
+        const auto index = atIndex == -1 ? pdfDoc->pageCount() : atIndex;
+        if (!isPageIndexOrEnd(index)) {
+            refuseInsert(index);
+            return;
+        }
+        if (index > static_cast<std::int64_t>(pagesMeta.size())) {
+            fatalError("there are fewer page records than pages before index " + std::to_string(index));
+        }
+        pdfDoc->insertPage(std::move(page), index);
+        pagesMeta.insert(pagesMeta.begin() + index, meta);
+        registerUndo([index, function](OrvexPDFDocumentManager& manager) {
+            debugLine(function, "Undo step insert at:", index);
+            manager._remove(index);
+        });
+        didChangeDocument();
+    });
+}
+
+// Removing
+
+void OrvexPDFDocumentManager::remove(std::int64_t pageAt) {
+    _remove(pageAt);
+}
+
+void OrvexPDFDocumentManager::remove(const OrvexPDFPagePtr& page) {
+    _remove(pdfDoc->index(page.get()));
+}
+
+void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
+    constexpr std::string_view function = "_remove(pageAt:)";
+    debugLine(function, "Remove at: ", pageAt);
+    syncOnMain([&] {
+        const auto page = pdfDoc->orvexPage(pageAt);
+        if (!page) {
+            refuseRemove(pageAt);
+            return;
+        }
+        registerUndo([pageAt, page, meta = metaOrDie(pageAt), function](OrvexPDFDocumentManager& manager) {
+            debugLine(function, "Undo step remove at:", pageAt);
+            manager._insert(page, pageAt, meta);
+        });
+        pagesMeta.erase(pagesMeta.begin() + pageAt);
+        pdfDoc->removePage(pageAt);
+        didChangeDocument();
+    });
+}
+
+// Replacing
+
+void OrvexPDFDocumentManager::replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
+                                      const OrvexPDFPageMeta& withMeta, bool force) {
+    constexpr std::string_view function = "replace(pageAt:withPage:withMeta:force:)";
+    debugLine(function, "Replace at:", pageAt);
+    const auto current = pdfDoc->orvexPage(pageAt);
+    if (!current || !withPage) {
+        return;
+    }
+    const auto& currentMeta = metaOrDie(pageAt);
+    if (current == withPage) {
+        moduleLogger().log(LogLevel::debug, "Manager", function, [] {
+            return std::string("Replacing pages only allowed with different page object, not equal ones!");
+        });
+        return;
+    }
+    const auto chosen = force ? independentCopy(withPage) : withPage;
+    auto undo = [=](OrvexPDFDocumentManager& manager) {
+        debugLine(function, "Undo step replace at:", pageAt);
+        manager.replace(pageAt, current, currentMeta, force);
+    };
+    // Undo managers belong to the main thread, so the registration goes there with the change itself.
+    syncOnMain([&] {
+        registerUndo(std::move(undo));
+        pagesMeta[static_cast<std::size_t>(pageAt)] = withMeta;
+        pdfDoc->removePage(pageAt);
+        pdfDoc->insertPage(chosen, pageAt);
+        didChangeDocument();
+    });
+}
+
+// Moving and turning
+
+void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std::int64_t to) {
+    batch([&] {
+        std::vector<std::pair<OrvexPDFPagePtr, std::optional<OrvexPDFPageMeta>>> moved;
+        for (const auto index : pagesAt) {
+            moved.emplace_back(page(index), meta(index));
+        }
+        auto target = to - std::count_if(pagesAt.begin(), pagesAt.end(), [to](auto index) { return index < to; });
+        auto falling = pagesAt;
+        std::sort(falling.rbegin(), falling.rend());
+        for (const auto index : falling) {
+            _remove(index);
+        }
+        for (auto& [page, meta] : moved) {
+            if (!page || !meta) {
+                fatalError("a page that does not exist was to be moved");
+            }
+            _insert(std::move(page), target++, *meta);
+        }
+    });
+}
+
+void OrvexPDFDocumentManager::rotate(std::int64_t pageAt, bool left) {
+    auto turned = meta(pageAt);
+    if (!turned) {
+        return;
+    }
+    turned->rotation = addOrDie(turned->rotation, left ? -90 : 90, "the page's rotation");
+    updateMeta(*turned, true);
+}
+
+} // namespace orvex

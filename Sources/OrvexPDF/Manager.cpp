@@ -1,0 +1,318 @@
+#include "OrvexPDF/Manager.h"
+
+#include "OrvexPDF/Alias.h"
+#include "Platform/Foundation/Strings.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orvex {
+
+namespace {
+
+constexpr std::string_view file = "Manager";
+
+template <class Message> void debugLine(std::string_view function, Message&& message) {
+    moduleLogger().log(LogLevel::debug, file, function, std::forward<Message>(message));
+}
+
+void warningLine(std::string_view function, const std::string& message) {
+    moduleLogger().log(LogLevel::warning, file, function, [&] { return message; });
+}
+
+OrvexPDFPageMeta recordOfLoadedPage(const OrvexPDFPagePtr& page) {
+    OrvexPDFPageMeta meta;
+    meta.fresh = false;
+    if (page) {
+        meta.originalPage = page;
+        meta.originalPageHasText = OrvexPageTextFlag::of(page);
+        meta.originalPageRotation = page->rotation();
+    }
+    return meta;
+}
+
+/// A page that cannot be written makes the whole file "nothing"; the log says which.
+std::optional<Bytes> serialise(const OrvexPDFDocument& document, std::string_view function) {
+    try {
+        return document.dataRepresentation();
+    } catch (const PDFWriteError& error) {
+        warningLine(function, std::string("Error ") + error.what());
+        return std::nullopt;
+    }
+}
+
+class ByteCounter final : public ByteSink {
+public:
+    void write(std::span<const std::uint8_t> bytes) override { count += static_cast<std::int64_t>(bytes.size()); }
+    std::int64_t count = 0;
+};
+
+} // namespace
+
+OrvexPDFDocumentManager::OrvexPDFDocumentManager() : pdfDoc(std::make_shared<OrvexPDFDocument>()), id(makeUUID()) {}
+
+std::shared_ptr<OrvexPDFDocumentManager> OrvexPDFDocumentManager::create() {
+    return std::shared_ptr<OrvexPDFDocumentManager>(new OrvexPDFDocumentManager);
+}
+
+std::shared_ptr<OrvexPDFDocumentManager> OrvexPDFDocumentManager::create(const std::filesystem::path& url) {
+    auto manager = create();
+    manager->load(url);
+    return manager;
+}
+
+// Loading
+
+bool OrvexPDFDocumentManager::load(const std::filesystem::path& url) {
+    try {
+        return load(readFile(url));
+    } catch (const FileError& error) {
+        warningLine("load(url:)", "Error loading document from " + fileURL(url));
+        lastLoadError_ = error.what();
+        lastLoadFailure_.reset();
+        return false;
+    }
+}
+
+bool OrvexPDFDocumentManager::load(const Bytes& data) {
+    std::optional<PDFOpenError> why;
+    auto document = OrvexPDFDocument::fromData(data, &why);
+    lastLoadError_ = why ? why->what() : "";
+    lastLoadFailure_ = why ? std::optional(why->failure()) : std::nullopt;
+    if (!document) {
+        return false;
+    }
+    syncOnMain([&] {
+        originalBytes = static_cast<std::int64_t>(data.size());
+        adoptDocument(std::move(document));
+        setDocumentBytes(originalBytes);
+    });
+    return true;
+}
+
+void OrvexPDFDocumentManager::adoptDocument(OrvexPDFDocumentPtr document) {
+    if (undoManager) {
+        undoManager->removeAllActions();
+        batchIsMarked_ = false;
+    }
+    pdfDoc = std::move(document);
+    pdfDoc->setProducer(pdfProducer);
+    // By design the list is not emptied first: a manager is meant to be loaded once.
+    const auto count = pdfDoc->pageCount();
+    pagesMeta.reserve(pagesMeta.size() + static_cast<std::size_t>(count));
+    for (std::int64_t index = 0; index < count; ++index) {
+        pagesMeta.push_back(recordOfLoadedPage(pdfDoc->orvexPage(index)));
+    }
+}
+
+void OrvexPDFDocumentManager::replaceDocument(const Bytes& data) {
+    auto document = OrvexPDFDocument::fromData(data);
+    if (!document) {
+        return;
+    }
+    syncOnMain([&] {
+        originalBytes = static_cast<std::int64_t>(data.size());
+        // Serialising is costly: only for an undo that somebody can ask for.
+        const auto old = undoManager ? serialise(*pdfDoc, "replaceDocument(data:)") : std::nullopt;
+        if (old) {
+            registerUndo([bytes = *old](OrvexPDFDocumentManager& manager) { manager.replaceDocument(bytes); });
+        }
+        pdfDoc = std::move(document);
+        pdfDoc->setProducer(pdfProducer);
+        setDocumentBytes(originalBytes);
+    });
+}
+
+// Saving and size
+
+std::optional<Bytes> OrvexPDFDocumentManager::dataRepresentation() {
+    pdfDoc->setProducer(pdfProducer);
+    pdfDoc->setCreator(pdfProducer);
+    return serialise(*pdfDoc, "dataRepresentation()");
+}
+
+bool OrvexPDFDocumentManager::write(ByteSink& sink) {
+    pdfDoc->setProducer(pdfProducer);
+    pdfDoc->setCreator(pdfProducer);
+    return pdfDoc->write(sink);
+}
+
+void OrvexPDFDocumentManager::updateDocumentBytes() {
+    if (!needsUpdateDocumentBytes) {
+        return;
+    }
+    syncOnMain([this] {
+        if (needsUpdateDocumentBytes) {
+            measure();
+        }
+    });
+}
+
+void OrvexPDFDocumentManager::measure() {
+    ByteCounter counter; // what dataRepresentation() would hold, without holding it
+    try {
+        if (write(counter)) {
+            setDocumentBytes(counter.count);
+        }
+    } catch (const PDFWriteError& error) {
+        warningLine("updateDocumentBytes()", std::string("Error ") + error.what());
+    }
+}
+
+void OrvexPDFDocumentManager::setDocumentBytes(std::int64_t bytes) {
+    constexpr std::string_view function = "setDocumentBytes(_:)";
+    needsUpdateDocumentBytes = false;
+    debugLine(function, [&] { return "setDocumentBytes " + formatByteCount(bytes); });
+    if (bytes == documentBytes) {
+        return;
+    }
+    documentBytes = bytes;
+    syncOnMain([this, function] {
+        debugLine(function, [this] { return "notify setDocumentBytes " + formatByteCount(documentBytes); });
+        NotificationCenter::defaultCenter().post(PDFDocumentBytesChanged, pdfDoc);
+    });
+}
+
+// News
+
+void OrvexPDFDocumentManager::didChangeDocument() {
+    needsUpdateDocumentBytes = true;
+    const bool quiet = silent >= 1;
+    debugLine("didChangeDocument()",
+              [quiet] { return std::string("Did change document ") + (quiet ? "(silently)" : "(will notify!)"); });
+    if (quiet) {
+        return;
+    }
+    syncOnMain([this] {
+        if (const auto host = delegate.lock()) {
+            host->documentDidChange();
+        }
+        NotificationCenter::defaultCenter().post(PDFDocumentContentChanged, pdfDoc);
+    });
+}
+
+void OrvexPDFDocumentManager::wait() {
+    syncOnMain([] { debugLine("wait()", [] { return std::string("Wait until PDF manipulations are done"); }); });
+}
+
+// Batches
+
+void OrvexPDFDocumentManager::batch(const std::function<void()>& block) {
+    syncOnMain([this] { beginBatch(); });
+    try {
+        block();
+    } catch (...) {
+        syncOnMain([this] { endBatch(); });
+        throw;
+    }
+    syncOnMain([this] { endBatch(); });
+}
+
+void OrvexPDFDocumentManager::beginBatch() {
+    silent = addOrDie(silent, 1, "the depth of batches");
+    if (!undoManager) {
+        return;
+    }
+    undoManager->beginUndoGrouping();
+    if (batchDepth_++ == 0) {
+        batchGroupLevel_ = undoManager->groupingLevel();
+        batchIsMarked_ = false;
+    }
+}
+
+void OrvexPDFDocumentManager::endBatch() {
+    if (undoManager) {
+        if (--batchDepth_ == 0 && batchIsMarked_ && isBatchGroupOpen()) {
+            registerSilenceStart();
+        }
+        undoManager->endUndoGrouping();
+    }
+    silent = addOrDie(silent, -1, "the depth of batches");
+    didChangeDocument();
+}
+
+/// Loading and removeAllActions() close groups under a batch's feet.
+bool OrvexPDFDocumentManager::isBatchGroupOpen() const {
+    return undoManager->groupingLevel() >= batchGroupLevel_;
+}
+
+void OrvexPDFDocumentManager::registerUndo(std::function<void(OrvexPDFDocumentManager&)> handler) {
+    if (!undoManager) {
+        return;
+    }
+    // A batch's step is undone last action first: the marker registered first ends its silence, the one registered last
+    // starts it. They come with the first edit, so that a batch without edits leaves no step.
+    if (batchDepth_ > 0 && !batchIsMarked_ && isBatchGroupOpen() && undoManager->isUndoRegistrationEnabled()) {
+        batchIsMarked_ = true;
+        registerSilenceEnd();
+    }
+    undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), std::move(handler));
+}
+
+void OrvexPDFDocumentManager::registerSilenceStart() {
+    undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), [](OrvexPDFDocumentManager& manager) {
+        manager.silent = addOrDie(manager.silent, 1, "the depth of batches");
+        manager.registerSilenceEnd();
+    });
+}
+
+void OrvexPDFDocumentManager::registerSilenceEnd() {
+    undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), [](OrvexPDFDocumentManager& manager) {
+        manager.silent = addOrDie(manager.silent, -1, "the depth of batches");
+        manager.registerSilenceStart();
+        manager.didChangeDocument();
+    });
+}
+
+// Lookups
+
+bool OrvexPDFDocumentManager::isPageIndexOrEnd(std::int64_t index) const {
+    return index >= 0 && index <= pdfDoc->pageCount();
+}
+
+const OrvexPDFPageMeta& OrvexPDFDocumentManager::metaOrDie(std::int64_t at) const {
+    const auto count = static_cast<std::int64_t>(pagesMeta.size());
+    if (at < 0 || at >= count) {
+        fatalError("page record " + std::to_string(at) + " asked for, but there are " + std::to_string(count));
+    }
+    return pagesMeta[static_cast<std::size_t>(at)];
+}
+
+OrvexPDFPagePtr OrvexPDFDocumentManager::page(std::int64_t at) const {
+    return pdfDoc->orvexPage(at);
+}
+
+std::optional<OrvexPDFPageMeta> OrvexPDFDocumentManager::meta(std::int64_t at) const {
+    return isPageIndexOrEnd(at) ? std::optional(metaOrDie(at)) : std::nullopt;
+}
+
+std::optional<OrvexPDFPageMeta> OrvexPDFDocumentManager::meta(const std::string& pageId) const {
+    const auto index = pageIndex(pageId);
+    return isPageIndexOrEnd(index) ? std::optional(metaOrDie(index)) : std::nullopt;
+}
+
+std::int64_t OrvexPDFDocumentManager::pageIndex(const std::string& pageId) const {
+    const auto found =
+        std::find_if(pagesMeta.begin(), pagesMeta.end(), [&](const auto& meta) { return meta.id == pageId; });
+    return found == pagesMeta.end() ? notFound : found - pagesMeta.begin();
+}
+
+std::map<std::string, std::any> OrvexPDFDocumentManager::debugInfo() const {
+    std::vector<std::map<std::string, std::any>> pages;
+    for (std::int64_t index = 0; index < pdfDoc->pageCount(); ++index) {
+        pages.push_back(pageDebugInfo(index));
+    }
+    return {{"count", pdfDoc->pageCount()}, {"pages", std::move(pages)}};
+}
+
+/// By design every entry describes the first page.
+std::map<std::string, std::any> OrvexPDFDocumentManager::pageDebugInfo(std::int64_t /*at*/) const {
+    const auto first = page(0);
+    if (!first) {
+        return {};
+    }
+    const auto characters = static_cast<std::int64_t>(countCharacters(first->string()));
+    return {{"meta", metaOrDie(0)}, {"page", std::map<std::string, std::any>{{"stringCount", characters}}}};
+}
+
+} // namespace orvex
