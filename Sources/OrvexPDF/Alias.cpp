@@ -1,0 +1,10 @@
+#include "OrvexPDF/Alias.h"
+
+namespace orvex {
+
+Logger& moduleLogger() {
+    static Logger logger("OrvexPDF");
+    return logger;
+}
+
+} // namespace orvex
