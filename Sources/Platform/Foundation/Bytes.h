@@ -65,19 +65,31 @@ public:
 Bytes readFile(const std::filesystem::path& path);
 
 /// A file written beside its target and moved over it by commit(): until then, and if commit() is never reached, the
-/// target is untouched and the temporary is removed. Keeps the permission bits of a file it replaces. Throws FileError.
+/// target is untouched and the temporary is removed. Keeps the permission bits of a file it replaces; a link stays and
+/// the file that it leads to is replaced. A target that is a device or a pipe is written in place. Throws FileError,
+/// for a folder that cannot be written already when it is made; after that nothing more can be written.
 class AtomicFile final : public ByteSink {
 public:
     explicit AtomicFile(std::filesystem::path target);
     ~AtomicFile() override;
+    /// Writes are collected: an error may show at a later write or at commit().
     void write(std::span<const std::uint8_t> bytes) override;
-    /// Flushes, syncs file and folder, renames.
+    /// Flushes, syncs file and folder, renames. Ends the writing.
     void commit();
 
 private:
-    std::filesystem::path target_;
-    std::filesystem::path temporary_;
+    void openInPlace(const std::filesystem::path& device);
+    void openTemporary(const std::filesystem::path& destination);
+    void flush();
+    void check(int systemError);
+    [[noreturn]] void fail(int systemError);
+    void discard() noexcept;
+
+    std::filesystem::path target_;      ///< as the caller named it
+    std::filesystem::path destination_; ///< with links followed
+    std::filesystem::path temporary_;   ///< empty when there is nothing to remove
     int descriptor_ = -1;
+    std::vector<std::uint8_t> buffer_;
 };
 
 } // namespace orvex

@@ -20,6 +20,10 @@ std::string formatByteCount(std::int64_t bytes);
 /// The shortest decimal text that reads back to the same double, always with a point or an exponent: 72.0, 0.5, 1e-05,
 /// 1e+16 (exponents below 1e-4 and above 2^53), nan, inf, -inf.
 std::string describe(double value);
+/// The same, written behind `text`.
+void appendDescription(std::string& text, double value);
+/// The text in quotes; quotes, backslashes and controls escaped.
+std::string inQuotes(std::string_view text);
 /// `Optional("text")` with quotes, backslashes and controls escaped, or `nil`.
 std::string describe(const std::optional<std::string>& value);
 /// A path as a file URL: three slashes, percent-encoded.
