@@ -31,7 +31,7 @@ enum class OrvexPDFPageErrorCode {
 };
 
 /// Settings change only while nothing draws the page.
-class OrvexPDFPage : public PDFPage {
+class OrvexPDFPage : public PDFPage, public std::enable_shared_from_this<OrvexPDFPage> {
 public:
     using PDFPage::PDFPage;
     /// A page as large as the image in points, filled by it; null when the image has no size or representation.
@@ -49,7 +49,7 @@ public:
     void draw(PDFDisplayBox box, GraphicsContext& context) override;
     /// A new document that holds this page.
     [[nodiscard]] std::shared_ptr<OrvexPDFDocument> createDocumentFromPage();
-    /// A deep copy with the settings, without the id; null, with a debug line, when it cannot be made.
+    /// An independent copy with the settings, without the id.
     [[nodiscard]] std::shared_ptr<OrvexPDFPage> clone() const;
 
     /// Page+DrawContent.cpp: the invisible text layer.

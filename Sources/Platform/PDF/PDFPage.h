@@ -7,13 +7,14 @@
 #include "Platform/PDF/GraphicsContext.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <variant>
 
 namespace orvex {
 
 class PDFSource;
-class PDFDocument;
+struct ImageStream;
 
 struct BlankPageContent {};
 struct ImagePageContent {
@@ -55,10 +56,14 @@ public:
     virtual void draw(PDFDisplayBox box, GraphicsContext& context);
 
     [[nodiscard]] const PDFPageContent& content() const { return content_; }
+    /// For saving: an image page's image as it stands in a file, made once. Throws ImageError.
+    [[nodiscard]] std::shared_ptr<const ImageStream> imageStream() const;
 
 private:
     PDFPageContent content_;
     int rotation_ = 0;
+    mutable std::mutex imageStreamMutex_;
+    mutable std::shared_ptr<const ImageStream> imageStream_;
 };
 
 using PDFPagePtr = std::shared_ptr<PDFPage>;

@@ -1,0 +1,46 @@
+#include "OrvexPDF/Document.h"
+
+namespace orvex {
+
+OrvexPDFDocumentPtr OrvexPDFDocument::fromData(const Bytes& data, std::optional<PDFOpenError>* why) {
+    auto document = std::make_shared<OrvexPDFDocument>();
+    try {
+        document->open(data);
+    } catch (const PDFOpenError& error) {
+        if (why != nullptr) {
+            *why = error;
+        }
+        return nullptr;
+    }
+    return document;
+}
+
+OrvexPDFDocumentPtr OrvexPDFDocument::fromFile(const std::filesystem::path& url, std::optional<PDFOpenError>* why) {
+    Bytes data;
+    try {
+        data = readFile(url);
+    } catch (const FileError&) {
+        return nullptr;
+    }
+    return fromData(data, why);
+}
+
+std::vector<OrvexPDFPagePtr> OrvexPDFDocument::orvexPages() const {
+    std::vector<OrvexPDFPagePtr> pages;
+    for (std::int64_t i = 0; i < pageCount(); ++i) {
+        if (auto page = orvexPage(i)) {
+            pages.push_back(std::move(page));
+        }
+    }
+    return pages;
+}
+
+OrvexPDFPagePtr OrvexPDFDocument::orvexPage(std::int64_t at) const {
+    return std::dynamic_pointer_cast<OrvexPDFPage>(page(at));
+}
+
+PDFPagePtr OrvexPDFDocument::makePage(PDFPageContent content) const {
+    return std::make_shared<OrvexPDFPage>(std::move(content));
+}
+
+} // namespace orvex

@@ -1,0 +1,65 @@
+#include "OrvexPDF/Page.h"
+
+#include "OrvexPDF/Document.h"
+#include "Platform/Foundation/UserDefaults.h"
+
+#include <numbers>
+
+namespace orvex {
+
+namespace {
+
+/// Turns about the middle of `bounds`; a quarter turn is scaled so that a layer made for the box fits it again. By
+/// design every angle but a half turn is scaled so.
+AffineTransform textRotationTransform(const Rect& bounds, std::int64_t degrees) {
+    const bool halfTurn = degrees == 180 || degrees == -180;
+    const double sx = halfTurn ? 1 : bounds.height / bounds.width;
+    const double sy = halfTurn ? 1 : bounds.width / bounds.height;
+    return AffineTransform{}
+        .translated(bounds.midX(), bounds.midY())
+        .rotated(static_cast<double>(degrees) * std::numbers::pi / 180)
+        .scaled(sx, sy)
+        .translated(-bounds.midX(), -bounds.midY());
+}
+
+} // namespace
+
+std::shared_ptr<OrvexPDFPage> OrvexPDFPage::fromImage(const ImagePtr& image) {
+    return canHold(image) ? std::make_shared<OrvexPDFPage>(ImagePageContent{image}) : nullptr;
+}
+
+void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
+    {
+        const ScopedState content(context);
+        PDFPage::draw(box, context);
+    }
+    const ScopedState overlay(context);
+    if (const std::int64_t degrees = textRotation % 360; degrees != 0) {
+        context.concatenate(textRotationTransform(bounds(box), degrees));
+    }
+    if (UserDefaults::standard().boolForKey("debug")) {
+        debug = true; // by design it stays on when the setting goes off again
+    }
+    drawInvisibleText(box, context);
+}
+
+std::shared_ptr<OrvexPDFDocument> OrvexPDFPage::createDocumentFromPage() {
+    auto document = std::make_shared<OrvexPDFDocument>();
+    document->insertPage(shared_from_this(), 0);
+    return document;
+}
+
+/// Content never changes, so a deep copy may share it; the overlay is not content and comes along as settings.
+std::shared_ptr<OrvexPDFPage> OrvexPDFPage::clone() const {
+    auto copy = std::make_shared<OrvexPDFPage>(content());
+    copy->setRotation(rotation());
+    copy->debug = debug;
+    copy->watermarkText = watermarkText;
+    copy->watermarkForegroundColor = watermarkForegroundColor;
+    copy->watermarkBackgroundColor = watermarkBackgroundColor;
+    copy->textRotation = textRotation;
+    copy->foundPage = foundPage;
+    return copy;
+}
+
+} // namespace orvex

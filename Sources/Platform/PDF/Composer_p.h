@@ -1,0 +1,57 @@
+// Puts a document together for saving. The base file keeps what is not pages; pages from elsewhere are copied with what
+// they need; every page draws itself, and what it draws over its content is appended to it.
+#pragma once
+
+#include "Platform/PDF/ContentStream_p.h"
+#include "Platform/PDF/ImageObjects_p.h"
+#include "Platform/PDF/InvisibleFont_p.h"
+#include "Platform/PDF/ObjectCopier_p.h"
+#include "Platform/PDF/PDFSource_p.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace orvex {
+
+/// One use: construct, write. Keeps the sources of foreign pages locked meanwhile.
+class Composer {
+public:
+    /// `base` may be null: a document of its own. Throws PDFWriteError.
+    Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr>& pages,
+             const std::map<PDFInfoKey, std::string>& info);
+    /// Throws PDFWriteError, and whatever the sink throws.
+    void write(ByteSink& sink);
+
+private:
+    void lockSources();
+    void placePages();
+    QPDFObjectHandle placeLoaded(const LoadedPageContent& content);
+    void fillPages();
+    void buildTree();
+    void drawPage(PDFPage& page, QPDFObjectHandle object);
+    void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn, const std::string& fontName);
+    void finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn,
+                       const std::string& fontName);
+    void addFont(QPDFObjectHandle page, const std::string& fontName);
+    void stampInfo(const std::map<PDFInfoKey, std::string>& info);
+    QPDFObjectHandle contentStream(const std::string& operators);
+
+    std::shared_ptr<PDFSource> base_;
+    const std::vector<PDFPagePtr>& pages_;
+    std::vector<std::shared_ptr<PDFSource>> foreign_; ///< in the order in which they are locked
+    std::vector<std::unique_lock<std::recursive_mutex>> locks_;
+    std::shared_ptr<QPDF> target_;
+    std::vector<QPDFObjectHandle> basePages_;
+    std::vector<bool> basePageUsed_;
+    std::vector<QPDFObjectHandle> objects_; ///< one per page
+    std::map<PDFSource*, ObjectCopier> copiers_;
+    ImageObjects images_;
+    InvisibleFont font_;
+    QPDFObjectHandle fontObject_;                            ///< reserved when the first page uses it
+    std::map<std::string, QPDFObjectHandle> contentStreams_; ///< equal ones are shared
+};
+
+} // namespace orvex

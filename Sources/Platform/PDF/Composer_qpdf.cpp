@@ -1,0 +1,243 @@
+#include "Platform/PDF/Composer_p.h"
+
+#include "Platform/PDF/ContentBalance_p.h"
+#include "Platform/PDF/Deflate_p.h"
+#include "Platform/PDF/FileWriter_p.h"
+
+#include <qpdf/QPDFExc.hh>
+
+#include <algorithm>
+#include <set>
+
+namespace orvex {
+
+namespace {
+
+std::shared_ptr<QPDF> emptyTarget() {
+    auto pdf = QPDF::create();
+    pdf->emptyPDF();
+    pdf->setSuppressWarnings(true);
+    return pdf;
+}
+
+const LoadedPageContent* loadedContent(const PDFPage& page) {
+    return std::get_if<LoadedPageContent>(&page.content());
+}
+
+QPDFObjectHandle copyOfDictionary(QPDFObjectHandle value) {
+    return value.isDictionary() ? value.shallowCopy() : QPDFObjectHandle::newDictionary();
+}
+
+/// A font name that the page's resources do not use yet.
+std::string freeFontName(QPDFObjectHandle page) {
+    auto resources = inheritedAttribute(page, "/Resources");
+    auto fonts = resources.isDictionary() ? resources.getKey("/Font") : QPDFObjectHandle::newNull();
+    std::string name = "OrvexText";
+    for (int i = 1; fonts.isDictionary() && fonts.hasKey("/" + name); ++i) {
+        name = "OrvexText" + std::to_string(i);
+    }
+    return name;
+}
+
+QPDFObjectHandle rectangleArray(const Rect& rect) {
+    return QPDFObjectHandle::newArray(QPDFObjectHandle::Rectangle(rect.x, rect.y, rect.maxX(), rect.maxY()));
+}
+
+} // namespace
+
+Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr>& pages,
+                   const std::map<PDFInfoKey, std::string>& info)
+    : base_(std::move(base)), pages_(pages), target_(base_ ? base_->reopen() : emptyTarget()), images_(*target_) {
+    try {
+        lockSources();
+        placePages();
+        fillPages();
+        buildTree();
+        for (std::size_t i = 0; i < pages_.size(); ++i) {
+            drawPage(*pages_[i], objects_[i]);
+        }
+        if (fontObject_.isInitialized()) {
+            target_->replaceReserved(fontObject_, font_.makeObject(*target_).unsafeShallowCopy());
+        }
+        stampInfo(info);
+    } catch (const QPDFExc& error) {
+        throw PDFWriteError(std::string("cannot put the document together: ") + error.what());
+    } catch (const ImageError& error) {
+        throw PDFWriteError(std::string("cannot store an image: ") + error.what());
+    }
+}
+
+void Composer::write(ByteSink& sink) {
+    try {
+        writeFile(*target_, base_ ? StreamPacking::keep : StreamPacking::compact, sink);
+    } catch (const QPDFExc& error) {
+        throw PDFWriteError(std::string("cannot write the document: ") + error.what());
+    }
+}
+
+/// Always in the same order, so that two documents that share sources cannot wait for each other.
+void Composer::lockSources() {
+    std::set<std::shared_ptr<PDFSource>> sources;
+    for (const auto& page : pages_) {
+        if (const auto* loaded = loadedContent(*page); loaded != nullptr && loaded->source != base_) {
+            sources.insert(loaded->source);
+        }
+    }
+    foreign_.assign(sources.begin(), sources.end());
+    for (const auto& source : foreign_) {
+        locks_.emplace_back(source->mutex());
+    }
+}
+
+void Composer::placePages() {
+    basePages_ = target_->getAllPages();
+    basePageUsed_.resize(basePages_.size());
+    for (const auto& page : pages_) {
+        const auto* loaded = loadedContent(*page);
+        objects_.push_back(loaded != nullptr
+                               ? placeLoaded(*loaded)
+                               : target_->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Page >>")));
+    }
+}
+
+QPDFObjectHandle Composer::placeLoaded(const LoadedPageContent& content) {
+    const auto index = static_cast<std::size_t>(content.index);
+    if (content.source == base_) {
+        const bool again = basePageUsed_.at(index);
+        basePageUsed_[index] = true;
+        return again ? target_->makeIndirectObject(basePages_[index].shallowCopy()) : basePages_.at(index);
+    }
+    auto object = target_->makeIndirectObject(QPDFObjectHandle::newDictionary());
+    auto& copier = copiers_.try_emplace(content.source.get(), *target_, content.source).first->second;
+    copier.mapPage(content.index, object);
+    return object;
+}
+
+void Composer::fillPages() {
+    for (std::size_t i = 0; i < pages_.size(); ++i) {
+        const auto* loaded = loadedContent(*pages_[i]);
+        if (loaded != nullptr && loaded->source != base_) {
+            copiers_.at(loaded->source.get()).copyPage(loaded->index, objects_[i]);
+        }
+    }
+}
+
+void Composer::buildTree() {
+    const bool unchanged =
+        std::ranges::equal(objects_, basePages_, [](auto& a, auto& b) { return a.getObjGen() == b.getObjGen(); });
+    if (unchanged) {
+        return;
+    }
+    target_->pushInheritedAttributesToPage();
+    auto root = target_->getRoot().getKey("/Pages");
+    for (auto& page : objects_) {
+        page.replaceKey("/Parent", root);
+    }
+    root.replaceKey("/Kids", QPDFObjectHandle::newArray(objects_));
+    root.replaceKey("/Count", QPDFObjectHandle::newInteger(static_cast<long long>(objects_.size())));
+    for (std::size_t i = 0; i < basePages_.size(); ++i) {
+        if (!basePageUsed_[i]) { // whatever still leads to a removed page must not keep it in the file
+            target_->replaceObject(basePages_[i].getObjGen(), QPDFObjectHandle::newNull());
+        }
+    }
+    target_->updateAllPagesCache();
+}
+
+void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
+    const Rect media = page.bounds(PDFDisplayBox::media);
+    const std::string fontName = freeFontName(object);
+    ContentStreamContext context(font_, fontName, {media.x, media.y});
+    page.draw(PDFDisplayBox::media, context);
+    if (page.rotation() != pageRotation(object)) {
+        object.replaceKey("/Rotate", QPDFObjectHandle::newInteger(page.rotation()));
+    }
+    if (loadedContent(page) == nullptr) {
+        finishOwnPage(page, object, context, fontName);
+    } else if (context.drewText()) {
+        finishLoadedPage(object, context, fontName);
+    }
+}
+
+void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn,
+                                const std::string& fontName) {
+    const ContentBalance balance = measureBalance(object);
+    auto contents = QPDFObjectHandle::newArray();
+    contents.appendItem(contentStream(balance.opening() + drawn.before()));
+    auto own = object.getKey("/Contents");
+    for (auto& stream : own.isArray() ? own.getArrayAsVector() : std::vector<QPDFObjectHandle>{own}) {
+        if (stream.isStream()) {
+            contents.appendItem(stream);
+        }
+    }
+    contents.appendItem(contentStream(balance.closing() + drawn.after()));
+    object.replaceKey("/Contents", contents);
+    addFont(object, fontName);
+}
+
+void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn,
+                             const std::string& fontName) {
+    const Rect media = page.bounds(PDFDisplayBox::media);
+    object.replaceKey("/MediaBox", rectangleArray(media));
+    auto resources = QPDFObjectHandle::newDictionary();
+    std::string placement;
+    if (std::holds_alternative<ImagePageContent>(page.content())) {
+        auto images = QPDFObjectHandle::newDictionary();
+        images.replaceKey("/Im0", images_.object(page.imageStream()));
+        resources.replaceKey("/XObject", images);
+        placement = "q\n";
+        appendNumber(placement, media.width);
+        placement += " 0 0 ";
+        appendNumber(placement, media.height);
+        placement += " 0 0 cm\n/Im0 Do\nQ\n";
+    }
+    object.replaceKey("/Resources", resources);
+    const std::string operators = drawn.drewText() ? drawn.before() + placement + drawn.after() : placement;
+    object.replaceKey("/Contents", contentStream(operators));
+    if (drawn.drewText()) {
+        addFont(object, fontName);
+    }
+}
+
+void Composer::addFont(QPDFObjectHandle page, const std::string& fontName) {
+    if (!fontObject_.isInitialized()) {
+        fontObject_ = QPDFObjectHandle::newReserved(target_.get());
+    }
+    auto resources = copyOfDictionary(inheritedAttribute(page, "/Resources"));
+    auto fonts = copyOfDictionary(resources.getKey("/Font"));
+    fonts.replaceKey("/" + fontName, fontObject_);
+    resources.replaceKey("/Font", fonts);
+    page.replaceKey("/Resources", resources);
+}
+
+void Composer::stampInfo(const std::map<PDFInfoKey, std::string>& info) {
+    if (info.empty()) {
+        return;
+    }
+    auto trailer = target_->getTrailer();
+    if (!trailer.getKey("/Info").isDictionary()) {
+        trailer.replaceKey("/Info", target_->makeIndirectObject(QPDFObjectHandle::newDictionary()));
+    }
+    for (const auto& [key, text] : info) {
+        trailer.getKey("/Info").replaceKey(infoEntry(key), QPDFObjectHandle::newUnicodeString(text));
+    }
+}
+
+/// Short operators are the same on many pages, and are shared.
+QPDFObjectHandle Composer::contentStream(const std::string& operators) {
+    constexpr std::size_t shortEnough = 128;
+    if (operators.size() > shortEnough) {
+        const Bytes text = Bytes::copyOf(operators);
+        auto object = QPDFObjectHandle::newStream(target_.get(), std::string(deflate(text.span()).text()));
+        object.getDict().replaceKey("/Filter", QPDFObjectHandle::newName("/FlateDecode"));
+        object.setFilterOnWrite(false);
+        return object;
+    }
+    auto& object = contentStreams_[operators];
+    if (!object.isInitialized()) {
+        object = QPDFObjectHandle::newStream(target_.get(), operators);
+        object.setFilterOnWrite(false);
+    }
+    return object;
+}
+
+} // namespace orvex

@@ -1,0 +1,18 @@
+// The composed file as bytes.
+#pragma once
+
+#include "Platform/Foundation/Bytes.h"
+
+#include <qpdf/QPDF.hh>
+
+namespace orvex {
+
+enum class StreamPacking {
+    keep,   ///< a loaded file's own way: objects loose or in object streams as they were
+    compact ///< a file of our own: objects in object streams
+};
+
+/// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents.
+void writeFile(QPDF& pdf, StreamPacking packing, ByteSink& sink);
+
+} // namespace orvex

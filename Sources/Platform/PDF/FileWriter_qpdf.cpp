@@ -1,0 +1,85 @@
+#include "Platform/PDF/FileWriter_p.h"
+
+#include "Platform/PDF/Digest_p.h"
+
+#include <qpdf/Pipeline.hh>
+#include <qpdf/QPDFWriter.hh>
+
+#include <string_view>
+#include <vector>
+
+namespace orvex {
+
+namespace {
+
+/// The id that the writer puts in when it is told to use a fixed one; it arrives in a write of its own, after all
+/// objects, and is replaced by the digest of what went before.
+constexpr std::string_view fixedId = "<31415926535897932384626433832795>";
+
+class SinkPipeline final : public Pipeline {
+public:
+    explicit SinkPipeline(ByteSink& sink) : Pipeline("sink", nullptr), sink_(sink) { buffer_.reserve(capacity); }
+
+    void write(const unsigned char* data, std::size_t length) override {
+        const std::string_view text(reinterpret_cast<const char*>(data), length);
+        if (text == fixedId) {
+            flush();
+            const std::string id = "<" + digest_.hex() + ">";
+            pass({reinterpret_cast<const std::uint8_t*>(id.data()), id.size()});
+        } else {
+            pass({data, length});
+        }
+    }
+
+    void finish() override { flush(); }
+
+private:
+    static constexpr std::size_t capacity = 256 * 1024;
+
+    void pass(std::span<const std::uint8_t> bytes) {
+        if (buffer_.size() + bytes.size() > capacity) {
+            flush();
+        }
+        if (bytes.size() >= capacity) {
+            emit(bytes);
+        } else {
+            buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+        }
+    }
+
+    void flush() {
+        emit(buffer_);
+        buffer_.clear();
+    }
+
+    void emit(std::span<const std::uint8_t> bytes) {
+        digest_.add(bytes);
+        sink_.write(bytes);
+    }
+
+    ByteSink& sink_;
+    std::vector<std::uint8_t> buffer_;
+    RunningDigest digest_;
+};
+
+bool usesObjectStreams(QPDF& pdf) {
+    return pdf.getTrailer().getKey("/Type").isNameAndEquals("/XRef");
+}
+
+} // namespace
+
+void writeFile(QPDF& pdf, StreamPacking packing, ByteSink& sink) {
+    SinkPipeline pipeline(sink);
+    QPDFWriter writer(pdf);
+    writer.setOutputPipeline(&pipeline);
+    writer.setStaticID(true);
+    writer.setPreserveEncryption(false);
+    writer.setDecodeLevel(qpdf_dl_none);
+    writer.setObjectStreamMode(packing == StreamPacking::compact ? qpdf_o_generate : qpdf_o_preserve);
+    // Object streams are worth nothing uncompressed; otherwise every stream keeps its bytes.
+    writer.setCompressStreams(packing == StreamPacking::compact || usesObjectStreams(pdf));
+    writer.setMinimumPDFVersion("1.5");
+    writer.write();
+}
+
+} // namespace orvex

@@ -1,0 +1,82 @@
+#include "Platform/PDF/PDFDocument.h"
+
+#include "Platform/PDF/Composer_p.h"
+#include "Platform/PDF/PDFSource_p.h"
+
+#include <algorithm>
+
+namespace orvex {
+
+PDFDocument::PDFDocument() = default;
+PDFDocument::~PDFDocument() = default;
+
+PDFPagePtr PDFDocument::page(std::int64_t at) const {
+    return at >= 0 && at < pageCount() ? pages_[static_cast<std::size_t>(at)] : nullptr;
+}
+
+std::int64_t PDFDocument::index(const PDFPage* page) const {
+    const auto found = std::ranges::find(pages_, page, &PDFPagePtr::get);
+    return found == pages_.end() ? notFound : found - pages_.begin();
+}
+
+void PDFDocument::insertPage(PDFPagePtr page, std::int64_t at) {
+    if (!page || at < 0 || at > pageCount()) {
+        throw std::out_of_range("cannot insert a page at " + std::to_string(at) + " of " + std::to_string(pageCount()));
+    }
+    pages_.insert(pages_.begin() + at, std::move(page));
+}
+
+void PDFDocument::removePage(std::int64_t at) {
+    if (at < 0 || at >= pageCount()) {
+        throw std::out_of_range("cannot remove page " + std::to_string(at) + " of " + std::to_string(pageCount()));
+    }
+    pages_.erase(pages_.begin() + at);
+}
+
+std::string PDFDocument::info(PDFInfoKey key) const {
+    if (const auto changed = info_.find(key); changed != info_.end()) {
+        return changed->second;
+    }
+    return source_ ? source_->info(key) : std::string();
+}
+
+void PDFDocument::setInfo(PDFInfoKey key, std::string utf8) {
+    info_.insert_or_assign(key, std::move(utf8));
+}
+
+std::optional<Bytes> PDFDocument::dataRepresentation() const {
+    class Collector final : public ByteSink {
+    public:
+        void write(std::span<const std::uint8_t> bytes) override {
+            buffer.insert(buffer.end(), bytes.begin(), bytes.end());
+        }
+        std::vector<std::uint8_t> buffer;
+    };
+    Collector collector;
+    if (!write(collector)) {
+        return std::nullopt;
+    }
+    return Bytes(std::move(collector.buffer));
+}
+
+bool PDFDocument::write(ByteSink& sink) const {
+    if (pages_.empty()) {
+        return false;
+    }
+    Composer(source_, pages_, info_).write(sink);
+    return true;
+}
+
+void PDFDocument::open(const Bytes& data, const std::string& password) {
+    source_ = PDFSource::open(data, password);
+    pages_.reserve(static_cast<std::size_t>(source_->pageCount()));
+    for (int index = 0; index < source_->pageCount(); ++index) {
+        pages_.push_back(makePage(LoadedPageContent{source_, index}));
+    }
+}
+
+PDFPagePtr PDFDocument::makePage(PDFPageContent content) const {
+    return std::make_shared<PDFPage>(std::move(content));
+}
+
+} // namespace orvex

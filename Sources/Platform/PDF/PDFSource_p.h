@@ -1,0 +1,59 @@
+// One loaded file: its bytes and its parsed structure, shared by every page that came from it and never changed.
+#pragma once
+
+#include "Platform/Foundation/Bytes.h"
+#include "Platform/Foundation/Geometry.h"
+#include "Platform/PDF/GraphicsContext.h"
+#include "Platform/PDF/PDFDocument.h"
+
+#include <qpdf/QPDF.hh>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace orvex {
+
+class PDFSource {
+public:
+    /// Parses, and repairs what can be repaired. Throws PDFOpenError.
+    static std::shared_ptr<PDFSource> open(const Bytes& bytes, const std::string& password);
+
+    [[nodiscard]] const Bytes& bytes() const { return bytes_; }
+    [[nodiscard]] const std::string& password() const { return password_; }
+    [[nodiscard]] int pageCount() const { return static_cast<int>(pages_.size()); }
+    [[nodiscard]] Rect box(int page, PDFDisplayBox box) const;
+    [[nodiscard]] int rotation(int page) const;
+    [[nodiscard]] std::string info(PDFInfoKey key) const;
+    [[nodiscard]] bool hasText(int page) const;
+
+    /// A second parse of the same bytes, for a writer to change.
+    [[nodiscard]] std::shared_ptr<QPDF> reopen() const;
+
+    /// The shared parse is not safe for threads: hold the mutex while using anything of it.
+    [[nodiscard]] std::recursive_mutex& mutex() const { return mutex_; }
+    [[nodiscard]] QPDF& pdf() const { return *pdf_; }
+    [[nodiscard]] const std::vector<QPDFObjectHandle>& pages() const { return pages_; }
+
+private:
+    PDFSource() = default;
+    Bytes bytes_;
+    std::string password_;
+    std::shared_ptr<QPDF> pdf_;
+    std::vector<QPDFObjectHandle> pages_;
+    mutable std::recursive_mutex mutex_;
+    enum class TextState : unsigned char { unknown, absent, present };
+    mutable std::vector<std::atomic<TextState>> textStates_;
+};
+
+/// "/Title" and so on.
+[[nodiscard]] const char* infoEntry(PDFInfoKey key);
+/// An attribute of a page or, when it lacks it, of the nodes above it. Null when there is none.
+[[nodiscard]] QPDFObjectHandle inheritedAttribute(QPDFObjectHandle page, const std::string& key);
+/// A page's /Rotate in clockwise degrees: 0, 90, 180 or 270; values that are no quarter turns count as 0.
+[[nodiscard]] int pageRotation(const QPDFObjectHandle& page);
+[[nodiscard]] Rect pageBox(const QPDFObjectHandle& page, PDFDisplayBox box);
+
+} // namespace orvex

@@ -1,0 +1,165 @@
+#include "Platform/PDF/PDFSource_p.h"
+
+#include "Platform/Foundation/Strings.h"
+#include "Platform/PDF/TextReader_p.h"
+
+#include <qpdf/QPDFExc.hh>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+
+namespace orvex {
+
+namespace {
+
+constexpr Rect letter{0, 0, 612, 792};
+constexpr std::size_t headerWindow = 1024; // readers accept a header that is preceded by that much junk
+constexpr int treeDepthLimit = 64;
+
+bool hasHeader(const Bytes& bytes) {
+    return bytes.text().substr(0, headerWindow).find("%PDF-") != std::string_view::npos;
+}
+
+std::shared_ptr<QPDF> parse(const Bytes& bytes, const std::string& password) {
+    auto pdf = QPDF::create();
+    pdf->setSuppressWarnings(true);
+    pdf->processMemoryFile("input", reinterpret_cast<const char*>(bytes.data()), bytes.size(), password.c_str());
+    return pdf;
+}
+
+[[noreturn]] void rethrowAsOpenError(const std::exception& error) {
+    if (const auto* qpdf = dynamic_cast<const QPDFExc*>(&error)) {
+        if (qpdf->getErrorCode() == qpdf_e_password) {
+            throw PDFOpenError(PDFOpenFailure::passwordNeeded, "a password is needed");
+        }
+        throw PDFOpenError(PDFOpenFailure::damaged, "damaged PDF: " + qpdf->getMessageDetail());
+    }
+    throw PDFOpenError(PDFOpenFailure::damaged, std::string("damaged PDF: ") + error.what());
+}
+
+std::optional<Rect> rectangle(QPDFObjectHandle array) {
+    if (!array.isArray() || array.getArrayNItems() != 4) {
+        return std::nullopt;
+    }
+    std::array<double, 4> corner{};
+    for (int i = 0; i < 4; ++i) {
+        if (!array.getArrayItem(i).getValueAsNumber(corner[static_cast<std::size_t>(i)])) {
+            return std::nullopt;
+        }
+    }
+    const auto [left, right] = std::minmax(corner[0], corner[2]);
+    const auto [bottom, top] = std::minmax(corner[1], corner[3]);
+    const Rect rect{left, bottom, right - left, top - bottom};
+    const bool usable = std::isfinite(rect.width) && std::isfinite(rect.height) && rect.width > 0 && rect.height > 0;
+    return usable ? std::optional(rect) : std::nullopt;
+}
+
+Rect intersection(const Rect& a, const Rect& b) {
+    const double x = std::max(a.x, b.x);
+    const double y = std::max(a.y, b.y);
+    const double width = std::min(a.maxX(), b.maxX()) - x;
+    const double height = std::min(a.maxY(), b.maxY()) - y;
+    return width > 0 && height > 0 ? Rect{x, y, width, height} : b;
+}
+
+} // namespace
+
+const char* infoEntry(PDFInfoKey key) {
+    switch (key) {
+    case PDFInfoKey::title:
+        return "/Title";
+    case PDFInfoKey::author:
+        return "/Author";
+    case PDFInfoKey::creator:
+        return "/Creator";
+    case PDFInfoKey::producer:
+        break;
+    }
+    return "/Producer";
+}
+
+QPDFObjectHandle inheritedAttribute(QPDFObjectHandle page, const std::string& key) {
+    for (int depth = 0; depth < treeDepthLimit && page.isDictionary(); ++depth) {
+        if (auto value = page.getKey(key); !value.isNull()) {
+            return value;
+        }
+        page = page.getKey("/Parent");
+    }
+    return QPDFObjectHandle::newNull();
+}
+
+int pageRotation(const QPDFObjectHandle& page) {
+    double degrees = 0;
+    if (!inheritedAttribute(page, "/Rotate").getValueAsNumber(degrees) || !std::isfinite(degrees)) {
+        return 0;
+    }
+    const double reduced = std::fmod(degrees, 360);
+    return std::fmod(reduced, 90) == 0 ? (static_cast<int>(reduced) + 360) % 360 : 0;
+}
+
+Rect pageBox(const QPDFObjectHandle& page, PDFDisplayBox box) {
+    const Rect media = rectangle(inheritedAttribute(page, "/MediaBox")).value_or(letter);
+    if (box == PDFDisplayBox::media) {
+        return media;
+    }
+    const Rect crop = intersection(rectangle(inheritedAttribute(page, "/CropBox")).value_or(media), media);
+    if (box == PDFDisplayBox::crop) {
+        return crop;
+    }
+    const char* key = box == PDFDisplayBox::bleed ? "/BleedBox" : box == PDFDisplayBox::trim ? "/TrimBox" : "/ArtBox";
+    return intersection(rectangle(QPDFObjectHandle(page).getKey(key)).value_or(crop), media);
+}
+
+std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string& password) {
+    if (!hasHeader(bytes)) {
+        throw PDFOpenError(PDFOpenFailure::notAPDF, "not a PDF");
+    }
+    std::shared_ptr<PDFSource> source(new PDFSource);
+    try {
+        source->bytes_ = bytes;
+        source->password_ = password;
+        source->pdf_ = parse(bytes, password);
+        source->pages_ = source->pdf_->getAllPages();
+    } catch (const std::exception& error) {
+        rethrowAsOpenError(error);
+    }
+    source->textStates_ = std::vector<std::atomic<TextState>>(source->pages_.size());
+    return source;
+}
+
+Rect PDFSource::box(int page, PDFDisplayBox box) const {
+    const std::lock_guard lock(mutex_);
+    return pageBox(pages_.at(static_cast<std::size_t>(page)), box);
+}
+
+int PDFSource::rotation(int page) const {
+    const std::lock_guard lock(mutex_);
+    return pageRotation(pages_.at(static_cast<std::size_t>(page)));
+}
+
+std::string PDFSource::info(PDFInfoKey key) const {
+    const std::lock_guard lock(mutex_);
+    auto dictionary = pdf_->getTrailer().getKey("/Info");
+    if (!dictionary.isDictionary()) {
+        return {};
+    }
+    auto value = dictionary.getKey(infoEntry(key));
+    return value.isString() ? value.getUTF8Value() : std::string();
+}
+
+bool PDFSource::hasText(int page) const {
+    auto& state = textStates_.at(static_cast<std::size_t>(page));
+    if (state.load() == TextState::unknown) {
+        const bool present = !trimWhitespaceAndNewlines(readPageText(*this, page)).empty();
+        state.store(present ? TextState::present : TextState::absent);
+    }
+    return state.load() == TextState::present;
+}
+
+std::shared_ptr<QPDF> PDFSource::reopen() const {
+    return parse(bytes_, password_);
+}
+
+} // namespace orvex

@@ -1,0 +1,14 @@
+// Where the text of a page of a loaded file comes from.
+#pragma once
+
+#include <string>
+
+namespace orvex {
+
+class PDFSource;
+
+/// The page's text in reading order, UTF-8, lines ended by line feeds; empty when there is none or it cannot be read.
+/// Threads: any.
+[[nodiscard]] std::string readPageText(const PDFSource& source, int page);
+
+} // namespace orvex

@@ -1,0 +1,80 @@
+#include "OrvexPDF/Document.h"
+
+#include "Support/PDFFixture.h"
+#include "Support/SavedDocument.h"
+#include "Support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace orvex {
+namespace {
+
+using test::pdfFromPages;
+using test::showing;
+
+TEST(Document, AFreshDocumentHasNoUserInfo) {
+    const Bytes data = pdfFromPages({{showing("A")}});
+    const test::TempFolder folder;
+    std::ofstream(folder.path() / "a.pdf", std::ios::binary) << data.text();
+    EXPECT_TRUE(OrvexPDFDocument().userInfo.empty());
+    EXPECT_TRUE(OrvexPDFDocument::fromData(data)->userInfo.empty());
+    EXPECT_TRUE(OrvexPDFDocument::fromFile(folder.path() / "a.pdf")->userInfo.empty());
+}
+
+TEST(Document, WhatCannotBeOpenedGivesNothingAndAReason) {
+    std::optional<PDFOpenError> why;
+    EXPECT_EQ(OrvexPDFDocument::fromData(Bytes::copyOf("text"), &why), nullptr);
+    ASSERT_TRUE(why.has_value());
+    EXPECT_EQ(why->failure(), PDFOpenFailure::notAPDF);
+    EXPECT_EQ(OrvexPDFDocument::fromFile("/nowhere/at/all.pdf"), nullptr);
+}
+
+TEST(Document, EveryPageOfALoadedDocumentIsALibraryPage) {
+    const auto document = OrvexPDFDocument::fromData(pdfFromPages({{showing("A")}, {showing("B")}}));
+    ASSERT_EQ(document->orvexPages().size(), 2U);
+    EXPECT_EQ(document->orvexPages()[1], document->orvexPage(1));
+    EXPECT_EQ(document->orvexPage(1), document->page(1));
+    EXPECT_EQ(document->orvexPage(2), nullptr);
+}
+
+TEST(Document, APlainPlatformPageIsPassedOver) {
+    const auto document = OrvexPDFDocument::fromData(pdfFromPages({{showing("A")}, {showing("B")}}));
+    document->insertPage(std::make_shared<PDFPage>(), 1);
+    EXPECT_EQ(document->pageCount(), 3);
+    EXPECT_EQ(document->orvexPages().size(), 2U);
+    EXPECT_EQ(document->orvexPage(1), nullptr);
+}
+
+TEST(Document, MissingAndNonTextAttributesReadAsEmpty) {
+    const auto document = OrvexPDFDocument::fromData(pdfFromPages({{""}}, "/Title 19991231 /Subject (S)"));
+    EXPECT_EQ(document->author(), "");
+    EXPECT_EQ(document->title(), "");
+    EXPECT_EQ(OrvexPDFDocument().producer(), "");
+}
+
+TEST(Document, WritingAnAttributeMakesJustThatEntry) {
+    OrvexPDFDocument document;
+    document.insertPage(std::make_shared<OrvexPDFPage>(), 0);
+    document.setProducer("P");
+    const test::SavedDocument saved(document);
+    const auto again = OrvexPDFDocument::fromData(saved.bytes);
+    EXPECT_EQ(again->producer(), "P");
+    const std::string json = saved.tool("qpdf --json");
+    EXPECT_NE(json.find("/Producer"), std::string::npos);
+    for (const char* absent : {"/Title", "/Author", "/Creator"}) {
+        EXPECT_EQ(json.find(absent), std::string::npos) << absent;
+    }
+}
+
+TEST(Document, WritingAnEmptyAttributeKeepsAnEmptyEntry) {
+    const auto document = OrvexPDFDocument::fromData(pdfFromPages({{""}}, "/Author (Somebody) /Subject (kept)"));
+    document->setAuthor("");
+    const std::string json = test::SavedDocument(*document).tool("qpdf --json");
+    EXPECT_NE(json.find("\"/Author\": \"u:\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"/Subject\": \"u:kept\""), std::string::npos) << json;
+}
+
+} // namespace
+} // namespace orvex

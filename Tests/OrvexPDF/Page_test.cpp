@@ -1,0 +1,210 @@
+#include "OrvexPDF/Page.h"
+
+#include "OrvexPDF/Document.h"
+#include "Platform/Foundation/UserDefaults.h"
+#include "Platform/PDF/RecordingContext.h"
+#include "Support/PDFFixture.h"
+#include "Support/SavedDocument.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+namespace orvex {
+namespace {
+
+using test::pdfFromPages;
+using test::showing;
+using Kind = RecordingContext::Kind;
+
+ImagePtr whiteImage(std::int64_t width, std::int64_t height) {
+    auto bitmap = std::make_shared<Bitmap>();
+    bitmap->width = width;
+    bitmap->height = height;
+    bitmap->colorSpace.model = ColorModel::gray;
+    bitmap->bytesPerRow = static_cast<std::size_t>(width);
+    bitmap->samples.assign(static_cast<std::size_t>(width * height), 255);
+    return Image::fromBitmap(bitmap);
+}
+
+std::shared_ptr<const OrvexFoundPage> found(const std::string& text) {
+    OrvexFoundPage page(OrvexFoundSize(300, 200));
+    page.items = {OrvexFoundItem(text, OrvexFoundBox(Rect{10, 20, 100, 12}))};
+    return std::make_shared<const OrvexFoundPage>(page);
+}
+
+std::vector<RecordingContext::Operation> drawn(OrvexPDFPage& page) {
+    RecordingContext context;
+    page.draw(PDFDisplayBox::media, context);
+    return context.operations();
+}
+
+/// What turning the text layer concatenates, or the identity.
+AffineTransform turn(std::int64_t degrees) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->textRotation = degrees;
+    const auto operations = drawn(*page);
+    return operations.size() > 4 && operations[4].kind == Kind::concatenate ? operations[4].transform
+                                                                            : AffineTransform{};
+}
+
+void expectNear(const AffineTransform& a, const AffineTransform& b, std::int64_t degrees) {
+    constexpr double tolerance = 1e-9;
+    EXPECT_NEAR(a.a, b.a, tolerance) << degrees;
+    EXPECT_NEAR(a.b, b.b, tolerance) << degrees;
+    EXPECT_NEAR(a.c, b.c, tolerance) << degrees;
+    EXPECT_NEAR(a.d, b.d, tolerance) << degrees;
+    EXPECT_NEAR(a.tx, b.tx, tolerance) << degrees;
+    EXPECT_NEAR(a.ty, b.ty, tolerance) << degrees;
+}
+
+TEST(Page, ContentComesFirstAndEachPartInItsOwnState) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    const auto operations = drawn(*page);
+    ASSERT_GE(operations.size(), 5U);
+    EXPECT_EQ(operations[0].kind, Kind::save);
+    EXPECT_EQ(operations[1].kind, Kind::pageContent);
+    EXPECT_EQ(operations[2].kind, Kind::restore);
+    EXPECT_EQ(operations[3].kind, Kind::save);
+    EXPECT_EQ(operations.back().kind, Kind::restore);
+}
+
+TEST(Page, FullTurnsOfTheTextDrawAsNone) {
+    for (const std::int64_t degrees : {0, 360, -360, 720}) {
+        EXPECT_TRUE(turn(degrees).isIdentity()) << degrees;
+    }
+}
+
+TEST(Page, HalfTurnsRotateWithoutScaling) {
+    for (const std::int64_t degrees : {180, -180, 540}) {
+        expectNear(turn(degrees), {-1, 0, 0, -1, 300, 200}, degrees);
+    }
+}
+
+TEST(Page, OtherTurnsRotateAndScaleToTheBox) {
+    for (const std::int64_t degrees : {-450, -270, -90, 1, 45, 89, 90, 270, 450}) {
+        const double radians = static_cast<double>(degrees % 360) * std::numbers::pi / 180;
+        const double sx = 200.0 / 300;
+        const double sy = 300.0 / 200;
+        AffineTransform expected{
+            sx * std::cos(radians), sx * std::sin(radians), -sy * std::sin(radians), sy * std::cos(radians), 0, 0};
+        const Point moved = expected.apply({-150, -100});
+        expected.tx = 150 + moved.x;
+        expected.ty = 100 + moved.y;
+        expectNear(turn(degrees), expected, degrees);
+    }
+}
+
+TEST(Page, AQuarterTurnFillsTheBoxAgain) {
+    const Rect box = turn(90).apply(Rect{0, 0, 300, 200});
+    EXPECT_NEAR(box.x, 0, 1e-9);
+    EXPECT_NEAR(box.y, 0, 1e-9);
+    EXPECT_NEAR(box.width, 300, 1e-9);
+    EXPECT_NEAR(box.height, 200, 1e-9);
+}
+
+TEST(Page, TheDebugDefaultSwitchesAPageToDebugForGood) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(10, 10));
+    drawn(*page);
+    EXPECT_FALSE(page->debug);
+    UserDefaults::standard().set("debug", true);
+    drawn(*page);
+    EXPECT_TRUE(page->debug);
+    UserDefaults::standard().remove("debug");
+    drawn(*page);
+    EXPECT_TRUE(page->debug);
+}
+
+TEST(Page, ACloneHasEverySettingAndNoId) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->id = "the id";
+    page->debug = true;
+    page->watermarkText = "DRAFT";
+    page->watermarkBackgroundColor = {0.1, 0.2, 0.3, 1};
+    page->watermarkForegroundColor = {0.4, 0.5, 0.6, 1};
+    page->textRotation = -90;
+    page->foundPage = found("hello");
+    page->setRotation(90);
+    const auto copy = page->clone();
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy, page);
+    EXPECT_FALSE(copy->id.has_value());
+    EXPECT_EQ(copy->debug, page->debug);
+    EXPECT_EQ(copy->watermarkText, page->watermarkText);
+    EXPECT_EQ(copy->watermarkBackgroundColor, page->watermarkBackgroundColor);
+    EXPECT_EQ(copy->watermarkForegroundColor, page->watermarkForegroundColor);
+    EXPECT_EQ(copy->textRotation, page->textRotation);
+    EXPECT_EQ(copy->foundPage, page->foundPage);
+    EXPECT_EQ(copy->rotation(), 90);
+    EXPECT_EQ(copy->bounds(PDFDisplayBox::media), page->bounds(PDFDisplayBox::media));
+    page->setRotation(0);
+    EXPECT_EQ(copy->rotation(), 90);
+}
+
+TEST(Page, ACloneCarriesItsTextOnce) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->foundPage = found("hello");
+    const auto copy = page->clone();
+    EXPECT_EQ(test::SavedDocument(*copy->createDocumentFromPage()).words(), "hello |");
+}
+
+TEST(Page, ASavedPageHasItsOverlayInItsContentAndNoSettings) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->foundPage = found("hello");
+    const test::SavedDocument saved(*page->createDocumentFromPage());
+    EXPECT_EQ(saved.words(), "hello |");
+    const auto again = OrvexPDFDocument::fromData(saved.bytes);
+    EXPECT_EQ(again->orvexPage(0)->foundPage, nullptr);
+    EXPECT_TRUE(again->orvexPage(0)->hasText());
+}
+
+TEST(Page, ASecondLayerOverASavedOneKeepsBothFonts) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->foundPage = found("first");
+    const auto again = OrvexPDFDocument::fromData(*page->createDocumentFromPage()->dataRepresentation());
+    auto second = *found("second");
+    second.items->front().box->y = 100;
+    again->orvexPage(0)->foundPage = std::make_shared<const OrvexFoundPage>(second);
+    EXPECT_EQ(test::SavedDocument(*again).words(), "first second |");
+}
+
+TEST(Page, TheLayerIsNotDisturbedByWhatTheContentLeavesOpen) {
+    const char* contents[] = {"q 0.1 0 0 0.1 500 500 cm", "Q Q Q 2 0 0 2 0 0 cm BT /F1 12 Tf",
+                              "/Span << /MCID 0 >> BDC q q 3 0 0 3 9 9 cm", "q 0 0 10 10 re W n (unterminated", ""};
+    for (const char* content : contents) {
+        const auto document = OrvexPDFDocument::fromData(pdfFromPages({{content, "[0 0 300 200]", ""}}));
+        document->orvexPage(0)->foundPage = found("steady");
+        const std::string box = test::SavedDocument(*document).boxes();
+        EXPECT_NE(box.find(">steady<"), std::string::npos) << content << box;
+        EXPECT_NE(box.find("xMin=\"10.0"), std::string::npos) << content << box;
+    }
+}
+
+TEST(Page, AnOffsetMediaBoxDoesNotShiftTheLayer) {
+    const auto plain = OrvexPDFDocument::fromData(pdfFromPages({{"", "[0 0 300 200]", ""}}));
+    const auto offset = OrvexPDFDocument::fromData(pdfFromPages({{"", "[100 -50 400 150]", ""}}));
+    plain->orvexPage(0)->foundPage = found("steady");
+    offset->orvexPage(0)->foundPage = found("steady");
+    EXPECT_EQ(test::SavedDocument(*plain).boxes(), test::SavedDocument(*offset).boxes());
+}
+
+TEST(Page, AnImageWithoutSizeOrPixelsMakesNoPage) {
+    EXPECT_EQ(OrvexPDFPage::fromImage(nullptr), nullptr);
+    EXPECT_EQ(OrvexPDFPage::fromImage(std::make_shared<Image>(Size{10, 10})), nullptr);
+    for (const double width : {0.0, -1.0, std::numeric_limits<double>::infinity(), std::nan("")}) {
+        const auto image = whiteImage(4, 4);
+        image->setSize({width, 4});
+        EXPECT_EQ(OrvexPDFPage::fromImage(image), nullptr) << width;
+    }
+}
+
+TEST(Page, AnImagePageIsAsLargeAsItsImageInPoints) {
+    const auto image = whiteImage(300, 600);
+    image->setSize({72, 144});
+    EXPECT_EQ(OrvexPDFPage::fromImage(image)->bounds(PDFDisplayBox::media), (Rect{0, 0, 72, 144}));
+}
+
+} // namespace
+} // namespace orvex
