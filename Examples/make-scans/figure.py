@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Paints the figure of the article: a photograph-like still life, ray traced, so that it is all our own.
 
 usage: figure.py OUT.png

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes a clean page image look scanned: turned a little, tinted, unevenly lit, blurred, grainy.
 
 usage: scan.py PAGE.png OUT.jpg|OUT.png LOOK      (LOOK is one of the names in LOOKS)
