@@ -31,14 +31,16 @@ public:
     /// On the main thread this is a programming error and fatal: it would wait for itself (see syncOnMain).
     void sync(const std::function<void()>& block);
 
-    /// Runs what is queued, and what that queues; main thread only. Returns whether anything ran.
+    /// Runs what is queued, and what that queues; main thread only (fatal elsewhere). Returns whether anything ran.
+    /// An exception of an async() block comes out here; what is queued behind it stays queued.
     bool runPending();
     /// Waits for work and runs it until stop() is called; main thread only.
     void run();
+    /// Ends run(), now or the next time that it is called; what is queued stays queued. Any thread.
     void stop();
 
-    /// Called on the main thread after each queued block: the end of an event, for undo grouping. Returns a token;
-    /// destroying it removes the observer.
+    /// Called on the main thread after each queued block (also one that throws) and when runPending() begins: the end
+    /// of an event, for undo grouping. Returns a token; destroying it removes the observer.
     [[nodiscard]] std::shared_ptr<void> onEventEnd(std::function<void()> observer);
 
     MainQueue(const MainQueue&) = delete;
@@ -47,6 +49,8 @@ public:
 private:
     MainQueue();
     ~MainQueue();
+    void setLoop(bool attached, std::function<void()> wake);
+    void checkMainThread(const char* operation) const;
     struct State;
     std::unique_ptr<State> state_;
 };

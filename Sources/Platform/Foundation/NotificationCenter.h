@@ -26,12 +26,13 @@ class NotificationCenter {
 public:
     using Handler = std::function<void(const Notification&)>;
     struct Observer;
-    /// Keeps an observer registered; remove() or dropping the last copy ends it.
+    /// Keeps an observer registered; remove() on any copy or dropping the last copy ends it. Removing twice is
+    /// harmless.
     class Token {
     public:
         Token() = default;
         explicit Token(std::shared_ptr<Observer> observer) : observer_(std::move(observer)) {}
-        void remove() { observer_.reset(); }
+        void remove();
 
     private:
         std::shared_ptr<Observer> observer_;
@@ -52,6 +53,7 @@ public:
 
 private:
     Token add(std::shared_ptr<Observer> observer);
+    [[nodiscard]] std::vector<std::weak_ptr<Observer>> snapshot();
     std::mutex mutex_;
     std::vector<std::weak_ptr<Observer>> observers_;
 };

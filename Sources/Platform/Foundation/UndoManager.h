@@ -69,6 +69,7 @@ public:
 private:
     using Action = std::function<void()>;
     void registerAction(Action action);
+    void replay(std::vector<std::vector<Action>>& from, std::vector<std::vector<Action>>& to, bool& flag);
     struct State;
     std::unique_ptr<State> state_;
 };
