@@ -71,8 +71,9 @@ struct OrvexFoundPage {
     [[nodiscard]] std::optional<Bytes> toData(bool pretty) const;
     /// The same as text, "{}" on failure.
     [[nodiscard]] std::string toJSONString(bool pretty) const;
-    /// Empty, with a warning in the log, for malformed JSON or a value of the wrong type at any depth.
-    [[nodiscard]] static std::optional<OrvexFoundPage> from(const Bytes& jsonData);
+    /// Empty, with a warning in the log, for malformed JSON or a value of the wrong type at any depth; the reason, in a
+    /// line for people, goes to `why` when given. Keys that the format does not have are passed over.
+    [[nodiscard]] static std::optional<OrvexFoundPage> from(const Bytes& jsonData, std::string* why = nullptr);
     friend bool operator==(const OrvexFoundPage&, const OrvexFoundPage&) = default;
 };
 
@@ -84,7 +85,7 @@ struct OrvexFoundDocument {
 
     [[nodiscard]] std::optional<Bytes> toData(bool pretty) const;
     [[nodiscard]] std::string toJSONString(bool pretty) const;
-    [[nodiscard]] static std::optional<OrvexFoundDocument> from(const Bytes& jsonData);
+    [[nodiscard]] static std::optional<OrvexFoundDocument> from(const Bytes& jsonData, std::string* why = nullptr);
     friend bool operator==(const OrvexFoundDocument&, const OrvexFoundDocument&) = default;
 };
 

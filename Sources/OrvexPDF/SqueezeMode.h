@@ -35,7 +35,8 @@ public:
     OrvexPDFSqueezeColors colors;
     OrvexPDFSqueezeMethod method;
 
-    [[nodiscard]] Bytes toData() const; ///< JSON with the six keys id, title, dpi, quality, colors, method
+    /// JSON with the six keys id, title, dpi, quality, colors, method. Throws JSONError when a text is not UTF-8.
+    [[nodiscard]] Bytes toData() const;
     /// All six keys are required. On failure null, and the reason in `why` when given.
     [[nodiscard]] static std::shared_ptr<OrvexPDFSqueezeMode> from(const Bytes& jsonData, std::string* why = nullptr);
     friend bool operator==(const OrvexPDFSqueezeMode& a, const OrvexPDFSqueezeMode& b) { return a.id == b.id; }

@@ -1,0 +1,220 @@
+// Records as JSON objects: a record lists its fields once, and writing and reading both follow that table.
+//
+//     template <> struct JSONRecord<Box> {
+//         static constexpr std::array fields{jsonField<&Box::x>("x"), jsonField<&Box::y>("y")};
+//     };
+//
+// An optional field is left out when absent, and absent when missing or null; any other field is required. Fields are
+// texts, numbers, Booleans, enumerations with raw texts, records and lists of these.
+#pragma once
+
+#include "Platform/Foundation/JSON.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orvex {
+
+/// Specialised with `static constexpr std::array fields` in declaration order.
+template <class Record> struct JSONRecord;
+
+/// Specialised with `static constexpr std::string_view name` and
+/// `static constexpr std::array<std::pair<Enumeration, std::string_view>, N> cases`.
+template <class Enumeration> struct JSONEnumeration;
+
+template <class T>
+concept JSONRecordType = requires {
+    JSONRecord<T>::fields;
+};
+template <class T>
+concept JSONEnumerationType = requires {
+    JSONEnumeration<T>::cases;
+};
+
+/// One field of `Record`; the functions know its type.
+template <class Record> struct JSONField {
+    std::string_view key;
+    bool required = false;
+    void (*write)(JSONWriter&, std::string_view key, const Record&) = nullptr;
+    void (*read)(JSONReader&, Record&) = nullptr;
+};
+
+template <JSONEnumerationType Enumeration> [[nodiscard]] constexpr std::string_view jsonRawValue(Enumeration value) {
+    for (const auto& [candidate, raw] : JSONEnumeration<Enumeration>::cases) {
+        if (candidate == value) {
+            return raw;
+        }
+    }
+    return {};
+}
+
+/// Exact and case-sensitive.
+template <JSONEnumerationType Enumeration>
+[[nodiscard]] constexpr std::optional<Enumeration> fromJSONRawValue(std::string_view text) {
+    for (const auto& [value, raw] : JSONEnumeration<Enumeration>::cases) {
+        if (raw == text) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+inline void writeJSONValue(JSONWriter& writer, bool value) {
+    writer.boolean(value);
+}
+inline void writeJSONValue(JSONWriter& writer, double value) {
+    writer.number(value);
+}
+inline void writeJSONValue(JSONWriter& writer, std::int64_t value) {
+    writer.integer(value);
+}
+inline void writeJSONValue(JSONWriter& writer, const std::string& value) {
+    writer.string(value);
+}
+
+template <JSONEnumerationType Enumeration> void writeJSONValue(JSONWriter& writer, Enumeration value) {
+    writer.string(jsonRawValue(value));
+}
+
+template <JSONRecordType Record> void writeJSONValue(JSONWriter& writer, const Record& record);
+
+template <class Element> void writeJSONValue(JSONWriter& writer, const std::vector<Element>& elements) {
+    writer.beginArray();
+    for (const auto& element : elements) {
+        writeJSONValue(writer, element);
+    }
+    writer.endArray();
+}
+
+inline void readJSONValue(JSONReader& reader, bool& value) {
+    value = reader.readBool();
+}
+inline void readJSONValue(JSONReader& reader, double& value) {
+    value = reader.readDouble();
+}
+inline void readJSONValue(JSONReader& reader, std::int64_t& value) {
+    value = reader.readInt();
+}
+inline void readJSONValue(JSONReader& reader, std::string& value) {
+    value = reader.readString();
+}
+
+template <JSONEnumerationType Enumeration> void readJSONValue(JSONReader& reader, Enumeration& value) {
+    const std::string text = reader.readString();
+    const auto found = fromJSONRawValue<Enumeration>(text);
+    if (!found) {
+        reader.failCorrupted("Cannot initialize " + std::string(JSONEnumeration<Enumeration>::name) +
+                             " from invalid String value " + text);
+    }
+    value = *found;
+}
+
+template <JSONRecordType Record> void readJSONValue(JSONReader& reader, Record& record);
+
+template <class Element> void readJSONValue(JSONReader& reader, std::vector<Element>& elements) {
+    reader.enterArray();
+    while (reader.nextElement()) {
+        readJSONValue(reader, elements.emplace_back());
+    }
+}
+
+template <class Field> inline constexpr bool isJSONOptional = false;
+template <class T> inline constexpr bool isJSONOptional<std::optional<T>> = true;
+
+template <class Field> void writeJSONMember(JSONWriter& writer, std::string_view key, const Field& field) {
+    if constexpr (isJSONOptional<Field>) {
+        if (field) {
+            writeJSONMember(writer, key, *field);
+        }
+    } else {
+        writer.key(key);
+        writeJSONValue(writer, field);
+    }
+}
+
+template <class Field> void readJSONMember(JSONReader& reader, Field& field) {
+    if constexpr (isJSONOptional<Field>) {
+        if (reader.kind() == JSONKind::null) {
+            reader.skip();
+        } else {
+            readJSONValue(reader, field.emplace());
+        }
+    } else {
+        readJSONValue(reader, field);
+    }
+}
+
+template <class Pointer> struct JSONMemberPointer;
+template <class R, class F> struct JSONMemberPointer<F R::*> {
+    using Record = R;
+    using Field = F;
+};
+
+template <auto member> constexpr auto jsonField(std::string_view key) {
+    using Record = typename JSONMemberPointer<decltype(member)>::Record;
+    using Field = typename JSONMemberPointer<decltype(member)>::Field;
+    return JSONField<Record>{key, !isJSONOptional<Field>,
+                             [](JSONWriter& writer, std::string_view name, const Record& record) {
+                                 writeJSONMember(writer, name, record.*member);
+                             },
+                             [](JSONReader& reader, Record& record) { readJSONMember(reader, record.*member); }};
+}
+
+template <class Record> constexpr auto jsonFieldsSortedByKey() {
+    auto fields = JSONRecord<Record>::fields;
+    std::sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) { return a.key < b.key; });
+    return fields;
+}
+
+template <JSONRecordType Record> void writeJSONValue(JSONWriter& writer, const Record& record) {
+    static constexpr auto sorted = jsonFieldsSortedByKey<Record>();
+    writer.beginObject();
+    for (const auto& field : writer.pretty() ? sorted : JSONRecord<Record>::fields) {
+        field.write(writer, field.key, record);
+    }
+    writer.endObject();
+}
+
+/// Of members with the same key the first counts; keys that the record does not list are passed over.
+template <JSONRecordType Record> void readJSONValue(JSONReader& reader, Record& record) {
+    constexpr auto& fields = JSONRecord<Record>::fields;
+    std::array<bool, fields.size()> seen{};
+    reader.enterObject();
+    while (const auto key = reader.nextKey()) {
+        const auto field = std::find_if(fields.begin(), fields.end(), [&](const auto& f) { return f.key == *key; });
+        const auto index = static_cast<std::size_t>(field - fields.begin());
+        if (field == fields.end() || std::exchange(seen[index], true)) {
+            reader.skip();
+        } else {
+            field->read(reader, record);
+        }
+    }
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (fields[i].required && !seen[i]) {
+            reader.failMissingKey(fields[i].key);
+        }
+    }
+}
+
+/// Throws JSONError.
+template <JSONRecordType Record> [[nodiscard]] std::string encodeJSON(const Record& record, bool pretty) {
+    JSONWriter writer(pretty);
+    writeJSONValue(writer, record);
+    return writer.take();
+}
+
+/// Throws JSONError; there is no partial result.
+template <JSONRecordType Record> [[nodiscard]] Record decodeJSON(const Bytes& data) {
+    JSONReader reader(data);
+    Record record;
+    readJSONValue(reader, record);
+    return record;
+}
+
+} // namespace orvex
