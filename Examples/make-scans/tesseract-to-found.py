@@ -108,8 +108,7 @@ class HocrReader(HTMLParser):
 
 
 def numbers_of(name, title):
-    unquoted = re.sub(r'"[^"]*"', "", title)  # the image's file name may hold anything
-    match = re.search(rf"(?:^|;)\s*{name}((?:\s+-?[0-9.]+)+)", unquoted)
+    match = re.search(rf"(?:^|;)\s*{name}((?:\s+-?[0-9.]+)+)", title)
     return [float(v) for v in match.group(1).split()] if match else []
 
 

@@ -43,6 +43,9 @@ struct Bitmap {
         return samples.data() + static_cast<std::size_t>(y) * bytesPerRow;
     }
     [[nodiscard]] static std::size_t tightBytesPerRow(std::int64_t width, int channels, int bitsPerComponent);
+    /// Zeroed samples with tight rows. Throws ImageError for sizes below 1 or above 2 GiB of samples.
+    [[nodiscard]] static Bitmap make(std::int64_t width, std::int64_t height, int bitsPerComponent, ColorSpace space,
+                                     Alpha alpha = Alpha::none);
 };
 
 using BitmapPtr = std::shared_ptr<const Bitmap>;

@@ -10,21 +10,30 @@ namespace orvex {
 
 /// Recognises the format by content. Empty when it is none of ours.
 [[nodiscard]] std::optional<ImageFormat> sniffImageFormat(std::span<const std::uint8_t> data);
-/// Reads headers only; one entry per TIFF page, one otherwise. Throws ImageError.
+/// Reads headers only; one entry per TIFF page (reduced copies and masks left out), one otherwise. Throws ImageError.
 [[nodiscard]] std::vector<ImageInfo> readImageInfo(const Bytes& data);
-/// Decodes the samples of one page. Throws ImageError; dimensions that would need more than 2 GiB are refused.
-[[nodiscard]] Bitmap decodeImage(const Bytes& data, const ImageInfo& info, int page);
-/// Decodes a JPEG at the smallest of its built-in scales that is at least `width` x `height` pixels.
+/// Finds files that were cut off, without decoding a pixel: for bytes that are to be embedded as they are. A JPEG must
+/// end its scans (only its header and its tail are read), a PNG must have sound chunks up to its end, a TIFF directory
+/// must point into the file. What lies inside the compressed data is not looked at. Throws ImageError.
+void verifyEncoded(const Bytes& data, const ImageInfo& info);
+/// Decodes the samples of the page that `info` describes, as stored (no orientation applied). Throws ImageError;
+/// dimensions that would need more than 2 GiB, or more than the data could ever hold, are refused.
+[[nodiscard]] Bitmap decodeImage(const Bytes& data, const ImageInfo& info);
+/// Decodes a JPEG at the smallest of its built-in scales that is at least `width` x `height` pixels. Throws ImageError.
 [[nodiscard]] Bitmap decodeJPEGAtLeast(const Bytes& data, const ImageInfo& info, std::int64_t width,
                                        std::int64_t height);
 
 struct PNGOptions {
     double dpiX = 72; ///< written as pHYs in whole pixels per metre
     double dpiY = 72;
-    int level = 9; ///< 0 to 12, libdeflate's scale
+    int level = automaticLevel; ///< 0 to 12, libdeflate's scale; automatic: the best that stays quick for the size
+    /// An encoder that passes this many bytes has lost and gives nothing. 0: no limit.
+    std::size_t limit = 0;
+    static constexpr int automaticLevel = -1;
 };
 /// Lossless and as small as we can make it: samples that are grey are stored grey, two-level ones with 1 bit, few
 /// colours with a palette; filters are chosen per row. Not interlaced, one compressed stream. CMYK is refused (empty).
+/// A profile or gamma that the samples have goes along.
 [[nodiscard]] std::optional<Bytes> encodePNG(const Bitmap& bitmap, const PNGOptions& options);
 
 struct JPEGOptions {
@@ -34,16 +43,19 @@ struct JPEGOptions {
     /// An encoder that passes this many bytes has lost and gives nothing. 0: no limit.
     std::size_t limit = 0;
 };
-/// Transparent parts become white; samples that are grey are stored grey. Quality 0.9 and above keeps full chroma.
+/// Baseline with optimised Huffman tables. Transparent parts become white; samples that are grey are stored grey; CMYK
+/// stays CMYK. Quality 0.9 and above keeps full chroma. A profile goes along. Empty beyond 65535 pixels a side.
 [[nodiscard]] std::optional<Bytes> encodeJPEG(const Bitmap& bitmap, const JPEGOptions& options);
 
-/// High-quality reduction or enlargement (Lanczos; area for strong reductions). Alpha is weighted in. 1-bit input gives
-/// 8-bit grey. Throws ImageError for sizes below 1 or above 2 GiB of samples.
+/// High-quality reduction or enlargement (Lanczos, after an area average where the reduction is strong). Alpha is
+/// weighted in. 1-bit input gives 8-bit grey. Throws ImageError for sizes below 1 or above 2 GiB of samples.
 [[nodiscard]] Bitmap resample(const Bitmap& bitmap, std::int64_t width, std::int64_t height);
 /// 8-bit (or 16-bit, kept) RGB or grey in sRGB, through the profile where there is one; alpha kept.
 [[nodiscard]] Bitmap convertToSRGB(const Bitmap& bitmap);
 /// Turned clockwise by quarter turns, 0 to 3.
 [[nodiscard]] Bitmap turned(const Bitmap& bitmap, int quarterTurns);
+/// Mirrored left to right and/or top to bottom.
+[[nodiscard]] Bitmap mirrored(const Bitmap& bitmap, bool horizontally, bool vertically);
 /// What a PDF reader needs to use a PNG's own compressed data as an image stream: empty when the format does not allow
 /// it (interlace, alpha or transparency, a broken file).
 struct PNGStream {

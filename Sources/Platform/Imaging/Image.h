@@ -33,10 +33,18 @@ struct ImageInfo {
     Alpha alpha = Alpha::none;
     double dpiX = 72; ///< 72 where the file does not say
     double dpiY = 72;
+    int page = 0;                   ///< TIFF: the directory that holds this page, from 0
     int orientation = 1;            ///< EXIF / TIFF orientation, 1 to 8; pixels are never turned by it (see Image)
     bool adobeInvertedCMYK = false; ///< JPEG with an Adobe marker and four components: samples stored inverted
+    bool arithmeticCoded = false;   ///< JPEG that few readers (and no PDF reader) can decode: re-encode it
     bool progressiveOrInterlaced = false;
     bool palette = false;
+
+    /// Orientations 2, 5 and 7: the stored pixels are mirrored left to right. bitmap() undoes it; whoever places the
+    /// encoded bytes as they are must.
+    [[nodiscard]] bool mirroredHorizontally() const { return orientation == 2 || orientation == 5 || orientation == 7; }
+    /// Orientation 4: the stored pixels are mirrored top to bottom. As above.
+    [[nodiscard]] bool mirroredVertically() const { return orientation == 4; }
 };
 
 /// One grid of pixels with a size in points. Shared and immutable but for its size. Threads: any for reading.
@@ -44,8 +52,8 @@ class ImageRep {
 public:
     /// From samples; the size in points equals the pixels until setSize().
     explicit ImageRep(BitmapPtr bitmap);
-    /// From encoded bytes whose header has been read; `page` counts TIFF pages from 0.
-    ImageRep(Bytes encoded, ImageInfo info, int page = 0);
+    /// From encoded bytes whose header has been read; the size in points is pixels x (72 / dpi) per axis.
+    ImageRep(Bytes encoded, ImageInfo info);
 
     [[nodiscard]] std::int64_t pixelsWide() const { return info_.width; }
     [[nodiscard]] std::int64_t pixelsHigh() const { return info_.height; }
@@ -54,20 +62,18 @@ public:
     [[nodiscard]] const ImageInfo& info() const { return info_; }
     /// The encoded bytes that the pixels came from, as they were; empty for a rep made from samples.
     [[nodiscard]] const Bytes& encoded() const { return encoded_; }
-    [[nodiscard]] int page() const { return page_; }
+    [[nodiscard]] int page() const { return info_.page; } ///< TIFF directory, from 0
 
     /// The pixels, decoded on the first call and kept. A mirrored orientation (2, 4, 5, 7) is undone here, a turned one
-    /// is not. Throws ImageError on damaged data; data that stops early decodes to what is there only where
-    /// `allowTruncated` of Image::fromData was given.
+    /// is not. Throws ImageError on damaged data, data that stops early included.
     [[nodiscard]] BitmapPtr bitmap() const;
-    /// The pixels for a reduction to `width` x `height`: never smaller than that, possibly much smaller than bitmap().
-    /// Not kept.
+    /// The pixels for a reduction to `width` x `height`: never smaller than that (or than the image, when that is
+    /// smaller), possibly much smaller than bitmap(). Not kept. Throws as bitmap() does.
     [[nodiscard]] BitmapPtr bitmapAtLeast(std::int64_t width, std::int64_t height) const;
 
 private:
     Bytes encoded_;
     ImageInfo info_;
-    int page_ = 0;
     Size size_;
     mutable std::mutex mutex_;
     mutable BitmapPtr bitmap_;
@@ -102,7 +108,8 @@ public:
     [[nodiscard]] double dpi() const;
     /// Clockwise degrees that show the first representation upright: 0, 90, 180 or 270.
     [[nodiscard]] int orientationDegrees() const;
-    [[nodiscard]] std::string description() const; ///< <Image 0x... Size={w, h} Reps=(...)>
+    /// For log lines: <Image 0x... Size={w, h} Reps=(Size={w, h} Pixels=WxH, ...)>
+    [[nodiscard]] std::string description() const;
 
 private:
     Size size_;

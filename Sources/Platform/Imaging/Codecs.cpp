@@ -1,0 +1,100 @@
+// Recognises formats by content and hands each to its codec.
+#include "Platform/Imaging/Codecs_p.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+namespace orvex {
+namespace {
+
+using namespace std::string_view_literals;
+
+struct Signature {
+    std::string_view start;
+    ImageFormat format;
+};
+
+constexpr Signature signatures[] = {
+    {"\xFF\xD8\xFF"sv, ImageFormat::jpeg},
+    {"\x89PNG\r\n\x1A\n"sv, ImageFormat::png},
+    {"II*\0"sv, ImageFormat::tiff},
+    {"MM\0*"sv, ImageFormat::tiff},
+    {"II+\0"sv, ImageFormat::tiff},
+    {"MM\0+"sv, ImageFormat::tiff},
+    {"\0\0\0\x0CjP  \r\n\x87\n"sv, ImageFormat::jpeg2000},
+    {"\xFF\x4F\xFF\x51"sv, ImageFormat::jpeg2000},
+};
+
+} // namespace
+
+double usableDPI(double dpi, double fallback) {
+    return std::isfinite(dpi) && dpi > 0 ? dpi : fallback;
+}
+
+std::optional<ImageFormat> sniffImageFormat(std::span<const std::uint8_t> data) {
+    for (const Signature& signature : signatures) {
+        const auto matches = [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; };
+        if (data.size() >= signature.start.size() &&
+            std::equal(signature.start.begin(), signature.start.end(), data.begin(), matches)) {
+            return signature.format;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<ImageInfo> readImageInfo(const Bytes& data) {
+    const std::optional<ImageFormat> format = sniffImageFormat(data.span());
+    if (!format) {
+        throw ImageError(data.empty() ? "no image data" : "not an image (JPEG, PNG, TIFF or JPEG 2000)");
+    }
+    switch (*format) {
+    case ImageFormat::jpeg:
+        return {jpeg::readInfo(data)};
+    case ImageFormat::png:
+        return {png::readInfo(data)};
+    case ImageFormat::tiff:
+        return tiff::readInfo(data);
+    case ImageFormat::jpeg2000:
+        return {jpeg2000::readInfo(data)};
+    }
+    return {};
+}
+
+void verifyEncoded(const Bytes& data, const ImageInfo& info) {
+    switch (info.format) {
+    case ImageFormat::jpeg:
+        return jpeg::verify(data);
+    case ImageFormat::png:
+        return png::verify(data);
+    case ImageFormat::tiff:
+        return tiff::verify(data, info.page);
+    case ImageFormat::jpeg2000:
+        return;
+    }
+}
+
+Bitmap decodeImage(const Bytes& data, const ImageInfo& info) {
+    switch (info.format) {
+    case ImageFormat::jpeg:
+        return jpeg::decode(data, info);
+    case ImageFormat::png:
+        return png::decode(data, info);
+    case ImageFormat::tiff:
+        return tiff::decode(data, info);
+    case ImageFormat::jpeg2000:
+        break;
+    }
+    throw ImageError("JPEG 2000 images cannot be decoded yet");
+}
+
+Bitmap decodeJPEGAtLeast(const Bytes& data, const ImageInfo& info, std::int64_t width, std::int64_t height) {
+    const auto scaled = [](std::int64_t side, int eighths) { return (side * eighths + 7) / 8; };
+    int eighths = 1;
+    while (eighths < 8 && (scaled(info.width, eighths) < width || scaled(info.height, eighths) < height)) {
+        ++eighths;
+    }
+    return jpeg::decode(data, info, eighths);
+}
+
+} // namespace orvex
