@@ -38,6 +38,7 @@ LIBRARIES = {
     "zlib": r"zlib\.h",
     "xxhash": r"xxhash\.h",
     "fontconfig": r"fontconfig/",
+    "fribidi": r"fribidi/",
     "freetype": r"ft2build\.h|freetype/",
 }
 # The tool is a program, not a library: its argument parser may be named anywhere in it.

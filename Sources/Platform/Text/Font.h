@@ -1,12 +1,10 @@
 // Fonts by name: metrics and advances as the layouts need them. Resolved through fontconfig.
 #pragma once
 
-#include "Platform/Foundation/Bytes.h"
-
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace orvex {
@@ -23,22 +21,20 @@ public:
     [[nodiscard]] static constexpr double ascent() { return 0.77002; }
     [[nodiscard]] static constexpr double descent() { return 0.22998; }
 
-    /// Advance of one code point in ems. Characters that the face lacks get the width of their kind: 1 for wide East
-    /// Asian ones, 0 for combining marks and controls, a Latin average for the rest.
+    /// Advance of one code point in ems, a multiple of a thousandth. Combining marks and controls have none; characters
+    /// that the face lacks get the width of their kind, so that no other installed font matters: 1 for wide East Asian
+    /// ones, a digit's for the rest.
     [[nodiscard]] double advance(char32_t codePoint) const;
     /// Width of one line of text in ems: the sum of its advances.
     [[nodiscard]] double lineWidth(std::string_view utf8) const;
     [[nodiscard]] const std::string& path() const { return path_; } ///< the font file behind it
 
-    ~Font();
-    Font(const Font&) = delete;
-    Font& operator=(const Font&) = delete;
-
 private:
-    Font();
-    struct Face;
-    std::unique_ptr<Face> face_;
+    using Advances = std::unordered_map<char32_t, double>;
+    Font(std::string path, Advances advances) : path_(std::move(path)), advances_(std::move(advances)) {}
+    static std::shared_ptr<const Font> find(bool bold);
     std::string path_;
+    Advances advances_;
 };
 
 /// The lines of a text: broken at line feeds, CR LF and the Unicode line and paragraph separators, which belong to

@@ -1,0 +1,37 @@
+// Text that marks nothing but can be found, selected and copied, for one saved document. A composite font without
+// outlines stands behind it: real advance widths, any Unicode character.
+#pragma once
+
+#include "Platform/Text/Font.h"
+
+#include <qpdf/QPDFObjectHandle.hh>
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvex {
+
+/// Collects the characters that a document's pages show; used by one thread.
+class InvisibleFont {
+public:
+    /// Appends BT ... ET operators that show one line of UTF-8 text: current user space, baseline start at (x, y),
+    /// `size` points, `resourceName` the font's name in the page's resources.
+    void appendLine(std::string& content, std::string_view resourceName, std::string_view utf8, const Font& measuring,
+                    double size, double x, double y);
+    [[nodiscard]] bool isUsed() const { return !glyphs_.empty(); }
+    /// The composite font for what was shown so far; its streams become objects of `pdf`.
+    [[nodiscard]] QPDFObjectHandle makeObject(QPDF& pdf) const;
+
+private:
+    struct Glyph {
+        char32_t character;
+        int width; ///< thousandths of an em
+    };
+    int codeOf(char32_t character, const Font& measuring);
+    std::vector<Glyph> glyphs_; ///< in the order of first use; the first has code 1
+    std::map<char32_t, int> codes_;
+};
+
+} // namespace orvex

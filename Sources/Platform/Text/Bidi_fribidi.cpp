@@ -1,0 +1,69 @@
+#include "Platform/Text/Bidi.h"
+
+#include <fribidi/fribidi.h>
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+namespace orvex {
+
+namespace {
+
+/// The library answers 0 when it is out of memory.
+void require(FriBidiLevel answer) {
+    if (answer == 0) {
+        throw std::bad_alloc();
+    }
+}
+
+bool isVowelOrFinalJamo(char32_t c) {
+    return (c >= 0x1160 && c <= 0x11FF) || (c >= 0xD7B0 && c <= 0xD7FF);
+}
+
+bool hasRightToLeft(const std::vector<FriBidiCharType>& types) {
+    return std::ranges::any_of(
+        types, [](auto type) { return FRIBIDI_IS_RTL(type) || type == FRIBIDI_TYPE_AN || FRIBIDI_IS_EXPLICIT(type); });
+}
+
+std::vector<FriBidiCharType> bidiTypes(const std::vector<FriBidiChar>& text) {
+    std::vector<FriBidiCharType> types(text.size());
+    fribidi_get_bidi_types(text.data(), static_cast<FriBidiStrIndex>(text.size()), types.data());
+    return types;
+}
+
+std::vector<FriBidiLevel> embeddingLevels(const std::vector<FriBidiChar>& text,
+                                          const std::vector<FriBidiCharType>& types, FriBidiParType& direction) {
+    const auto length = static_cast<FriBidiStrIndex>(text.size());
+    std::vector<FriBidiBracketType> brackets(text.size());
+    fribidi_get_bracket_types(text.data(), length, types.data(), brackets.data());
+    std::vector<FriBidiLevel> levels(text.size());
+    require(fribidi_get_par_embedding_levels_ex(types.data(), brackets.data(), length, &direction, levels.data()));
+    return levels;
+}
+
+} // namespace
+
+bool takesNoRoom(char32_t codePoint) {
+    const auto type = fribidi_get_bidi_type(codePoint);
+    const bool mark = type == FRIBIDI_TYPE_NSM || isVowelOrFinalJamo(codePoint);
+    const bool control = (type == FRIBIDI_TYPE_BN && codePoint != 0xAD) || FRIBIDI_IS_EXPLICIT(type) ||
+                         FRIBIDI_IS_ISOLATE(type) || codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) ||
+                         codePoint == 0x200E || codePoint == 0x200F || codePoint == 0x061C;
+    return mark || control;
+}
+
+std::u32string visualOrder(std::u32string_view logical) {
+    std::vector<FriBidiChar> text(logical.begin(), logical.end());
+    const auto types = bidiTypes(text);
+    if (!hasRightToLeft(types)) {
+        return std::u32string(logical);
+    }
+    FriBidiParType direction = FRIBIDI_PAR_ON;
+    auto levels = embeddingLevels(text, types, direction);
+    require(fribidi_reorder_line(FRIBIDI_FLAGS_DEFAULT, types.data(), static_cast<FriBidiStrIndex>(text.size()), 0,
+                                 direction, levels.data(), text.data(), nullptr));
+    return {text.begin(), text.end()};
+}
+
+} // namespace orvex
