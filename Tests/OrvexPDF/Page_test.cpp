@@ -90,7 +90,7 @@ TEST(Page, OtherTurnsRotateAndScaleToTheBox) {
         const double sy = 300.0 / 200;
         AffineTransform expected{
             sx * std::cos(radians), sx * std::sin(radians), -sy * std::sin(radians), sy * std::cos(radians), 0, 0};
-        const Point moved = expected.apply({-150, -100});
+        const Point moved = expected.apply(Point{-150, -100});
         expected.tx = 150 + moved.x;
         expected.ty = 100 + moved.y;
         expectNear(turn(degrees), expected, degrees);
@@ -171,8 +171,13 @@ TEST(Page, ASecondLayerOverASavedOneKeepsBothFonts) {
 }
 
 TEST(Page, TheLayerIsNotDisturbedByWhatTheContentLeavesOpen) {
-    const char* contents[] = {"q 0.1 0 0 0.1 500 500 cm", "Q Q Q 2 0 0 2 0 0 cm BT /F1 12 Tf",
-                              "/Span << /MCID 0 >> BDC q q 3 0 0 3 9 9 cm", "q 0 0 10 10 re W n (unterminated", ""};
+    const char* contents[] = {"q 0.1 0 0 0.1 500 500 cm",
+                              "Q Q Q 2 0 0 2 0 0 cm BT /F1 12 Tf",
+                              "/Span << /MCID 0 >> BDC q q 3 0 0 3 9 9 cm",
+                              "q 0 0 10 10 re W n (unterminated",
+                              "q 9 0 0 9 0 0 cm BI /W 1 /H 1 /BPC 8 /CS /G ID q EI Q",
+                              "(Q q BT) pop",
+                              ""};
     for (const char* content : contents) {
         const auto document = OrvexPDFDocument::fromData(pdfFromPages({{content, "[0 0 300 200]", ""}}));
         document->orvexPage(0)->foundPage = found("steady");

@@ -33,6 +33,7 @@ private:
     void buildTree();
     void drawPage(PDFPage& page, QPDFObjectHandle object);
     void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn, const std::string& fontName);
+    void wrapContent(QPDFObjectHandle object);
     void finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn,
                        const std::string& fontName);
     void addFont(QPDFObjectHandle page, const std::string& fontName);

@@ -4,6 +4,7 @@
 #include "Platform/PDF/Deflate_p.h"
 #include "Platform/PDF/FileWriter_p.h"
 
+#include <qpdf/Pl_String.hh>
 #include <qpdf/QPDFExc.hh>
 
 #include <algorithm>
@@ -37,6 +38,18 @@ std::string freeFontName(QPDFObjectHandle page) {
         name = "OrvexText" + std::to_string(i);
     }
     return name;
+}
+
+/// A page's content, decoded; damaged streams give what can be decoded of them.
+std::string joinedContent(QPDFObjectHandle page) {
+    std::string content;
+    Pl_String collector("content", nullptr, content);
+    try {
+        page.pipePageContents(&collector);
+    } catch (const QPDFExc&) {
+        return content;
+    }
+    return content;
 }
 
 QPDFObjectHandle rectangleArray(const Rect& rect) {
@@ -160,7 +173,11 @@ void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
 
 void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn,
                                 const std::string& fontName) {
-    const ContentBalance balance = measureBalance(object);
+    ContentBalance balance = measureBalance(joinedContent(object));
+    if (balance.unterminated) {
+        wrapContent(object);
+        balance = {};
+    }
     auto contents = QPDFObjectHandle::newArray();
     contents.appendItem(contentStream(balance.opening() + drawn.before()));
     auto own = object.getKey("/Contents");
@@ -172,6 +189,23 @@ void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamCont
     contents.appendItem(contentStream(balance.closing() + drawn.after()));
     object.replaceKey("/Contents", contents);
     addFont(object, fontName);
+}
+
+/// Content that ends inside a token would swallow what follows: as a form it ends where it ends.
+void Composer::wrapContent(QPDFObjectHandle object) {
+    const Bytes content = Bytes::copyOf(joinedContent(object));
+    auto form = QPDFObjectHandle::newStream(target_.get(), std::string(deflate(content.span()).text()));
+    form.setFilterOnWrite(false);
+    auto dictionary = form.getDict();
+    dictionary.replaceKey("/Type", QPDFObjectHandle::newName("/XObject"));
+    dictionary.replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
+    dictionary.replaceKey("/Filter", QPDFObjectHandle::newName("/FlateDecode"));
+    dictionary.replaceKey("/BBox", rectangleArray(pageBox(object, PDFDisplayBox::media)));
+    dictionary.replaceKey("/Resources", inheritedAttribute(object, "/Resources"));
+    auto resources = QPDFObjectHandle::parse("<< /XObject << >> >>");
+    resources.getKey("/XObject").replaceKey("/OrvexContent", form);
+    object.replaceKey("/Resources", resources);
+    object.replaceKey("/Contents", contentStream("/OrvexContent Do\n"));
 }
 
 void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn,

@@ -1,9 +1,8 @@
 // What a page's content leaves open when it ends, so that what is appended starts from a clean state.
 #pragma once
 
-#include <qpdf/QPDFObjectHandle.hh>
-
 #include <string>
+#include <string_view>
 
 namespace orvex {
 
@@ -12,13 +11,15 @@ struct ContentBalance {
     int openSaves = 0;    ///< saves never restored
     int openMarkedContent = 0;
     bool openText = false;
+    /// It ends inside a string, an array's hexadecimal digits or an inline image: nothing can be put behind it.
+    bool unterminated = false;
 
     /// Operators that go ahead of the content, and behind it, to make it whole.
     [[nodiscard]] std::string opening() const;
     [[nodiscard]] std::string closing() const;
 };
 
-/// Content that cannot be parsed counts as balanced as far as it was read.
-[[nodiscard]] ContentBalance measureBalance(QPDFObjectHandle page);
+/// `content` is a page's content, decoded and joined.
+[[nodiscard]] ContentBalance measureBalance(std::string_view content);
 
 } // namespace orvex

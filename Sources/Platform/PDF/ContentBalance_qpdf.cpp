@@ -1,44 +1,31 @@
 #include "Platform/PDF/ContentBalance_p.h"
 
+#include <qpdf/BufferInputSource.hh>
+#include <qpdf/QPDFTokenizer.hh>
+
 #include <algorithm>
-#include <stdexcept>
+#include <memory>
 
 namespace orvex {
 
 namespace {
 
-class Counter final : public QPDFObjectHandle::ParserCallbacks {
-public:
-    explicit Counter(ContentBalance& balance) : balance_(balance) {}
-
-    void handleObject(QPDFObjectHandle object) override {
-        if (!object.isOperator()) {
-            return;
-        }
-        const std::string name = object.getOperatorValue();
-        if (name == "q") {
-            ++balance_.openSaves;
-        } else if (name == "Q") {
-            --balance_.openSaves;
-            if (balance_.openSaves < 0) {
-                balance_.openSaves = 0;
-                ++balance_.missingSaves;
-            }
-        } else if (name == "BT" || name == "ET") {
-            balance_.openText = name == "BT";
-        } else if (name == "BMC" || name == "BDC") {
-            ++balance_.openMarkedContent;
-        } else if (name == "EMC") {
-            balance_.openMarkedContent = std::max(0, balance_.openMarkedContent - 1);
-        }
+void count(ContentBalance& balance, const std::string& name) {
+    if (name == "q") {
+        ++balance.openSaves;
+    } else if (name == "Q") {
+        balance.missingSaves += balance.openSaves == 0 ? 1 : 0;
+        balance.openSaves = std::max(0, balance.openSaves - 1);
+    } else if (name == "BT" || name == "ET") {
+        balance.openText = name == "BT";
+    } else if (name == "BMC" || name == "BDC") {
+        ++balance.openMarkedContent;
+    } else if (name == "EMC") {
+        balance.openMarkedContent = std::max(0, balance.openMarkedContent - 1);
     }
-    void handleEOF() override {}
+}
 
-private:
-    ContentBalance& balance_;
-};
-
-std::string repeated(const char* text, int times) {
+std::string repeated(std::string_view text, int times) {
     std::string result;
     for (int i = 0; i < times; ++i) {
         result += text;
@@ -53,19 +40,31 @@ std::string ContentBalance::opening() const {
 }
 
 std::string ContentBalance::closing() const {
-    return std::string("\n") + (openText ? "ET\n" : "") + repeated("EMC\n", openMarkedContent) +
+    return "\n" + repeated("ET\n", openText ? 1 : 0) + repeated("EMC\n", openMarkedContent) +
            repeated("Q\n", openSaves);
 }
 
-ContentBalance measureBalance(QPDFObjectHandle page) {
+ContentBalance measureBalance(std::string_view content) {
     ContentBalance balance;
-    Counter counter(balance);
-    try {
-        page.parsePageContents(&counter);
-    } catch (const std::exception&) { // damaged content: what was counted so far is the best guess
-        return balance;
+    const std::shared_ptr<InputSource> input = std::make_shared<BufferInputSource>("content", std::string(content));
+    QPDFTokenizer tokenizer;
+    tokenizer.allowEOF();
+    while (true) {
+        const auto token = tokenizer.readToken(input, "content", true);
+        if (token.getType() == QPDFTokenizer::tt_eof) {
+            return balance;
+        }
+        const bool atEnd = static_cast<std::size_t>(input->tell()) >= content.size();
+        if (token.getType() == QPDFTokenizer::tt_bad && atEnd) {
+            balance.unterminated = true;
+            return balance;
+        }
+        if (token.isWord("ID")) {
+            tokenizer.expectInlineImage(input);
+        } else if (token.getType() == QPDFTokenizer::tt_word) {
+            count(balance, token.getValue());
+        }
     }
-    return balance;
 }
 
 } // namespace orvex
