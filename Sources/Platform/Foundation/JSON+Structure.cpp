@@ -220,8 +220,9 @@ void failUnexpectedJSON(std::string_view text, std::size_t offset) {
         failMalformedJSON(text, text.size(), "Unexpected end of file");
     }
     std::string character;
-    appendUTF8(character, nextCodePoint(text, offset));
-    failMalformedJSON(text, offset - 1, "Unexpected character " + inQuotes(character));
+    std::size_t behind = offset;
+    appendUTF8(character, nextCodePoint(text, behind));
+    failMalformedJSON(text, offset, "Unexpected character '" + escaped(character) + "'");
 }
 
 Bytes jsonAsUTF8(const Bytes& data) {

@@ -177,12 +177,16 @@ std::string describe(double value) {
     return text;
 }
 
-std::string inQuotes(std::string_view text) {
-    std::string result = "\"";
+std::string escaped(std::string_view text) {
+    std::string result;
     for (const char c : text) {
         appendEscaped(result, c);
     }
-    return result += '"';
+    return result;
+}
+
+std::string inQuotes(std::string_view text) {
+    return '"' + escaped(text) + '"';
 }
 
 std::string describe(const std::optional<std::string>& value) {

@@ -22,7 +22,9 @@ std::string formatByteCount(std::int64_t bytes);
 std::string describe(double value);
 /// The same, written behind `text`.
 void appendDescription(std::string& text, double value);
-/// The text in quotes; quotes, backslashes and controls escaped.
+/// The text with quotes, backslashes and controls escaped.
+std::string escaped(std::string_view text);
+/// The same between quotes.
 std::string inQuotes(std::string_view text);
 /// `Optional("text")` with quotes, backslashes and controls escaped, or `nil`.
 std::string describe(const std::optional<std::string>& value);
