@@ -71,7 +71,8 @@ std::string summarise(JSONErrorKind kind, const std::string& subject, const JSON
 
 } // namespace
 
-JSONError::JSONError(JSONErrorKind kind, std::string subject, JSONPath path, std::string detail, std::string location)
+JSONError::JSONError(JSONErrorKind kind, const std::string& subject, JSONPath path, const std::string& detail,
+                     const std::string& location)
     : kind_(kind), path_(std::move(path)), summary_(summarise(kind, subject, path_, detail, location)) {
     const CaseText text = caseText(kind);
     description_.append(text.name).append("(").append(describeSubject(kind, subject)).append(text.context);

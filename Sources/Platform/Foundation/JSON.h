@@ -28,7 +28,8 @@ enum class JSONErrorKind { typeMismatch, keyNotFound, valueNotFound, dataCorrupt
 class JSONError : public std::exception {
 public:
     /// `subject` is the expected type, the missing key or the refused value; `location` is for malformed text.
-    JSONError(JSONErrorKind kind, std::string subject, JSONPath path, std::string detail, std::string location = {});
+    JSONError(JSONErrorKind kind, const std::string& subject, JSONPath path, const std::string& detail,
+              const std::string& location = {});
     [[nodiscard]] const char* what() const noexcept override { return description_.c_str(); }
     [[nodiscard]] const std::string& summary() const { return summary_; } ///< "items[0].font.bold: Expected ..."
     [[nodiscard]] JSONErrorKind kind() const { return kind_; }

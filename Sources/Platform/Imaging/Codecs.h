@@ -64,6 +64,6 @@ struct PNGStream {
     int bitsPerComponent = 8;
     Bytes palette; ///< RGB triples; empty without a palette
 };
-[[nodiscard]] std::optional<PNGStream> pngStream(const Bytes& png);
+[[nodiscard]] std::optional<PNGStream> pngStream(const Bytes& data);
 
 } // namespace orvex

@@ -42,7 +42,7 @@ public:
         }
     }
 
-    operator TIFF*() const { return tiff_; }
+    operator TIFF*() const { return tiff_; } // NOLINT(google-explicit-constructor): stands for it in libtiff's calls
     [[nodiscard]] const std::string& message() const { return message_; }
     /// A fax strip that ended before its last row: libtiff only warns and leaves rows white.
     [[nodiscard]] bool stoppedEarly() const { return stoppedEarly_; }

@@ -14,7 +14,7 @@ constexpr int nestingLimit = 200; // direct objects in direct objects; indirect 
 /// Hands a source stream's bytes on as they are stored.
 class StoredData final : public QPDFObjectHandle::StreamDataProvider {
 public:
-    explicit StoredData(QPDFObjectHandle stream) : stream_(std::move(stream)) {}
+    explicit StoredData(const QPDFObjectHandle& stream) : stream_(stream) {}
     void provideStreamData(QPDFObjGen const& /*og*/, Pipeline* pipeline) override {
         if (!stream_.pipeStreamData(pipeline, 0, qpdf_dl_none, true, false)) {
             pipeline->finish();
