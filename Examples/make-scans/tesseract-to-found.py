@@ -108,7 +108,8 @@ class HocrReader(HTMLParser):
 
 
 def numbers_of(name, title):
-    match = re.search(rf"(?:^|;)\s*{name}((?:\s+-?[0-9.]+)+)", title)
+    unquoted = re.sub(r'"[^"]*"', "", title)  # the image's file name may hold anything
+    match = re.search(rf"(?:^|;)\s*{name}((?:\s+-?[0-9.]+)+)", unquoted)
     return [float(v) for v in match.group(1).split()] if match else []
 
 

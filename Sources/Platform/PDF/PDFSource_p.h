@@ -20,6 +20,9 @@ class PDFSource {
 public:
     /// Parses, and repairs what can be repaired. Throws PDFOpenError.
     static std::shared_ptr<PDFSource> open(const Bytes& bytes, const std::string& password);
+    ~PDFSource();
+    PDFSource(const PDFSource&) = delete;
+    PDFSource& operator=(const PDFSource&) = delete;
 
     [[nodiscard]] const Bytes& bytes() const { return bytes_; }
     [[nodiscard]] const std::string& password() const { return password_; }

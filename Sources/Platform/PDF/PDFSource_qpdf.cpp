@@ -129,6 +129,10 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
     return source;
 }
 
+PDFSource::~PDFSource() {
+    forgetPageText(*this);
+}
+
 Rect PDFSource::box(int page, PDFDisplayBox box) const {
     const std::lock_guard lock(mutex_);
     return pageBox(pages_.at(static_cast<std::size_t>(page)), box);

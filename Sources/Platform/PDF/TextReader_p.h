@@ -11,4 +11,7 @@ class PDFSource;
 /// Threads: any.
 [[nodiscard]] std::string readPageText(const PDFSource& source, int page);
 
+/// The source goes away: whatever was kept of it for reading goes, too.
+void forgetPageText(const PDFSource& source);
+
 } // namespace orvex

@@ -18,6 +18,20 @@ namespace {
 /// The document that was read last stays open: callers ask page after page.
 class LastDocument {
 public:
+    /// Lives for ever: Qt's own statics are gone when ours would be destroyed.
+    static LastDocument& shared() {
+        static auto& last = *new LastDocument;
+        return last;
+    }
+
+    std::mutex mutex;
+
+    void forget(const PDFSource& source) {
+        if (source.bytes().data() == data_) {
+            close();
+        }
+    }
+
     QPdfDocument* open(const PDFSource& source) {
         if (source.bytes().data() != data_) {
             close();
@@ -58,14 +72,19 @@ private:
 } // namespace
 
 std::string readPageText(const PDFSource& source, int page) {
-    static std::mutex mutex;
-    static LastDocument last;
-    const std::lock_guard lock(mutex);
+    LastDocument& last = LastDocument::shared();
+    const std::lock_guard lock(last.mutex);
     QPdfDocument* document = last.open(source);
     if (document == nullptr || page >= document->pageCount()) {
         return {};
     }
     return document->getAllText(page).text().toStdString();
+}
+
+void forgetPageText(const PDFSource& source) {
+    LastDocument& last = LastDocument::shared();
+    const std::lock_guard lock(last.mutex);
+    last.forget(source);
 }
 
 } // namespace orvex
