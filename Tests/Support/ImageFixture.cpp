@@ -203,6 +203,9 @@ Bitmap fromNetpbm(const Bytes& data) {
     for (std::size_t i = 0; bits == 1 && i < bitmap.samples.size(); ++i) {
         bitmap.samples[i] = static_cast<std::uint8_t>(~bitmap.samples[i]);
     }
+    for (std::size_t i = 0; bits == 8 && header.most < 255 && i < bitmap.samples.size(); ++i) {
+        bitmap.samples[i] = static_cast<std::uint8_t>(bitmap.samples[i] * 255 / header.most);
+    }
     for (std::size_t i = 0; bits == 16 && i + 1 < bitmap.samples.size(); i += 2) {
         std::swap(bitmap.samples[i], bitmap.samples[i + 1]);
     }

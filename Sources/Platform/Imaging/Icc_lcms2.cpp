@@ -1,5 +1,6 @@
 // Little CMS. A profile that is damaged or does not fit the samples counts as none.
 #include "Platform/Imaging/Codecs_p.h"
+#include "Platform/Imaging/Simplify_p.h"
 
 #include <algorithm>
 #include <array>
@@ -151,19 +152,11 @@ Bitmap mixCMYK(const Bitmap& bitmap) {
     return result;
 }
 
-Bitmap bilevelAsBytes(const Bitmap& bitmap) {
-    Bitmap result = Bitmap::make(bitmap.width, bitmap.height, 8, bitmap.colorSpace);
-    for (std::int64_t y = 0; y < bitmap.height; ++y) {
-        unpackBits(bitmap.row(y), result.row(y), bitmap.width);
-    }
-    return result;
-}
-
 } // namespace
 
 Bitmap convertToSRGB(const Bitmap& bitmap) {
     if (bitmap.bitsPerComponent == 1) {
-        return bilevelAsBytes(bitmap);
+        return *asBytes(bitmap);
     }
     const ColorSpace& space = bitmap.colorSpace;
     const bool calibrated = !space.iccProfile.empty() || !isNearStandard(space.gamma);

@@ -1,5 +1,6 @@
 // libjpeg-turbo. Its errors leave C by longjmp and this file as results; its warnings about damage count as errors.
 #include "Platform/Imaging/Codecs_p.h"
+#include "Platform/Imaging/Simplify_p.h"
 
 #include <algorithm>
 #include <array>
@@ -134,5 +135,152 @@ Bitmap decode(const Bytes& data, const ImageInfo& info, int eighths) {
 }
 
 } // namespace jpeg
+
+namespace {
+
+struct Encoder {
+    ErrorState errors;
+    jpeg_compress_struct cinfo{};
+    jpeg_destination_mgr destination{};
+    std::vector<std::uint8_t> output;
+    std::size_t limit = 0;
+
+    Encoder() { cinfo.err = setUp(errors); }
+    Encoder(const Encoder&) = delete;
+    Encoder& operator=(const Encoder&) = delete;
+    ~Encoder() { jpeg_destroy_compress(&cinfo); }
+};
+
+Encoder& encoderOf(j_compress_ptr cinfo) {
+    return *static_cast<Encoder*>(cinfo->client_data);
+}
+
+/// Makes room behind the first `used` bytes. No exception may pass through C.
+bool grow(Encoder& encoder, std::size_t used) noexcept {
+    try {
+        encoder.output.resize(std::max<std::size_t>(2 * used, 64 << 10));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    encoder.destination.next_output_byte = encoder.output.data() + used;
+    encoder.destination.free_in_buffer = encoder.output.size() - used;
+    return true;
+}
+
+void startOutput(j_compress_ptr cinfo) {
+    if (!grow(encoderOf(cinfo), 0)) {
+        ERREXIT1(cinfo, JERR_OUT_OF_MEMORY, 0);
+    }
+}
+
+boolean growOutput(j_compress_ptr cinfo) {
+    Encoder& encoder = encoderOf(cinfo);
+    const std::size_t used = encoder.output.size();
+    if ((encoder.limit != 0 && used > encoder.limit) || !grow(encoder, used)) {
+        ERREXIT1(cinfo, JERR_OUT_OF_MEMORY, 0);
+    }
+    return TRUE;
+}
+
+void endOutput(j_compress_ptr cinfo) {
+    Encoder& encoder = encoderOf(cinfo);
+    encoder.output.resize(encoder.output.size() - encoder.destination.free_in_buffer);
+}
+
+/// 0 is not a quality that the library knows; not a number counts as the strongest.
+int libraryQuality(double quality) {
+    const double clamped = quality > 0 ? std::min(quality, 1.0) : 0;
+    return std::max(1, static_cast<int>(std::lround(100 * clamped)));
+}
+
+UINT16 wholeDPI(double dpi) {
+    return static_cast<UINT16>(std::clamp(std::round(usableDPI(dpi)), 1.0, 65535.0));
+}
+
+void setColorSpace(jpeg_compress_struct& cinfo, ColorModel model) {
+    cinfo.input_components = model == ColorModel::gray ? 1 : model == ColorModel::rgb ? 3 : 4;
+    cinfo.in_color_space = model == ColorModel::gray ? JCS_GRAYSCALE : model == ColorModel::rgb ? JCS_RGB : JCS_CMYK;
+    jpeg_set_defaults(&cinfo);
+    if (model == ColorModel::cmyk) {
+        // With an Adobe marker: inks inverted, their luminance apart from their chroma.
+        jpeg_set_colorspace(&cinfo, JCS_YCCK);
+        cinfo.write_JFIF_header = TRUE; // it holds the resolution
+    }
+}
+
+void setParameters(Encoder& encoder, const Bitmap& bitmap, const JPEGOptions& options) {
+    jpeg_compress_struct& cinfo = encoder.cinfo;
+    cinfo.image_width = static_cast<JDIMENSION>(bitmap.width);
+    cinfo.image_height = static_cast<JDIMENSION>(bitmap.height);
+    setColorSpace(cinfo, bitmap.colorSpace.model);
+    jpeg_set_quality(&cinfo, libraryQuality(options.quality), TRUE);
+    cinfo.optimize_coding = TRUE;
+    cinfo.density_unit = 1;
+    cinfo.X_density = wholeDPI(options.dpiX);
+    cinfo.Y_density = wholeDPI(options.dpiY);
+    const int factor = cinfo.num_components == 1 || options.quality >= 0.9 ? 1 : 2;
+    for (int i = 0; i < cinfo.num_components; ++i) {
+        const bool detailed = i == 0 || i == 3; // lightness, and black of four
+        cinfo.comp_info[i].h_samp_factor = cinfo.comp_info[i].v_samp_factor = detailed ? factor : 1;
+    }
+}
+
+void writeRows(Encoder& encoder, const Bitmap& bitmap, std::vector<std::uint8_t>& inverted) {
+    while (encoder.cinfo.next_scanline < encoder.cinfo.image_height) {
+        const std::uint8_t* row = bitmap.row(encoder.cinfo.next_scanline);
+        if (!inverted.empty()) {
+            std::transform(row, row + inverted.size(), inverted.begin(),
+                           [](std::uint8_t ink) { return static_cast<std::uint8_t>(~ink); });
+            row = inverted.data();
+        }
+        JSAMPROW rows = const_cast<JSAMPROW>(row);
+        jpeg_write_scanlines(&encoder.cinfo, &rows, 1);
+    }
+}
+
+bool compress(Encoder& encoder, const Bitmap& bitmap, const JPEGOptions& options, std::vector<std::uint8_t>& inverted) {
+    if (setjmp(encoder.errors.jump)) {
+        return false;
+    }
+    jpeg_create_compress(&encoder.cinfo);
+    encoder.cinfo.client_data = &encoder;
+    encoder.destination = {nullptr, 0, startOutput, growOutput, endOutput};
+    encoder.cinfo.dest = &encoder.destination;
+    setParameters(encoder, bitmap, options);
+    jpeg_start_compress(&encoder.cinfo, TRUE);
+    const Bytes& profile = bitmap.colorSpace.iccProfile;
+    if (!profile.empty()) {
+        jpeg_write_icc_profile(&encoder.cinfo, profile.data(), static_cast<unsigned>(profile.size()));
+    }
+    writeRows(encoder, bitmap, inverted);
+    jpeg_finish_compress(&encoder.cinfo);
+    return true;
+}
+
+/// JPEG carries profiles; a mere gamma must go into the samples.
+std::optional<Bitmap> withoutGamma(const Bitmap& bitmap) {
+    const bool carried = bitmap.colorSpace.gamma == 0 || !bitmap.colorSpace.iccProfile.empty();
+    return carried ? std::nullopt : std::optional(convertToSRGB(bitmap));
+}
+
+} // namespace
+
+std::optional<Bytes> encodeJPEG(const Bitmap& bitmap, const JPEGOptions& options) {
+    if (bitmap.width > JPEG_MAX_DIMENSION || bitmap.height > JPEG_MAX_DIMENSION) {
+        return std::nullopt;
+    }
+    Simplified simplified(bitmap);
+    simplified.apply(withoutGamma).apply(asBytes).apply(flattened).apply(withoutUnusedColor);
+    const Bitmap& samples = simplified.bitmap();
+    std::vector<std::uint8_t> inverted(samples.colorSpace.model == ColorModel::cmyk ? samples.bytesPerRow : 0);
+    Encoder encoder;
+    encoder.limit = options.limit;
+    if (!compress(encoder, samples, options, inverted) ||
+        (options.limit != 0 && encoder.output.size() > options.limit)) {
+        return std::nullopt;
+    }
+    encoder.output.shrink_to_fit();
+    return Bytes(std::move(encoder.output));
+}
 
 } // namespace orvex

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <string_view>
+#include <vector>
 
 namespace orvex::png {
 
@@ -12,6 +13,27 @@ inline constexpr std::array<std::uint8_t, 8> signature = {0x89, 'P', 'N', 'G', '
 inline constexpr std::size_t chunkOverhead = 12; ///< length, type and CRC
 
 enum class ColorType : std::uint8_t { gray = 0, rgb = 2, palette = 3, grayAlpha = 4, rgbAlpha = 6 };
+
+/// Samples as PNG stores them, unfiltered: packed to `depth` bits, most significant first, big-endian.
+struct PackedImage {
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    ColorType type = ColorType::gray;
+    int depth = 8;
+    ColorSpace colorSpace;
+    std::vector<std::uint8_t> palette;      ///< RGB triples
+    std::vector<std::uint8_t> transparency; ///< alpha of the first palette entries
+    std::size_t rowBytes = 0;
+    std::vector<std::uint8_t> rows;
+
+    [[nodiscard]] std::size_t channels() const;
+    [[nodiscard]] const std::uint8_t* row(std::int64_t y) const {
+        return rows.data() + static_cast<std::size_t>(y) * rowBytes;
+    }
+};
+
+/// The smallest of PNG's pixel formats that holds the bitmap without loss. Not for CMYK.
+[[nodiscard]] PackedImage packForPNG(const Bitmap& bitmap);
 
 /// The reflected CRC-32 of PNG and zlib.
 [[nodiscard]] std::uint32_t crc32(std::span<const std::uint8_t> data);

@@ -86,6 +86,8 @@ private:
         std::vsnprintf(text.data(), text.size(), format, arguments);
         if (file.message_.empty()) {
             file.message_ = text.data();
+            std::replace_if(
+                file.message_.begin(), file.message_.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
         }
         return 1;
     }

@@ -1,0 +1,277 @@
+// zimg. Each channel goes through one graph as a plane of its own, so that grey, RGB, CMYK and alpha are one case.
+// Samples are resampled as they are stored, not in linear light: strokes keep the weight that every viewer gives them.
+#include "Platform/Imaging/Codecs_p.h"
+#include "Platform/Imaging/Simplify_p.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include <zimg.h>
+
+namespace orvex {
+namespace {
+
+/// zimg's API version 2.4, the oldest with what is used here.
+constexpr unsigned apiVersion = ZIMG_MAKE_API_VERSION(2, 4);
+constexpr std::size_t alignment = 64;
+
+using Graph = std::unique_ptr<zimg_filter_graph, decltype(&zimg_filter_graph_free)>;
+using Buffer = std::unique_ptr<std::uint8_t, decltype(&std::free)>;
+
+Buffer makeBuffer(std::size_t bytes) {
+    const std::size_t rounded = (std::max<std::size_t>(bytes, 1) + alignment - 1) / alignment * alignment;
+    Buffer buffer(static_cast<std::uint8_t*>(std::aligned_alloc(alignment, rounded)), &std::free);
+    if (!buffer) {
+        throw std::bad_alloc();
+    }
+    return buffer;
+}
+
+[[noreturn]] void throwFailure() {
+    char text[256] = "";
+    zimg_get_last_error(text, sizeof text);
+    throw ImageError("the image cannot be resampled (" + std::string(text) + ")");
+}
+
+zimg_image_format formatOf(std::int64_t width, std::int64_t height, int bits) {
+    zimg_image_format format;
+    zimg_image_format_default(&format, apiVersion);
+    format.width = static_cast<unsigned>(width);
+    format.height = static_cast<unsigned>(height);
+    format.pixel_type = bits == 16 ? ZIMG_PIXEL_WORD : ZIMG_PIXEL_BYTE;
+    format.color_family = ZIMG_COLOR_GREY;
+    format.pixel_range = ZIMG_RANGE_FULL;
+    return format;
+}
+
+Graph makeGraph(const Bitmap& from, const Bitmap& to) {
+    const zimg_image_format source = formatOf(from.width, from.height, from.bitsPerComponent);
+    const zimg_image_format target = formatOf(to.width, to.height, to.bitsPerComponent);
+    zimg_graph_builder_params parameters;
+    zimg_graph_builder_params_default(&parameters, apiVersion);
+    parameters.resample_filter = ZIMG_RESIZE_LANCZOS;
+    parameters.filter_param_a = 3;
+    Graph graph(zimg_filter_graph_build(&source, &target, &parameters), &zimg_filter_graph_free);
+    if (!graph) {
+        throwFailure();
+    }
+    return graph;
+}
+
+/// One side of the graph: a ring of rows of one channel, filled from or emptied into interleaved samples.
+class Ring {
+public:
+    /// `lines` as zimg asks for them; ZIMG_BUFFER_MAX means all.
+    Ring(std::int64_t width, std::int64_t height, unsigned lines, int bits)
+        : stride_((static_cast<std::size_t>(width) * static_cast<std::size_t>(bits / 8) + alignment - 1) / alignment *
+                  alignment),
+          mask_(zimg_select_buffer_mask(lines)),
+          bytes_(makeBuffer(stride_ * (mask_ == ZIMG_BUFFER_MAX ? static_cast<std::size_t>(height) : mask_ + 1u))) {}
+
+    [[nodiscard]] std::uint8_t* line(unsigned y) const { return bytes_.get() + stride_ * (y & mask_); }
+    template <class Plane> void describe(Plane& plane) const {
+        plane.data = bytes_.get();
+        plane.stride = static_cast<std::ptrdiff_t>(stride_);
+        plane.mask = mask_;
+    }
+
+private:
+    std::size_t stride_;
+    unsigned mask_;
+    Buffer bytes_;
+};
+
+struct Channel {
+    const Ring& ring;
+    const Bitmap* source;
+    Bitmap* target;
+    std::size_t index;
+};
+
+template <class Sample> void gather(const Channel& channel, unsigned y, unsigned left, unsigned right) {
+    const auto step = static_cast<std::size_t>(channel.source->channels());
+    const Sample* from = reinterpret_cast<const Sample*>(channel.source->row(y)) + channel.index;
+    auto* to = reinterpret_cast<Sample*>(channel.ring.line(y));
+    if (step == 1) {
+        std::copy(from + left, from + right, to + left);
+        return;
+    }
+    for (std::size_t x = left; x < right; ++x) {
+        to[x] = from[x * step];
+    }
+}
+
+template <class Sample> void scatter(const Channel& channel, unsigned y, unsigned left, unsigned right) {
+    const auto step = static_cast<std::size_t>(channel.target->channels());
+    const auto* from = reinterpret_cast<const Sample*>(channel.ring.line(y));
+    Sample* to = reinterpret_cast<Sample*>(channel.target->row(y)) + channel.index;
+    for (std::size_t x = left; x < right; ++x) {
+        to[x * step] = from[x];
+    }
+}
+
+int readRow(void* user, unsigned y, unsigned left, unsigned right) {
+    const auto& channel = *static_cast<const Channel*>(user);
+    if (channel.source->bitsPerComponent == 1) {
+        unpackBits(channel.source->row(y), channel.ring.line(y), channel.source->width);
+    } else if (channel.source->bitsPerComponent == 8) {
+        gather<std::uint8_t>(channel, y, left, right);
+    } else {
+        gather<std::uint16_t>(channel, y, left, right);
+    }
+    return 0;
+}
+
+int writeRow(void* user, unsigned y, unsigned left, unsigned right) {
+    const auto& channel = *static_cast<const Channel*>(user);
+    if (channel.target->bitsPerComponent == 8) {
+        scatter<std::uint8_t>(channel, y, left, right);
+    } else {
+        scatter<std::uint16_t>(channel, y, left, right);
+    }
+    return 0;
+}
+
+void runGraph(const Bitmap& from, Bitmap& to) {
+    const Graph graph = makeGraph(from, to);
+    std::size_t scratchSize = 0;
+    unsigned linesIn = 0;
+    unsigned linesOut = 0;
+    if (zimg_filter_graph_get_tmp_size(graph.get(), &scratchSize) != ZIMG_ERROR_SUCCESS ||
+        zimg_filter_graph_get_input_buffering(graph.get(), &linesIn) != ZIMG_ERROR_SUCCESS ||
+        zimg_filter_graph_get_output_buffering(graph.get(), &linesOut) != ZIMG_ERROR_SUCCESS) {
+        throwFailure();
+    }
+    const Buffer scratch = makeBuffer(scratchSize);
+    const Ring in(from.width, from.height, linesIn, to.bitsPerComponent);
+    const Ring out(to.width, to.height, linesOut, to.bitsPerComponent);
+    zimg_image_buffer_const source{};
+    zimg_image_buffer target{};
+    source.version = target.version = apiVersion;
+    in.describe(source.plane[0]);
+    out.describe(target.plane[0]);
+    for (std::size_t index = 0; index < static_cast<std::size_t>(to.channels()); ++index) {
+        Channel reading{in, &from, nullptr, index};
+        Channel writing{out, nullptr, &to, index};
+        if (zimg_filter_graph_process(graph.get(), &source, &target, scratch.get(), readRow, &reading, writeRow,
+                                      &writing) != ZIMG_ERROR_SUCCESS) {
+            throwFailure();
+        }
+    }
+}
+
+/// Colours weighted by alpha, in 16 bits so that nothing is lost on the way back.
+template <class Sample> Bitmap premultiplied(const Bitmap& bitmap) {
+    constexpr std::uint64_t most = std::numeric_limits<Sample>::max();
+    Bitmap result = Bitmap::make(bitmap.width, bitmap.height, 16, bitmap.colorSpace, bitmap.alpha);
+    const auto channels = static_cast<std::size_t>(bitmap.channels());
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        const auto* source = reinterpret_cast<const Sample*>(bitmap.row(y));
+        auto* target = reinterpret_cast<std::uint16_t*>(result.row(y));
+        for (std::int64_t x = 0; x < bitmap.width; ++x, source += channels, target += channels) {
+            const std::uint64_t alpha = source[channels - 1];
+            for (std::size_t c = 0; c + 1 < channels; ++c) {
+                target[c] = static_cast<std::uint16_t>((source[c] * alpha * 65535 + most * most / 2) / (most * most));
+            }
+            target[channels - 1] = static_cast<std::uint16_t>(alpha * (65535 / most));
+        }
+    }
+    return result;
+}
+
+template <class Sample> Bitmap straightened(const Bitmap& bitmap) {
+    constexpr std::uint64_t most = std::numeric_limits<Sample>::max();
+    Bitmap result = Bitmap::make(bitmap.width, bitmap.height, sizeof(Sample) * 8, bitmap.colorSpace, bitmap.alpha);
+    const auto channels = static_cast<std::size_t>(bitmap.channels());
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        const auto* source = reinterpret_cast<const std::uint16_t*>(bitmap.row(y));
+        auto* target = reinterpret_cast<Sample*>(result.row(y));
+        for (std::int64_t x = 0; x < bitmap.width; ++x, source += channels, target += channels) {
+            const std::uint64_t alpha = source[channels - 1];
+            for (std::size_t c = 0; c + 1 < channels && alpha > 0; ++c) {
+                target[c] = static_cast<Sample>(std::min(most, (source[c] * most + alpha / 2) / alpha));
+            }
+            target[channels - 1] = static_cast<Sample>((alpha * most + 32767) / 65535);
+        }
+    }
+    return result;
+}
+
+/// Blocks of `across` x `down` pixels averaged; what hangs over the last block is averaged by itself.
+template <class Sample> Bitmap averaged(const Bitmap& bitmap, std::int64_t across, std::int64_t down) {
+    Bitmap result = Bitmap::make((bitmap.width + across - 1) / across, (bitmap.height + down - 1) / down,
+                                 bitmap.bitsPerComponent, bitmap.colorSpace, bitmap.alpha);
+    const std::int64_t channels = bitmap.channels();
+    std::vector<std::uint64_t> sums(static_cast<std::size_t>(result.width * channels));
+    for (std::int64_t y = 0; y < result.height; ++y) {
+        std::fill(sums.begin(), sums.end(), 0);
+        const std::int64_t bottom = std::min((y + 1) * down, bitmap.height);
+        for (std::int64_t sourceY = y * down; sourceY < bottom; ++sourceY) {
+            const auto* source = reinterpret_cast<const Sample*>(bitmap.row(sourceY));
+            for (std::int64_t x = 0; x < bitmap.width; ++x) {
+                for (std::int64_t c = 0; c < channels; ++c) {
+                    sums[static_cast<std::size_t>(x / across * channels + c)] += *source++;
+                }
+            }
+        }
+        auto* target = reinterpret_cast<Sample*>(result.row(y));
+        for (std::int64_t x = 0; x < result.width; ++x) {
+            const auto count = static_cast<std::uint64_t>((std::min((x + 1) * across, bitmap.width) - x * across) *
+                                                          (bottom - y * down));
+            for (std::int64_t c = 0; c < channels; ++c) {
+                *target++ = static_cast<Sample>((sums[static_cast<std::size_t>(x * channels + c)] + count / 2) / count);
+            }
+        }
+    }
+    return result;
+}
+
+/// Blocks to average first, so that Lanczos is left with a reduction between 4 and 8 and a kernel of bounded length.
+std::int64_t blockSize(std::int64_t from, std::int64_t to) {
+    constexpr std::int64_t left = 4;
+    return from / to >= 2 * left ? from / to / left : 1;
+}
+
+std::optional<Bitmap> reducedFirst(const Bitmap& bitmap, std::int64_t width, std::int64_t height) {
+    const std::int64_t across = blockSize(bitmap.width, width);
+    const std::int64_t down = blockSize(bitmap.height, height);
+    if (across == 1 && down == 1) {
+        return std::nullopt;
+    }
+    if (bitmap.bitsPerComponent == 1) {
+        return averaged<std::uint8_t>(*asBytes(bitmap), across, down);
+    }
+    return bitmap.bitsPerComponent == 16 ? averaged<std::uint16_t>(bitmap, across, down)
+                                         : averaged<std::uint8_t>(bitmap, across, down);
+}
+
+Bitmap resampleOpaque(const Bitmap& bitmap, std::int64_t width, std::int64_t height) {
+    Bitmap result = Bitmap::make(width, height, std::max(bitmap.bitsPerComponent, 8), bitmap.colorSpace, bitmap.alpha);
+    if (const auto reduced = reducedFirst(bitmap, width, height)) {
+        runGraph(*reduced, result);
+    } else {
+        runGraph(bitmap, result);
+    }
+    return result;
+}
+
+} // namespace
+
+Bitmap resample(const Bitmap& bitmap, std::int64_t width, std::int64_t height) {
+    requireDecodable(width, height, bitmap.channels(), std::max(bitmap.bitsPerComponent, 8));
+    if (bitmap.width == width && bitmap.height == height && bitmap.bitsPerComponent != 1) {
+        return bitmap;
+    }
+    if (bitmap.alpha == Alpha::none) {
+        return resampleOpaque(bitmap, width, height);
+    }
+    const bool deep = bitmap.bitsPerComponent == 16;
+    const Bitmap weighted = deep ? premultiplied<std::uint16_t>(bitmap) : premultiplied<std::uint8_t>(bitmap);
+    const Bitmap resampled = resampleOpaque(weighted, width, height);
+    return deep ? straightened<std::uint16_t>(resampled) : straightened<std::uint8_t>(resampled);
+}
+
+} // namespace orvex
