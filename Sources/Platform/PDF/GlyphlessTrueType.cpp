@@ -42,14 +42,15 @@ private:
     std::string bytes_;
 };
 
-/// Two contours of one point each, at the foot and the top of the line: they enclose nothing, so nothing is ever
-/// painted, but readers that take a character's box from its outline get the whole height of the line.
-std::string glyphOutline() {
+/// Two contours of one point each, at two corners of the character's cell: they enclose nothing, so nothing is ever
+/// painted, but PDFium, which takes a character's box from its outline, gets the whole cell, and MuPDF, which drops
+/// characters whose outline has an empty box, keeps them.
+std::string glyphOutline(int advance) {
     Table glyph;
-    glyph.u16({2, 0, descent, 0, ascent});  // contours, box
-    glyph.u16({0, 1, 0});                   // last point of each contour, no instructions
-    glyph.u8({0x11, 0x11});                 // on the curve, same x, y as a word
-    glyph.u16({descent, ascent - descent}); // steps in y
+    glyph.u16({2, 0, descent, advance, ascent}); // contours, box
+    glyph.u16({0, 1, 0});                        // last point of each contour, no instructions
+    glyph.u8({0x11, 0x01});                      // both on the curve, the first with the x before it (0)
+    glyph.u16({advance, descent, ascent - descent});
     return glyph.bytes();
 }
 
@@ -120,12 +121,12 @@ std::string loca(std::size_t glyphs, std::size_t outlineSize) {
     return table.bytes();
 }
 
-std::string repeated(const std::string& text, std::size_t times) {
-    std::string result;
-    for (std::size_t i = 0; i < times; ++i) {
-        result += text;
+std::string glyf(std::span<const int> advances) {
+    std::string outlines;
+    for (const int advance : advances) {
+        outlines += glyphOutline(advance);
     }
-    return result;
+    return outlines;
 }
 
 std::uint32_t checksum(std::string_view bytes) {
@@ -168,14 +169,14 @@ std::string assemble(std::span<const NamedTable> tables) {
 
 std::string makeGlyphlessTrueType(std::span<const int> advances) {
     const auto glyphs = static_cast<int>(advances.size());
-    const std::string outline = glyphOutline();
+    const std::size_t outlineSize = glyphOutline(0).size();
     const std::array<NamedTable, 10> tables = {{{"OS/2", os2()},
                                                 {"cmap", cmap()},
-                                                {"glyf", repeated(outline, advances.size())},
+                                                {"glyf", glyf(advances)},
                                                 {"head", head()},
                                                 {"hhea", hhea(glyphs, *std::ranges::max_element(advances))},
                                                 {"hmtx", hmtx(advances)},
-                                                {"loca", loca(advances.size(), outline.size())},
+                                                {"loca", loca(advances.size(), outlineSize)},
                                                 {"maxp", maxp(glyphs)},
                                                 {"name", Table().u16({0, 0, 6}).bytes()},
                                                 {"post", post()}}};
