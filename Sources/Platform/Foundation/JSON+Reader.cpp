@@ -329,8 +329,8 @@ void JSONReader::failNull(const TypeName& type) const {
                            : "Cannot get value of type " + std::string(type.plain) + " -- found null value instead");
 }
 
-void JSONReader::failCorrupted(std::string detail) const {
-    throw JSONError(JSONErrorKind::dataCorrupted, {}, path(), std::move(detail));
+void JSONReader::failCorrupted(const std::string& detail) const {
+    throw JSONError(JSONErrorKind::dataCorrupted, {}, path(), detail);
 }
 
 void JSONReader::expect(JSONKind wanted, const TypeName& type) const {

@@ -65,12 +65,12 @@ void write(JSONWriter& writer, const JSONValue::Object& members) {
         order.push_back(&member);
     }
     if (writer.pretty()) {
-        std::stable_sort(order.begin(), order.end(), [](auto* a, auto* b) { return a->key < b->key; });
+        std::stable_sort(order.begin(), order.end(), [](auto* a, auto* b) { return a->first < b->first; });
     }
     writer.beginObject();
     for (const auto* member : order) {
-        writer.key(member->key);
-        write(writer, member->value);
+        writer.key(member->first);
+        write(writer, member->second);
     }
     writer.endObject();
 }
@@ -188,12 +188,12 @@ void JSONWriter::startLine() {
     }
 }
 
-void JSONWriter::refuse(std::string value, std::string detail) const {
+void JSONWriter::refuse(const std::string& value, const std::string& detail) const {
     JSONPath path;
     for (const Level& level : levels_) {
         path.push_back(level.array ? JSONPathStep(level.index) : JSONPathStep(std::string(level.key)));
     }
-    throw JSONError(JSONErrorKind::invalidValue, std::move(value), std::move(path), std::move(detail));
+    throw JSONError(JSONErrorKind::invalidValue, value, std::move(path), detail);
 }
 
 } // namespace orvex

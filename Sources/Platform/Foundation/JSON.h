@@ -48,7 +48,7 @@ inline constexpr std::size_t jsonDepthLimit = 512;
 /// A tree to be written. Objects keep the order in which their members are listed.
 class JSONValue {
 public:
-    struct Member;
+    using Member = std::pair<std::string, JSONValue>; ///< key and value
     using Array = std::vector<JSONValue>;
     using Object = std::vector<Member>;
 
@@ -72,11 +72,6 @@ public:
 
 private:
     Storage value_ = nullptr;
-};
-
-struct JSONValue::Member {
-    std::string key;
-    JSONValue value;
 };
 
 /// Compact: members in their own order, no white space. Pretty: keys sorted by bytes, one member on a line, indented by
@@ -116,7 +111,7 @@ private:
     void startValue();
     void startLine();
     void appendString(std::string_view value);
-    [[noreturn]] void refuse(std::string value, std::string detail) const;
+    [[noreturn]] void refuse(const std::string& value, const std::string& detail) const;
 
     std::string text_;
     std::vector<Level> levels_;
@@ -155,7 +150,7 @@ public:
 
     /// For those that decode records: errors about the value or object that was read last.
     [[noreturn]] void failMissingKey(std::string_view key) const;
-    [[noreturn]] void failCorrupted(std::string detail) const;
+    [[noreturn]] void failCorrupted(const std::string& detail) const;
 
 private:
     struct TypeName;
