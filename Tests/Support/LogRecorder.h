@@ -46,6 +46,15 @@ public:
         std::erase_if(found, [level](const RecordedLine& line) { return line.level != level; });
         return found;
     }
+    /// "file function level: message" each.
+    [[nodiscard]] std::vector<std::string> texts() const {
+        std::vector<std::string> texts;
+        for (const RecordedLine& line : lines()) {
+            texts.push_back(line.file + " " + line.function + " " + std::string(name(line.level)) + ": " +
+                            line.message);
+        }
+        return texts;
+    }
     void clear() {
         const std::lock_guard lock(mutex_);
         lines_.clear();

@@ -52,6 +52,8 @@ struct JPEGOptions {
 [[nodiscard]] Bitmap resample(const Bitmap& bitmap, std::int64_t width, std::int64_t height);
 /// 8-bit (or 16-bit, kept) RGB or grey in sRGB, through the profile where there is one; alpha kept.
 [[nodiscard]] Bitmap convertToSRGB(const Bitmap& bitmap);
+/// Laid over white paper (no ink); 8 bits. Without alpha the same samples.
+[[nodiscard]] Bitmap flattenedOverWhite(const Bitmap& bitmap);
 /// Turned clockwise by quarter turns, 0 to 3.
 [[nodiscard]] Bitmap turned(const Bitmap& bitmap, int quarterTurns);
 /// Mirrored left to right and/or top to bottom.

@@ -117,13 +117,14 @@ std::optional<Bitmap> withoutUnusedAlpha(const Bitmap& bitmap) {
     return opaque ? std::optional(withChannels(bitmap, bitmap.colorSpace, Alpha::none)) : std::nullopt;
 }
 
+bool hasEqualComponents(const Bitmap& bitmap) {
+    return bitmap.colorSpace.model == ColorModel::rgb &&
+           (bitmap.bitsPerComponent == 16 ? isNeutral<std::uint16_t>(bitmap) : isNeutral<std::uint8_t>(bitmap));
+}
+
 std::optional<Bitmap> withoutUnusedColor(const Bitmap& bitmap) {
-    if (bitmap.colorSpace.model != ColorModel::rgb) {
-        return std::nullopt;
-    }
-    const bool neutral =
-        bitmap.bitsPerComponent == 16 ? isNeutral<std::uint16_t>(bitmap) : isNeutral<std::uint8_t>(bitmap);
-    if (!neutral || (!bitmap.colorSpace.iccProfile.empty() && !hasNeutralSRGBAxis(bitmap.colorSpace))) {
+    if (!hasEqualComponents(bitmap) ||
+        (!bitmap.colorSpace.iccProfile.empty() && !hasNeutralSRGBAxis(bitmap.colorSpace))) {
         return std::nullopt;
     }
     return withChannels(bitmap, {ColorModel::gray, {}, bitmap.colorSpace.gamma}, bitmap.alpha);
@@ -154,6 +155,11 @@ std::optional<Bitmap> flattened(const Bitmap& bitmap) {
         }
     }
     return result;
+}
+
+Bitmap flattenedOverWhite(const Bitmap& bitmap) {
+    Simplified simplified(bitmap);
+    return simplified.apply(asBytes).apply(flattened).bitmap();
 }
 
 } // namespace orvex

@@ -14,6 +14,8 @@ namespace orvex {
 [[nodiscard]] std::optional<Bitmap> withoutUnusedAlpha(const Bitmap& bitmap);
 /// RGB that is grey everywhere as grey, unless its profile gives equal amounts a tint.
 [[nodiscard]] std::optional<Bitmap> withoutUnusedColor(const Bitmap& bitmap);
+/// RGB whose three components are the same everywhere.
+[[nodiscard]] bool hasEqualComponents(const Bitmap& bitmap);
 /// 1 or 16 bits as bytes, rounded.
 [[nodiscard]] std::optional<Bitmap> asBytes(const Bitmap& bitmap);
 /// Laid over white (no ink). Eight bits only.
