@@ -41,6 +41,7 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
         debug = true; // by design it stays on when the setting goes off again
     }
     drawInvisibleText(box, context);
+    drawWatermark(box, context);
 }
 
 std::shared_ptr<OrvexPDFDocument> OrvexPDFPage::createDocumentFromPage() {

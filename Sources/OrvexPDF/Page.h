@@ -13,15 +13,6 @@ namespace orvex {
 
 class OrvexPDFDocument;
 
-/// Red, green, blue and alpha from 0 to 1, in sRGB.
-struct Color {
-    double red = 0;
-    double green = 0;
-    double blue = 0;
-    double alpha = 1;
-    friend bool operator==(const Color&, const Color&) = default;
-};
-
 enum class OrvexPDFPageErrorCode {
     cannotCreateBitmap,
     cannotGetPageAndContext,
@@ -52,8 +43,10 @@ public:
     /// An independent copy with the settings, without the id.
     [[nodiscard]] std::shared_ptr<OrvexPDFPage> clone() const;
 
-    /// Page+DrawContent.cpp: the invisible text layer.
+    /// Page+DrawContent.cpp: the invisible text layer; with `debug` on, text and boxes in colour.
     void drawInvisibleText(PDFDisplayBox box, GraphicsContext& context) const;
+    /// Page+DrawWatermark.cpp: the banner near the bottom edge.
+    void drawWatermark(PDFDisplayBox box, GraphicsContext& context) const;
 };
 
 using OrvexPDFPagePtr = std::shared_ptr<OrvexPDFPage>;

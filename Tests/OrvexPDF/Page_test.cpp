@@ -195,6 +195,50 @@ TEST(Page, AnOffsetMediaBoxDoesNotShiftTheLayer) {
     EXPECT_EQ(test::SavedDocument(*plain).boxes(), test::SavedDocument(*offset).boxes());
 }
 
+TEST(Page, InDebugTheBoxesAlternateAndGrowMoreOpaque) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->debug = true;
+    OrvexFoundPage three(OrvexFoundSize(300, 200));
+    const OrvexFoundBox box(Rect{10, 20, 100, 12});
+    three.items = {OrvexFoundItem("one", box), OrvexFoundItem("two", box), OrvexFoundItem("three", box)};
+    page->foundPage = std::make_shared<const OrvexFoundPage>(three);
+    std::vector<Color> boxes;
+    Color color;
+    for (const auto& operation : drawn(*page)) {
+        color = operation.kind == Kind::fillColor ? operation.color : color;
+        if (operation.kind == Kind::fillRect) {
+            boxes.push_back(color);
+        }
+    }
+    ASSERT_EQ(boxes.size(), 3U);
+    const Color expected[] = {{0, 1, 0, 0.1}, {0, 1, 1, 0.1 + 0.8 / 3}, {0, 1, 0, 0.1 + 1.6 / 3}};
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
+        EXPECT_EQ(boxes[i].blue, expected[i].blue) << i;
+        EXPECT_EQ(boxes[i].green, 1) << i;
+        EXPECT_NEAR(boxes[i].alpha, expected[i].alpha, 1e-12) << i;
+    }
+}
+
+TEST(Page, InDebugASkippedItemFillsNoBoxAndAdvancesNothing) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->debug = true;
+    OrvexFoundPage found(OrvexFoundSize(300, 200));
+    const OrvexFoundBox box(Rect{10, 20, 100, 12});
+    OrvexFoundItem noText;
+    noText.box = box;
+    found.items = {OrvexFoundItem(" \n ", box), noText, OrvexFoundItem("shown", box)};
+    page->foundPage = std::make_shared<const OrvexFoundPage>(found);
+    std::vector<Color> colors;
+    for (const auto& operation : drawn(*page)) {
+        if (operation.kind == Kind::fillColor) {
+            colors.push_back(operation.color);
+        }
+    }
+    ASSERT_EQ(colors.size(), 2U);
+    EXPECT_EQ(colors[0], (Color{0, 1, 0, 0.1}));
+    EXPECT_EQ(colors[1], (Color{1, 0, 0, 0.5}));
+}
+
 TEST(Page, AnImageWithoutSizeOrPixelsMakesNoPage) {
     EXPECT_EQ(OrvexPDFPage::fromImage(nullptr), nullptr);
     EXPECT_EQ(OrvexPDFPage::fromImage(std::make_shared<Image>(Size{10, 10})), nullptr);

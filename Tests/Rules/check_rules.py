@@ -39,6 +39,7 @@ LIBRARIES = {
     "xxhash": r"xxhash\.h",
     "fontconfig": r"fontconfig/",
     "fribidi": r"fribidi/",
+    "harfbuzz": r"hb",
     "freetype": r"ft2build\.h|freetype/",
 }
 # The tool is a program, not a library: its argument parser may be named anywhere in it.

@@ -61,6 +61,19 @@ public:
     virtual void write(std::span<const std::uint8_t> bytes) = 0;
 };
 
+/// Keeps what is written, in memory.
+class ByteCollector final : public ByteSink {
+public:
+    void write(std::span<const std::uint8_t> bytes) override {
+        buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+    }
+    /// What was collected; the collector is empty again.
+    [[nodiscard]] Bytes take() { return Bytes(std::move(buffer_)); }
+
+private:
+    std::vector<std::uint8_t> buffer_;
+};
+
 /// Reads a whole file (or pipe) into memory. Throws FileError.
 Bytes readFile(const std::filesystem::path& path);
 

@@ -22,6 +22,8 @@ public:
     /// `base` may be null: a document of its own. Throws PDFWriteError.
     Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr>& pages,
              const std::map<PDFInfoKey, std::string>& info);
+    /// Crops no page to less than its media box.
+    void showMediaBoxes();
     /// Throws PDFWriteError, and whatever the sink throws.
     void write(ByteSink& sink);
 
@@ -32,11 +34,12 @@ private:
     void fillPages();
     void buildTree();
     void drawPage(PDFPage& page, QPDFObjectHandle object);
-    void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn, const std::string& fontName);
+    void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn);
     void wrapContent(QPDFObjectHandle object);
-    void finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn,
-                       const std::string& fontName);
-    void addFont(QPDFObjectHandle page, const std::string& fontName);
+    void finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn);
+    void addResources(QPDFObjectHandle page, const DrawnResources& drawn);
+    QPDFObjectHandle alphaState(double alpha);
+    void makeFonts();
     void stampInfo(const std::map<PDFInfoKey, std::string>& info);
     QPDFObjectHandle contentStream(const std::string& operators);
 
@@ -50,8 +53,11 @@ private:
     std::vector<QPDFObjectHandle> objects_; ///< one per page
     std::map<PDFSource*, ObjectCopier> copiers_;
     ImageObjects images_;
-    InvisibleFont font_;
-    QPDFObjectHandle fontObject_;                            ///< reserved when the first page uses it
+    InvisibleFont invisible_;
+    OutlineFonts outlines_;
+    QPDFObjectHandle invisibleObject_; ///< reserved when the first page uses it, as are the faces
+    std::map<FontFile, QPDFObjectHandle> faceObjects_;
+    std::map<double, QPDFObjectHandle> alphaStates_;
     std::map<std::string, QPDFObjectHandle> contentStreams_; ///< equal ones are shared
 };
 

@@ -29,15 +29,23 @@ QPDFObjectHandle copyOfDictionary(QPDFObjectHandle value) {
     return value.isDictionary() ? value.shallowCopy() : QPDFObjectHandle::newDictionary();
 }
 
-/// A font name that the page's resources do not use yet.
-std::string freeFontName(QPDFObjectHandle page) {
+/// A start of names that no resource of the page has yet.
+std::string freePrefix(QPDFObjectHandle page) {
     auto resources = inheritedAttribute(page, "/Resources");
-    auto fonts = resources.isDictionary() ? resources.getKey("/Font") : QPDFObjectHandle::newNull();
-    std::string name = "OrvexText";
-    for (int i = 1; fonts.isDictionary() && fonts.hasKey("/" + name); ++i) {
-        name = "OrvexText" + std::to_string(i);
+    const auto isTaken = [&resources](const std::string& prefix) {
+        const auto categories = {"/Font", "/ExtGState", "/XObject"};
+        return resources.isDictionary() && std::ranges::any_of(categories, [&](const char* category) {
+                   auto entries = resources.getKey(category);
+                   return entries.isDictionary() && std::ranges::any_of(entries.getKeys(), [&](const auto& key) {
+                              return key.starts_with("/" + prefix);
+                          });
+               });
+    };
+    std::string prefix = "Orvex";
+    for (int i = 1; isTaken(prefix); ++i) {
+        prefix = "Orvex" + std::to_string(i) + "x";
     }
-    return name;
+    return prefix;
 }
 
 /// A page's content, decoded; damaged streams give what can be decoded of them.
@@ -69,14 +77,18 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         for (std::size_t i = 0; i < pages_.size(); ++i) {
             drawPage(*pages_[i], objects_[i]);
         }
-        if (fontObject_.isInitialized()) {
-            target_->replaceReserved(fontObject_, font_.makeObject(*target_).unsafeShallowCopy());
-        }
+        makeFonts();
         stampInfo(info);
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot put the document together: ") + error.what());
     } catch (const ImageError& error) {
         throw PDFWriteError(std::string("cannot store an image: ") + error.what());
+    }
+}
+
+void Composer::showMediaBoxes() {
+    for (auto& page : objects_) {
+        page.replaceKey("/CropBox", rectangleArray(pageBox(page, PDFDisplayBox::media)));
     }
 }
 
@@ -158,21 +170,19 @@ void Composer::buildTree() {
 
 void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
     const Rect media = page.bounds(PDFDisplayBox::media);
-    const std::string fontName = freeFontName(object);
-    ContentStreamContext context(font_, fontName, {media.x, media.y});
+    ContentStreamContext context(invisible_, outlines_, freePrefix(object), {media.x, media.y});
     page.draw(PDFDisplayBox::media, context);
     if (page.rotation() != pageRotation(object)) {
         object.replaceKey("/Rotate", QPDFObjectHandle::newInteger(page.rotation()));
     }
     if (loadedContent(page) == nullptr) {
-        finishOwnPage(page, object, context, fontName);
-    } else if (context.drewText()) {
-        finishLoadedPage(object, context, fontName);
+        finishOwnPage(page, object, context);
+    } else if (context.drewAnything()) {
+        finishLoadedPage(object, context);
     }
 }
 
-void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn,
-                                const std::string& fontName) {
+void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn) {
     ContentBalance balance = measureBalance(joinedContent(object));
     if (balance.unterminated) {
         wrapContent(object);
@@ -188,7 +198,7 @@ void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamCont
     }
     contents.appendItem(contentStream(balance.closing() + drawn.after()));
     object.replaceKey("/Contents", contents);
-    addFont(object, fontName);
+    addResources(object, drawn.resources());
 }
 
 /// Content that ends inside a token would swallow what follows: as a form it ends where it ends.
@@ -208,8 +218,7 @@ void Composer::wrapContent(QPDFObjectHandle object) {
     object.replaceKey("/Contents", contentStream("/OrvexContent Do\n"));
 }
 
-void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn,
-                             const std::string& fontName) {
+void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn) {
     const Rect media = page.bounds(PDFDisplayBox::media);
     object.replaceKey("/MediaBox", rectangleArray(media));
     auto resources = QPDFObjectHandle::newDictionary();
@@ -225,22 +234,56 @@ void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const
         placement += " 0 0 cm\n/Im0 Do\nQ\n";
     }
     object.replaceKey("/Resources", resources);
-    const std::string operators = drawn.drewText() ? drawn.before() + placement + drawn.after() : placement;
+    const std::string operators = drawn.drewAnything() ? drawn.before() + placement + drawn.after() : placement;
     object.replaceKey("/Contents", contentStream(operators));
-    if (drawn.drewText()) {
-        addFont(object, fontName);
+    if (drawn.drewAnything()) {
+        addResources(object, drawn.resources());
     }
 }
 
-void Composer::addFont(QPDFObjectHandle page, const std::string& fontName) {
-    if (!fontObject_.isInitialized()) {
-        fontObject_ = QPDFObjectHandle::newReserved(target_.get());
-    }
+void Composer::addResources(QPDFObjectHandle page, const DrawnResources& drawn) {
     auto resources = copyOfDictionary(inheritedAttribute(page, "/Resources"));
     auto fonts = copyOfDictionary(resources.getKey("/Font"));
-    fonts.replaceKey("/" + fontName, fontObject_);
+    const auto reserved = [this](QPDFObjectHandle& object) {
+        if (!object.isInitialized()) {
+            object = QPDFObjectHandle::newReserved(target_.get());
+        }
+        return object;
+    };
+    if (!drawn.invisibleFont.empty()) {
+        fonts.replaceKey("/" + drawn.invisibleFont, reserved(invisibleObject_));
+    }
+    for (const auto& [face, name] : drawn.faces) {
+        fonts.replaceKey("/" + name, reserved(faceObjects_[face]));
+    }
     resources.replaceKey("/Font", fonts);
+    if (!drawn.alphas.empty()) {
+        auto states = copyOfDictionary(resources.getKey("/ExtGState"));
+        for (const auto& [alpha, name] : drawn.alphas) {
+            states.replaceKey("/" + name, alphaState(alpha));
+        }
+        resources.replaceKey("/ExtGState", states);
+    }
     page.replaceKey("/Resources", resources);
+}
+
+QPDFObjectHandle Composer::alphaState(double alpha) {
+    auto& object = alphaStates_[alpha];
+    if (!object.isInitialized()) {
+        object = target_->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /ExtGState >>"));
+        object.replaceKey("/ca", QPDFObjectHandle::newReal(alpha, 6));
+    }
+    return object;
+}
+
+/// Only now is it known which characters and glyphs the pages show.
+void Composer::makeFonts() {
+    if (invisibleObject_.isInitialized()) {
+        target_->replaceReserved(invisibleObject_, invisible_.makeObject(*target_).unsafeShallowCopy());
+    }
+    for (auto& [face, object] : outlines_.makeObjects(*target_)) {
+        target_->replaceReserved(faceObjects_.at(face), object.unsafeShallowCopy());
+    }
 }
 
 void Composer::stampInfo(const std::map<PDFInfoKey, std::string>& info) {

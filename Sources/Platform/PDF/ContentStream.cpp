@@ -3,6 +3,7 @@
 #include "Platform/PDF/InvisibleFont_p.h"
 #include "Platform/PDF/PDFDocument.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -25,34 +26,89 @@ void appendNumber(std::string& content, double value) {
     content += number == "-0" ? "0" : number;
 }
 
-namespace {
-
-void appendMatrix(std::string& content, const AffineTransform& t) {
-    for (const double number : {t.a, t.b, t.c, t.d, t.tx, t.ty}) {
-        appendNumber(content, number);
-        content += ' ';
+void ContentStreamContext::appendNumbers(std::initializer_list<double> numbers, std::string_view operation) {
+    for (const double number : numbers) {
+        appendNumber(after_, number);
+        after_ += ' ';
     }
-    content += "cm\n";
+    after_.append(operation).append("\n");
 }
 
-} // namespace
+void ContentStreamContext::requireContent() const {
+    if (!contentDrawn_) {
+        throw PDFWriteError("a page draws its content before anything else");
+    }
+}
 
 void ContentStreamContext::saveState() {
-    ++depth_;
+    savedAlphas_.push_back(fillAlpha_);
     (contentDrawn_ ? after_ : before_) += "q\n";
 }
 
 void ContentStreamContext::restoreState() {
-    --depth_;
+    fillAlpha_ = savedAlphas_.back();
+    savedAlphas_.pop_back();
     (contentDrawn_ ? after_ : before_) += "Q\n";
     moveToOrigin();
 }
 
 void ContentStreamContext::concatenate(const AffineTransform& transform) {
-    if (!contentDrawn_) {
-        throw PDFWriteError("a page draws its content before anything else");
+    requireContent();
+    appendNumbers({transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty}, "cm");
+}
+
+void ContentStreamContext::setFillColor(const Color& color) {
+    requireContent();
+    appendNumbers({color.red, color.green, color.blue}, "rg");
+    setFillAlpha(color.alpha);
+}
+
+void ContentStreamContext::setFillAlpha(double alpha) {
+    if (alpha == fillAlpha_) {
+        return;
     }
-    appendMatrix(after_, transform);
+    fillAlpha_ = alpha;
+    auto& name = resources_.alphas[alpha];
+    if (name.empty()) {
+        name = prefix_ + "Alpha" + std::to_string(resources_.alphas.size());
+    }
+    after_.append("/").append(name).append(" gs\n");
+}
+
+void ContentStreamContext::setStrokeColor(const Color& color) {
+    requireContent();
+    appendNumbers({color.red, color.green, color.blue}, "RG");
+}
+
+void ContentStreamContext::fillRect(const Rect& rect) {
+    requireContent();
+    appendNumbers({rect.x, rect.y, rect.width, rect.height}, "re");
+    after_ += "f\n";
+    drewMarks_ = true;
+}
+
+void ContentStreamContext::fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double radiusY) {
+    requireContent();
+    constexpr double circle = 0.5522847498; // a quarter circle as a cubic curve: 4/3 (sqrt 2 - 1)
+    const double rx = std::min(radiusX, rect.width / 2);
+    const double ry = std::min(radiusY, rect.height / 2);
+    const double kx = rx * (1 - circle);
+    const double ky = ry * (1 - circle);
+    const double left = rect.x;
+    const double right = rect.maxX();
+    const double bottom = rect.y;
+    const double top = rect.maxY();
+    appendNumbers({left + rx, bottom}, "m");
+    appendNumbers({right - rx, bottom}, "l");
+    appendNumbers({right - kx, bottom, right, bottom + ky, right, bottom + ry}, "c");
+    appendNumbers({right, top - ry}, "l");
+    appendNumbers({right, top - ky, right - kx, top, right - rx, top}, "c");
+    appendNumbers({left + rx, top}, "l");
+    appendNumbers({left + kx, top, left, top - ky, left, top - ry}, "c");
+    appendNumbers({left, bottom + ry}, "l");
+    appendNumbers({left, bottom + ky, left + kx, bottom, left + rx, bottom}, "c");
+    after_ += "1 w\nh\nB\n";
+    drewMarks_ = true;
 }
 
 void ContentStreamContext::drawPageContent(const PDFPage& /*page*/, PDFDisplayBox /*box*/) {
@@ -62,23 +118,37 @@ void ContentStreamContext::drawPageContent(const PDFPage& /*page*/, PDFDisplayBo
 
 /// Page content stands in page space, everything else relative to the box: the shift follows the content's own state.
 void ContentStreamContext::moveToOrigin() {
-    if (contentDrawn_ && depth_ == 0 && origin_ != Point{}) {
-        appendMatrix(after_, AffineTransform{}.translated(origin_.x, origin_.y));
+    if (contentDrawn_ && savedAlphas_.empty() && origin_ != Point{}) {
+        appendNumbers({1, 0, 0, 1, origin_.x, origin_.y}, "cm");
         origin_ = {};
     }
 }
 
+void ContentStreamContext::drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline) {
+    const auto nameOf = [this](const FontFile& face) {
+        auto& name = resources_.faces[face];
+        if (name.empty()) {
+            name = prefix_ + "Face" + std::to_string(resources_.faces.size());
+        }
+        return name;
+    };
+    outlines_.appendLine(after_, nameOf, line, font, size, baseline.x, baseline.y);
+    drewMarks_ = true;
+}
+
 void ContentStreamContext::drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size,
-                                    const Rect& rect, TextMode /*mode*/) {
-    if (!contentDrawn_) {
-        throw PDFWriteError("a page draws its content before anything else");
-    }
-    double top = rect.maxY();
+                                    const Rect& rect, TextMode mode) {
+    requireContent();
+    Point baseline{rect.x, rect.maxY() - Font::ascent() * size};
     for (const auto line : textLines(utf8)) {
-        font_.appendLine(after_, fontName_, line, *font, size, rect.x, top - Font::ascent() * size);
-        top -= size;
+        if (mode == TextMode::visible) {
+            drawVisibleLine(line, *font, size, baseline);
+        } else {
+            resources_.invisibleFont = prefix_ + "Text";
+            invisible_.appendLine(after_, resources_.invisibleFont, line, *font, size, baseline.x, baseline.y);
+        }
+        baseline.y -= size;
     }
-    drewText_ = true;
 }
 
 } // namespace orvex

@@ -2,8 +2,11 @@
 #pragma once
 
 #include "Platform/PDF/GraphicsContext.h"
+#include "Platform/PDF/OutlineFonts_p.h"
 
+#include <map>
 #include <string>
+#include <vector>
 
 namespace orvex {
 
@@ -12,35 +15,57 @@ class InvisibleFont;
 /// A number as content streams take it: plain decimal, six places at most; values that are not finite become 0.
 void appendNumber(std::string& content, double value);
 
+/// What operators refer to by name in the page's resources.
+struct DrawnResources {
+    std::string invisibleFont; ///< empty when unused
+    std::map<FontFile, std::string> faces;
+    std::map<double, std::string> alphas; ///< fill alphas
+};
+
 class ContentStreamContext final : public GraphicsContext {
 public:
-    /// `fontName` names the invisible font in the page's resources; `origin` is the lower left corner of the drawn box
-    /// in page space.
-    ContentStreamContext(InvisibleFont& font, std::string fontName, Point origin)
-        : font_(font), fontName_(std::move(fontName)), origin_(origin) {}
+    /// Names in the page's resources start with `prefix`; `origin` is the lower left corner of the drawn box in page
+    /// space. The fonts collect what is shown.
+    ContentStreamContext(InvisibleFont& invisible, OutlineFonts& outlines, std::string prefix, Point origin)
+        : invisible_(invisible), outlines_(outlines), prefix_(std::move(prefix)), origin_(origin) {}
 
     void saveState() override;
     void restoreState() override;
     void concatenate(const AffineTransform& transform) override;
+    void setFillColor(const Color& color) override;
+    void setStrokeColor(const Color& color) override;
+    void fillRect(const Rect& rect) override;
+    void fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double radiusY) override;
     void drawPageContent(const PDFPage& page, PDFDisplayBox box) override;
     void drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size, const Rect& rect,
                   TextMode mode) override;
 
-    /// Whether text was drawn over the page's content. If not, nothing needs to be added to the page.
-    [[nodiscard]] bool drewText() const { return drewText_; }
+    /// Whether anything that shows was drawn over the page's content.
+    [[nodiscard]] bool drewMarks() const { return drewMarks_; }
+    /// Whether anything was drawn, seen or unseen. If not, nothing needs to be added to the page.
+    [[nodiscard]] bool drewAnything() const { return drewMarks_ || !resources_.invisibleFont.empty(); }
+    [[nodiscard]] const DrawnResources& resources() const { return resources_; }
     [[nodiscard]] const std::string& before() const { return before_; } ///< operators ahead of the page's content
     [[nodiscard]] const std::string& after() const { return after_; }   ///< operators behind it
 
 private:
+    void requireContent() const;
     void moveToOrigin();
-    InvisibleFont& font_;
-    std::string fontName_;
+    void setFillAlpha(double alpha);
+    void appendNumbers(std::initializer_list<double> numbers, std::string_view operation);
+    void drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline);
+
+    InvisibleFont& invisible_;
+    OutlineFonts& outlines_;
+    std::string prefix_;
     Point origin_;
     std::string before_;
     std::string after_;
-    int depth_ = 0;
+    DrawnResources resources_;
+    double fillAlpha_ = 1;
+    std::vector<double> savedAlphas_;
     bool contentDrawn_ = false;
-    bool drewText_ = false;
+    bool drewMarks_ = false;
 };
 
 } // namespace orvex

@@ -15,7 +15,16 @@ class PDFPage;
 
 enum class PDFDisplayBox { media, crop, bleed, trim, art };
 
-enum class TextMode { invisible };
+/// Red, green, blue and alpha from 0 to 1, in sRGB.
+struct Color {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+    friend bool operator==(const Color&, const Color&) = default;
+};
+
+enum class TextMode { visible, invisible };
 
 /// Used by one thread at a time, for one page.
 class GraphicsContext {
@@ -28,11 +37,17 @@ public:
     virtual void saveState() = 0;
     virtual void restoreState() = 0;
     virtual void concatenate(const AffineTransform& transform) = 0;
+    virtual void setFillColor(const Color& color) = 0;
+    /// Its alpha is not looked at.
+    virtual void setStrokeColor(const Color& color) = 0;
+    virtual void fillRect(const Rect& rect) = 0;
+    /// A closed path with elliptical corners, filled, then stroked one unit wide.
+    virtual void fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double radiusY) = 0;
     /// The page's own content as its file has it, without what subclasses draw over it. Comes before anything that
     /// marks.
     virtual void drawPageContent(const PDFPage& page, PDFDisplayBox box) = 0;
     /// One or more lines of UTF-8 text; `rect.maxY()` is the top of the first line, its left edge the start of each.
-    /// Invisible text marks nothing and can be searched and selected.
+    /// Visible text takes the fill colour and is shaped; invisible text marks nothing and can be searched and selected.
     virtual void drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size, const Rect& rect,
                           TextMode mode) = 0;
 };

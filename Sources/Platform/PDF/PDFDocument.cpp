@@ -45,18 +45,11 @@ void PDFDocument::setInfo(PDFInfoKey key, std::string utf8) {
 }
 
 std::optional<Bytes> PDFDocument::dataRepresentation() const {
-    class Collector final : public ByteSink {
-    public:
-        void write(std::span<const std::uint8_t> bytes) override {
-            buffer.insert(buffer.end(), bytes.begin(), bytes.end());
-        }
-        std::vector<std::uint8_t> buffer;
-    };
-    Collector collector;
+    ByteCollector collector;
     if (!write(collector)) {
         return std::nullopt;
     }
-    return Bytes(std::move(collector.buffer));
+    return collector.take();
 }
 
 bool PDFDocument::write(ByteSink& sink) const {

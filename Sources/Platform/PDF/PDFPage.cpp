@@ -2,7 +2,7 @@
 
 #include "Platform/PDF/ImageStream_p.h"
 #include "Platform/PDF/PDFSource_p.h"
-#include "Platform/PDF/TextReader_p.h"
+#include "Platform/PDF/PDFium_p.h"
 
 #include <cmath>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 #include "Platform/PDF/PDFSource_p.h"
 
 #include "Platform/Foundation/Strings.h"
-#include "Platform/PDF/TextReader_p.h"
+#include "Platform/PDF/PDFium_p.h"
 
 #include <qpdf/QPDFExc.hh>
 
@@ -130,7 +130,7 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
 }
 
 PDFSource::~PDFSource() {
-    forgetPageText(*this);
+    closeInPDFium(*this);
 }
 
 Rect PDFSource::box(int page, PDFDisplayBox box) const {

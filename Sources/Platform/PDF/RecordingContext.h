@@ -10,36 +10,47 @@ namespace orvex {
 
 class RecordingContext final : public GraphicsContext {
 public:
-    enum class Kind { save, restore, concatenate, pageContent, text };
+    enum class Kind { save, restore, concatenate, fillColor, strokeColor, fillRect, roundedRect, pageContent, text };
     struct Operation {
         Kind kind = Kind::save;
-        AffineTransform transform; ///< what was concatenated; for text and page content the whole transform in force
-        Rect rect;                 ///< of text
-        double size = 0;           ///< of text, in points of its own space
-        std::string text;          ///< UTF-8
+        AffineTransform
+            transform{};    ///< what was concatenated; for what marks and for page content the whole one in force
+        Rect rect{};        ///< of text, rectangles
+        double number = 0;  ///< size of text in points of its own space; radius of rounded rectangles
+        std::string text{}; ///< UTF-8
+        Color color{};
+        TextMode mode = TextMode::invisible;
     };
 
     [[nodiscard]] const std::vector<Operation>& operations() const { return operations_; }
 
     void saveState() override {
         stack_.push_back(current_);
-        operations_.push_back({Kind::save, {}, {}, 0, {}});
+        operations_.push_back({Kind::save});
     }
     void restoreState() override {
         current_ = stack_.back();
         stack_.pop_back();
-        operations_.push_back({Kind::restore, {}, {}, 0, {}});
+        operations_.push_back({Kind::restore});
     }
     void concatenate(const AffineTransform& transform) override {
         current_ = transform.followedBy(current_);
-        operations_.push_back({Kind::concatenate, transform, {}, 0, {}});
+        operations_.push_back({Kind::concatenate, transform});
+    }
+    void setFillColor(const Color& color) override { operations_.push_back({Kind::fillColor, {}, {}, 0, {}, color}); }
+    void setStrokeColor(const Color& color) override {
+        operations_.push_back({Kind::strokeColor, {}, {}, 0, {}, color});
+    }
+    void fillRect(const Rect& rect) override { operations_.push_back({Kind::fillRect, current_, rect}); }
+    void fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double /*radiusY*/) override {
+        operations_.push_back({Kind::roundedRect, current_, rect, radiusX});
     }
     void drawPageContent(const PDFPage& /*page*/, PDFDisplayBox /*box*/) override {
-        operations_.push_back({Kind::pageContent, current_, {}, 0, {}});
+        operations_.push_back({Kind::pageContent, current_});
     }
     void drawText(std::string_view utf8, const std::shared_ptr<const Font>& /*font*/, double size, const Rect& rect,
-                  TextMode /*mode*/) override {
-        operations_.push_back({Kind::text, current_, rect, size, std::string(utf8)});
+                  TextMode mode) override {
+        operations_.push_back({Kind::text, current_, rect, size, std::string(utf8), {}, mode});
     }
 
 private:

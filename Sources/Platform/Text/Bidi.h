@@ -1,8 +1,10 @@
 // What the Unicode bidirectional algorithm knows of characters and of the order in which a line shows them.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orvex {
 
@@ -12,5 +14,15 @@ namespace orvex {
 /// The characters of one line from left to right as they are shown; marks stay behind the character that they sit on.
 /// The line's direction is that of its first strong character.
 [[nodiscard]] std::u32string visualOrder(std::u32string_view logical);
+
+/// A stretch of one line whose characters run the same way.
+struct DirectionRun {
+    std::size_t start = 0; ///< in logical order
+    std::size_t length = 0;
+    bool rightToLeft = false;
+};
+
+/// The stretches of one line from left to right as they are shown.
+[[nodiscard]] std::vector<DirectionRun> directionRuns(std::u32string_view logical);
 
 } // namespace orvex

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <new>
+#include <numeric>
 #include <vector>
 
 namespace orvex {
@@ -64,6 +65,34 @@ std::u32string visualOrder(std::u32string_view logical) {
     require(fribidi_reorder_line(FRIBIDI_FLAGS_DEFAULT, types.data(), static_cast<FriBidiStrIndex>(text.size()), 0,
                                  direction, levels.data(), text.data(), nullptr));
     return {text.begin(), text.end()};
+}
+
+std::vector<DirectionRun> directionRuns(std::u32string_view logical) {
+    const std::vector<FriBidiChar> text(logical.begin(), logical.end());
+    const auto types = bidiTypes(text);
+    if (!hasRightToLeft(types)) {
+        return {{0, logical.size(), false}};
+    }
+    FriBidiParType direction = FRIBIDI_PAR_ON;
+    auto levels = embeddingLevels(text, types, direction);
+    const auto length = static_cast<FriBidiStrIndex>(text.size());
+    std::vector<FriBidiStrIndex> order(text.size());
+    std::iota(order.begin(), order.end(), 0);
+    require(fribidi_reorder_line(FRIBIDI_FLAG_REORDER_NSM, types.data(), length, 0, direction, levels.data(), nullptr,
+                                 order.data()));
+    std::vector<DirectionRun> runs;
+    for (const auto index : order) {
+        const auto at = static_cast<std::size_t>(index);
+        const bool rightToLeft = FRIBIDI_LEVEL_IS_RTL(levels[at]);
+        if (!runs.empty() && runs.back().rightToLeft == rightToLeft &&
+            (rightToLeft ? at + 1 == runs.back().start : at == runs.back().start + runs.back().length)) {
+            runs.back().start = std::min(runs.back().start, at);
+            ++runs.back().length;
+        } else {
+            runs.push_back({at, 1, rightToLeft});
+        }
+    }
+    return runs;
 }
 
 } // namespace orvex

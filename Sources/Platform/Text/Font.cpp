@@ -70,7 +70,7 @@ std::shared_ptr<const Font> Font::find(bool bold) {
         std::string path = installedFontFile(family, bold);
         auto advances = path.empty() ? std::nullopt : readFaceAdvances(path);
         if (advances && hasMetricsOfHelvetica(*advances, bold)) {
-            return std::shared_ptr<const Font>(new Font(std::move(path), std::move(*advances)));
+            return std::shared_ptr<const Font>(new Font(std::move(path), std::move(*advances), bold));
         }
     }
     return nullptr;

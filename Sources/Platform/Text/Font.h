@@ -28,13 +28,16 @@ public:
     /// Width of one line of text in ems: the sum of its advances.
     [[nodiscard]] double lineWidth(std::string_view utf8) const;
     [[nodiscard]] const std::string& path() const { return path_; } ///< the font file behind it
+    [[nodiscard]] bool isBold() const { return bold_; }
 
 private:
     using Advances = std::unordered_map<char32_t, double>;
-    Font(std::string path, Advances advances) : path_(std::move(path)), advances_(std::move(advances)) {}
+    Font(std::string path, Advances advances, bool bold)
+        : path_(std::move(path)), advances_(std::move(advances)), bold_(bold) {}
     static std::shared_ptr<const Font> find(bool bold);
     std::string path_;
     Advances advances_;
+    bool bold_;
 };
 
 /// The lines of a text: broken at line feeds, CR LF and the Unicode line and paragraph separators, which belong to

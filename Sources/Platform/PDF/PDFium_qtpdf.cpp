@@ -1,0 +1,139 @@
+// PDFium through Qt PDF. It needs no application object, but it is not safe for threads: one lock around all of it.
+#include "Platform/PDF/PDFium_p.h"
+
+#include "Platform/PDF/PDFSource_p.h"
+
+#include <QtCore/QBuffer>
+#include <QtGui/QImage>
+#include <QtPdf/QPdfDocument>
+#include <QtPdf/QPdfSelection>
+
+#include <limits>
+#include <memory>
+#include <mutex>
+
+namespace orvex {
+
+namespace {
+
+/// One file open in PDFium; the bytes are shared.
+class OpenFile {
+public:
+    OpenFile(Bytes bytes, const std::string& password) : bytes_(std::move(bytes)), document_(nullptr) {
+        if (bytes_.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+            return; // PDFium counts a file's bytes in an int
+        }
+        buffer_.setData(QByteArray::fromRawData(reinterpret_cast<const char*>(bytes_.data()),
+                                                static_cast<qsizetype>(bytes_.size())));
+        buffer_.open(QIODevice::ReadOnly);
+        document_.setPassword(QString::fromStdString(password));
+        document_.load(&buffer_);
+    }
+
+    [[nodiscard]] bool isOf(const Bytes& bytes) const { return bytes_.data() == bytes.data(); }
+    QPdfDocument* withPage(int page) {
+        const bool ready = document_.status() == QPdfDocument::Status::Ready && page < document_.pageCount();
+        return ready ? &document_ : nullptr;
+    }
+
+private:
+    Bytes bytes_;
+    QBuffer buffer_;
+    QPdfDocument document_;
+};
+
+/// The file that was read last stays open: callers ask page after page.
+struct PDFium {
+    std::mutex mutex;
+    std::unique_ptr<OpenFile> last;
+
+    /// Lives for ever: Qt's own statics are gone when ours would be destroyed.
+    static PDFium& shared() {
+        static auto& pdfium = *new PDFium;
+        return pdfium;
+    }
+
+    QPdfDocument* open(const PDFSource& source, int page) {
+        if (!last || !last->isOf(source.bytes())) {
+            last.reset();
+            last = std::make_unique<OpenFile>(source.bytes(), source.password());
+        }
+        return last->withPage(page);
+    }
+};
+
+/// `value` with `alpha` over white.
+std::uint8_t overWhite(int value, int alpha) {
+    return static_cast<std::uint8_t>((value * alpha + 255 * (255 - alpha) + 127) / 255);
+}
+
+void copyRowOverWhite(const QRgb* from, std::uint8_t* to, std::int64_t width) {
+    for (std::int64_t x = 0; x < width; ++x, to += 3) {
+        const QRgb pixel = from[x];
+        const int alpha = qAlpha(pixel);
+        to[0] = overWhite(qRed(pixel), alpha);
+        to[1] = overWhite(qGreen(pixel), alpha);
+        to[2] = overWhite(qBlue(pixel), alpha);
+    }
+}
+
+Bitmap overWhite(const QImage& image) {
+    Bitmap bitmap;
+    bitmap.width = image.width();
+    bitmap.height = image.height();
+    bitmap.bytesPerRow = Bitmap::tightBytesPerRow(bitmap.width, 3, 8);
+    bitmap.samples.resize(bitmap.bytesPerRow * static_cast<std::size_t>(bitmap.height));
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(static_cast<int>(y)));
+        copyRowOverWhite(row, bitmap.row(y), bitmap.width);
+    }
+    return bitmap;
+}
+
+std::optional<Bitmap> raster(QPdfDocument* document, int page, const PageRaster& request) {
+    if (document == nullptr) {
+        return std::nullopt;
+    }
+    using Flag = QPdfDocumentRenderOptions::RenderFlag;
+    QPdfDocumentRenderOptions::RenderFlags flags;
+    flags.setFlag(Flag::Annotations, request.annotations);
+    for (const Flag aliased : {Flag::TextAliased, Flag::PathAliased}) {
+        flags.setFlag(aliased, !request.smooth);
+    }
+    QPdfDocumentRenderOptions options;
+    options.setRenderFlags(flags);
+    const QSize size(static_cast<int>(request.width), static_cast<int>(request.height));
+    const QImage image = document->render(page, size, options);
+    return image.isNull() ? std::nullopt : std::optional(overWhite(image));
+}
+
+} // namespace
+
+std::string readPageText(const PDFSource& source, int page) {
+    PDFium& pdfium = PDFium::shared();
+    const std::lock_guard lock(pdfium.mutex);
+    QPdfDocument* document = pdfium.open(source, page);
+    return document != nullptr ? document->getAllText(page).text().toStdString() : std::string();
+}
+
+std::optional<Bitmap> rasterPage(const PDFSource& source, int page, const PageRaster& request) {
+    PDFium& pdfium = PDFium::shared();
+    const std::lock_guard lock(pdfium.mutex);
+    return raster(pdfium.open(source, page), page, request);
+}
+
+std::optional<Bitmap> rasterFirstPage(const Bytes& file, const PageRaster& request) {
+    const std::lock_guard lock(PDFium::shared().mutex);
+    OpenFile open(file, {});
+    return raster(open.withPage(0), 0, request);
+}
+
+void closeInPDFium(const PDFSource& source) {
+    PDFium& pdfium = PDFium::shared();
+    const std::lock_guard lock(pdfium.mutex);
+    if (pdfium.last && pdfium.last->isOf(source.bytes())) {
+        pdfium.last.reset();
+    }
+}
+
+} // namespace orvex

@@ -1,0 +1,71 @@
+#include "Platform/PDF/Renderer.h"
+
+#include "Platform/PDF/Composer_p.h"
+#include "Platform/PDF/PDFSource_p.h"
+#include "Platform/PDF/PDFium_p.h"
+
+namespace orvex {
+
+namespace {
+
+constexpr std::int64_t byteLimit = std::int64_t{1} << 30;
+constexpr std::int64_t bytesPerPixel = 4;
+
+bool isRepresentable(const RenderRequest& request) {
+    return request.width >= 1 && request.height >= 1 && request.width <= byteLimit / bytesPerPixel / request.height;
+}
+
+/// Whether drawing the page marks anything beyond its content.
+bool drawsMarks(PDFPage& page) {
+    InvisibleFont invisible;
+    OutlineFonts outlines;
+    ContentStreamContext context(invisible, outlines, {}, {});
+    page.draw(PDFDisplayBox::media, context);
+    return context.drewMarks();
+}
+
+/// A page of a file that looks as that file shows it: PDFium can read it where it is.
+const LoadedPageContent* asInItsFile(PDFPage& page, bool complete) {
+    const auto* loaded = std::get_if<LoadedPageContent>(&page.content());
+    const bool same = loaded != nullptr && page.rotation() == loaded->source->rotation(loaded->index) &&
+                      page.bounds(PDFDisplayBox::crop) == page.bounds(PDFDisplayBox::media) &&
+                      !(complete && drawsMarks(page));
+    return same ? loaded : nullptr;
+}
+
+/// A file of the page alone, cropped to nothing less than its media box.
+Bytes composed(const PDFPagePtr& page) {
+    const std::vector<PDFPagePtr> pages{page};
+    Composer composer(nullptr, pages, {});
+    composer.showMediaBoxes();
+    ByteCollector file;
+    composer.write(file);
+    return file.take();
+}
+
+PDFPagePtr barePage(const PDFPage& page) {
+    auto bare = std::make_shared<PDFPage>(page.content());
+    bare->setRotation(page.rotation());
+    return bare;
+}
+
+} // namespace
+
+std::optional<Bitmap> render(PDFPage& page, const RenderRequest& request) {
+    if (!isRepresentable(request)) {
+        return std::nullopt;
+    }
+    const PageRaster raster{request.width, request.height, request.complete, request.smooth};
+    if (const auto* loaded = asInItsFile(page, request.complete)) {
+        return rasterPage(*loaded->source, loaded->index, raster);
+    }
+    try {
+        // The composer only borrows the page, and only while this runs.
+        const PDFPagePtr borrowed(std::shared_ptr<void>(), &page);
+        return rasterFirstPage(composed(request.complete ? borrowed : barePage(page)), raster);
+    } catch (const PDFWriteError&) { // a page that cannot be written cannot be shown
+        return std::nullopt;
+    }
+}
+
+} // namespace orvex

@@ -1,0 +1,25 @@
+// Pixels of pages: what is rendered is what a saved file of the page would show.
+#pragma once
+
+#include "Platform/Imaging/Bitmap.h"
+#include "Platform/PDF/PDFPage.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace orvex {
+
+struct RenderRequest {
+    std::int64_t width = 0;  ///< pixels of the media box as shown, that is turned by the page's rotation
+    std::int64_t height = 0; ///< pixels
+    /// Annotations, and what subclasses draw over the content. Without it: the bare content.
+    bool complete = true;
+    bool smooth = true; ///< anti-aliased text and paths
+};
+
+/// The page's media box, scaled to the request, over white: 8-bit RGB. Empty for sizes below one pixel or above 1 GiB
+/// of pixels, and for pages that cannot be rendered. Needs no display and no application object. Threads: any; two
+/// renderings take turns.
+[[nodiscard]] std::optional<Bitmap> render(PDFPage& page, const RenderRequest& request);
+
+} // namespace orvex
