@@ -43,11 +43,12 @@ std::optional<struct stat> statusOf(const std::filesystem::path& path) {
     return status;
 }
 
-/// Owner and permission bits of the file that is replaced. The owner is kept where the system lets us.
+/// Owner and permission bits of the file that is replaced; the owner where the system lets us, the bits where the file
+/// system knows of them.
 int copyOwnership(int descriptor, const struct stat& from) {
     constexpr mode_t permissions = 07777;
     [[maybe_unused]] const int best = ::fchown(descriptor, from.st_uid, from.st_gid);
-    return ::fchmod(descriptor, from.st_mode & permissions);
+    return ::fchmod(descriptor, from.st_mode & permissions) == 0 || errno == EPERM || errno == ENOTSUP ? 0 : errno;
 }
 
 int writeAll(int descriptor, std::span<const std::uint8_t> bytes) {
@@ -80,21 +81,20 @@ int syncFolder(const std::filesystem::path& folder) {
 } // namespace
 
 AtomicFile::AtomicFile(std::filesystem::path target) : target_(std::move(target)) {
-    const auto destination = followLinks(target_);
-    const auto existing = statusOf(destination);
+    const auto existing = statusOf(target_);
     if (existing && S_ISDIR(existing->st_mode)) {
         fail(EISDIR);
     }
-    if (existing && ::faccessat(AT_FDCWD, destination.c_str(), W_OK, AT_EACCESS) != 0) {
+    if (existing && ::faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) {
         fail(errno);
     }
     if (existing && !S_ISREG(existing->st_mode)) {
-        openInPlace(destination);
+        openInPlace();
         return;
     }
-    openTemporary(destination);
-    if (existing && copyOwnership(descriptor_, *existing) != 0) {
-        fail(errno);
+    openTemporary(followLinks(target_));
+    if (existing) {
+        check(copyOwnership(descriptor_, *existing));
     }
 }
 
@@ -102,8 +102,8 @@ AtomicFile::~AtomicFile() {
     discard();
 }
 
-void AtomicFile::openInPlace(const std::filesystem::path& device) {
-    descriptor_ = ::open(device.c_str(), O_WRONLY | O_CLOEXEC);
+void AtomicFile::openInPlace() {
+    descriptor_ = ::open(target_.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor_ < 0) {
         fail(errno);
     }

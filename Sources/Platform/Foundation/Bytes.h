@@ -91,7 +91,7 @@ public:
     void commit();
 
 private:
-    void openInPlace(const std::filesystem::path& device);
+    void openInPlace();
     void openTemporary(const std::filesystem::path& destination);
     void flush();
     void check(int systemError);

@@ -1,10 +1,11 @@
 #include "Platform/Foundation/Strings.h"
+#include "Platform/Foundation/Log.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <random>
+#include <unistd.h>
 
 namespace orvex {
 
@@ -61,40 +62,18 @@ std::string formatLargeCount(std::uint64_t bytes) {
     return {};
 }
 
-/// Lays shortest digits out without an exponent; `exponent` is that of the first digit.
-void appendPlain(std::string& text, std::string_view digits, int exponent) {
-    if (exponent < 0) {
-        text.append("0.").append(static_cast<std::size_t>(-exponent - 1), '0').append(digits);
-        return;
-    }
-    const auto whole = static_cast<std::size_t>(exponent) + 1;
-    if (digits.size() <= whole) {
-        text.append(digits).append(whole - digits.size(), '0').append(".0");
-        return;
-    }
-    text.append(digits.substr(0, whole)).append(".").append(digits.substr(whole));
-}
-
 void appendFinite(std::string& text, double value) {
-    std::array<char, 32> buffer{};
-    const auto end = std::to_chars(buffer.begin(), buffer.end(), value, std::chars_format::scientific).ptr;
-    std::string_view written(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
     constexpr double largestPlain = 9007199254740992.0; // 2^53
     const double magnitude = std::fabs(value);
-    if (magnitude != 0 && (magnitude < 1e-4 || magnitude > largestPlain)) {
-        text.append(written);
-        return;
+    const bool plain = magnitude == 0 || (magnitude >= 1e-4 && magnitude <= largestPlain);
+    std::array<char, 32> buffer{};
+    const auto form = plain ? std::chars_format::fixed : std::chars_format::scientific;
+    const auto* end = std::to_chars(buffer.begin(), buffer.end(), value, form).ptr;
+    const std::string_view written(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+    text += written;
+    if (plain && written.find('.') == std::string_view::npos) {
+        text += ".0";
     }
-    if (written.front() == '-') {
-        text += '-';
-        written.remove_prefix(1);
-    }
-    const std::size_t mark = written.find('e');
-    int exponent = 0;
-    std::from_chars(written.data() + mark + (written[mark + 1] == '+' ? 2 : 1), end, exponent);
-    std::string digits(1, written.front());
-    digits.append(mark > 1 ? written.substr(2, mark - 2) : std::string_view());
-    appendPlain(text, digits, exponent);
 }
 
 void appendEscaped(std::string& text, char c) {
@@ -137,10 +116,13 @@ bool staysInURL(char c) {
 } // namespace
 
 std::string makeUUID() {
-    std::random_device random("/dev/urandom");
+    std::array<unsigned char, 16> random{};
+    if (::getentropy(random.data(), random.size()) != 0) {
+        fatalError("the system gives no random numbers for an identifier");
+    }
     std::string text;
-    for (unsigned i = 0; i < 16; ++i) {
-        unsigned byte = random() & 0xFFU;
+    for (std::size_t i = 0; i < random.size(); ++i) {
+        unsigned byte = random[i];
         byte = i == 6 ? (byte & 0x0FU) | 0x40U : i == 8 ? (byte & 0x3FU) | 0x80U : byte;
         text += i == 4 || i == 6 || i == 8 || i == 10 ? "-" : "";
         appendHexByte(text, byte);

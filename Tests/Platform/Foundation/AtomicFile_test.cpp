@@ -2,6 +2,7 @@
 #include "Support/OrdinaryUser.h"
 #include "Support/TempFolder.h"
 
+#include <array>
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -179,6 +180,17 @@ TEST(AtomicFile, ADeviceIsWrittenInPlace) {
     EXPECT_EQ(errorOf("/dev/null", "gone"), 0);
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
     EXPECT_EQ(errorOf("/dev/full", "text"), ENOSPC);
+}
+
+TEST(AtomicFile, APipeIsWrittenThroughTheLinkThatNamesIt) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe(ends.data()), 0);
+    EXPECT_EQ(errorOf("/proc/self/fd/" + std::to_string(ends[1]), "through"), 0);
+    std::array<char, 16> got{};
+    EXPECT_EQ(::read(ends[0], got.data(), got.size()), 7);
+    EXPECT_STREQ(got.data(), "through");
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 TEST(AtomicFile, AFullDiskIsAnErrorThatLeavesNothingBehind) {

@@ -56,18 +56,18 @@ constexpr UTF8Case utf8Cases[] = {
     {"\xC3\xA9", true},
     {"\xF0\x9F\x98\x80", true},
     {"\xF4\x8F\xBF\xBF", true},
-    {"\xC0\x80", false},         // longer than needed
-    {"\xC1\xBF", false},         //
-    {"\xE0\x9F\xBF", false},     //
-    {"\xF0\x8F\xBF\xBF", false}, //
+    {"\xC0\x80", false}, // longer than needed
+    {"\xC1\xBF", false},
+    {"\xE0\x9F\xBF", false},
+    {"\xF0\x8F\xBF\xBF", false},
     {"\xED\xA0\x80", false},     // a surrogate
     {"\xF4\x90\x80\x80", false}, // beyond the last code point
-    {"\xF5\x80\x80\x80", false}, //
-    {"\x80", false},             // nothing to continue
-    {"\xC3", false},             // cut short
-    {"\xE2\x82", false},         //
-    {"\xC3(", false},            //
-    {"\xFF", false},             //
+    {"\xF5\x80\x80\x80", false},
+    {"\x80", false}, // nothing to continue
+    {"\xC3", false}, // cut short
+    {"\xE2\x82", false},
+    {"\xC3(", false},
+    {"\xFF", false},
 };
 
 TEST(UTF8, ValidityFollowsTheStandard) {
@@ -117,7 +117,7 @@ constexpr CountCase counts[] = {
     {"🇩🇪🇫🇷", 2},               // flags
     {"🇩🇪🇫", 2},                // a flag and a half
     {"❤️", 1},             // with a variation selector
-    {"日本語", 3},             //
+    {"日本語", 3},
 };
 
 TEST(CountCharacters, CountsWhatPeopleWouldCount) {
