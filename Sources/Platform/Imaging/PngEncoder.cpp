@@ -159,17 +159,19 @@ std::size_t quickSize(const PackedImage& image, Filter filter, std::int64_t from
     return all && first ? all->size() - std::min(first->size(), all->size()) : 0;
 }
 
-/// Whether parts of the picture alone pass `limit` by so much that no level will bring the whole below it.
-bool hasLost(const PackedImage& image, Filter filter, std::size_t limit) {
+/// Whether parts of the picture alone pass `limit` by so much that no filter and level will bring the whole below it.
+bool hasLost(const PackedImage& image, std::size_t limit) {
     constexpr std::size_t worthTrying = 1 << 20;
     constexpr std::int64_t parts = 8;
-    constexpr std::size_t leeway = 2; // more than the best level ever gains over the fastest
+    constexpr std::size_t leeway = 2; // more than the best filter and level ever gain over these
     if (limit == 0 || image.rows.size() < worthTrying || image.height < parts) {
         return false;
     }
     std::size_t sum = 0;
     for (const std::int64_t part : {3, 5, 1}) { // the middle of a page says more than its margins
-        sum += quickSize(image, filter, image.height * part / parts, image.height * (part + 1) / parts);
+        const std::int64_t from = image.height * part / parts;
+        const std::int64_t to = image.height * (part + 1) / parts;
+        sum += std::min(quickSize(image, Filter::adaptive, from, to), quickSize(image, Filter::none, from, to));
         if (sum > leeway * limit) {
             return true;
         }
@@ -179,11 +181,10 @@ bool hasLost(const PackedImage& image, Filter filter, std::size_t limit) {
 
 /// The rows of the whole picture, filtered and compressed; empty when that passes the limit.
 std::optional<std::vector<std::uint8_t>> compressRows(const PackedImage& image, const PNGOptions& options) {
-    const Filter filter = bestFilter(image);
-    if (hasLost(image, filter, options.limit)) {
+    if (hasLost(image, options.limit)) {
         return std::nullopt;
     }
-    const std::vector<std::uint8_t> filtered = filterRows(image, filter, 0, image.height);
+    const std::vector<std::uint8_t> filtered = filterRows(image, bestFilter(image), 0, image.height);
     const int level = options.level == PNGOptions::automaticLevel ? levelFor(filtered.size()) : options.level;
     constexpr int quickLevel = 7;
     if (options.limit != 0 && level > quickLevel) {
