@@ -133,7 +133,7 @@ def shade(origin, ray):
     return lit * (1 - fog) + dusk * fog
 
 
-def glass(origin, ray, t, picture):
+def glass(origin, ray, t):
     """Glass bends the view behind it and mirrors what is above it."""
     point = origin + ray * t[:, None]
     normal = unit(point - BALL)
@@ -142,7 +142,7 @@ def glass(origin, ray, t, picture):
     ratio = 1 / 1.5
     inside = unit(ratio * ray + (ratio * cosine - np.sqrt(1 - ratio**2 * (1 - cosine**2))) * normal)
     out = point - 2 * (inside * (point - BALL)).sum(-1, keepdims=True) * inside
-    through = unit(inside - 0.35 * unit(out - BALL) * -1)
+    through = unit(inside + 0.35 * unit(out - BALL))
     fresnel = 0.05 + 0.95 * (1 - np.clip(cosine, 0, 1)) ** 4
     spark = np.clip((mirrored * unit(np.array([-4.2, 5.2, -3.2]) - BALL)).sum(-1, keepdims=True), 0, 1) ** 220
     return shade(out + through * 2e-3, through) * 0.9 * (1 - fresnel) + shade(point, mirrored) * fresnel + 1.6 * spark
@@ -153,7 +153,7 @@ def main():
     colour = shade(origin, ray)
     ball = hit_ball(origin, ray)
     first = ball < nearest(origin, ray)[0]
-    colour[first] = glass(origin[first], ray[first], ball[first], colour)
+    colour[first] = glass(origin[first], ray[first], ball[first])
     picture = np.clip(colour * 1.15, 0, 1).reshape(HEIGHT, WIDTH, 3) ** (1 / 2.0)
     Image.fromarray((picture * 255).astype(np.uint8)).save(sys.argv[1])
 
