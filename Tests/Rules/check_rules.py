@@ -39,7 +39,7 @@ LIBRARIES = {
     "xxhash": r"xxhash\.h",
     "fontconfig": r"fontconfig/",
     "fribidi": r"fribidi/",
-    "harfbuzz": r"hb",
+    "harfbuzz": r"hb(-\w+)?\.h",
     "freetype": r"ft2build\.h|freetype/",
 }
 # The tool is a program, not a library: its argument parser may be named anywhere in it.
