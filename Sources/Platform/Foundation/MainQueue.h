@@ -40,7 +40,7 @@ public:
     void stop();
 
     /// Called on the main thread after each queued block (also one that throws) and when runPending() begins: the end
-    /// of an event, for undo grouping. Returns a token; destroying it removes the observer.
+    /// of an event, for undo grouping. It must not throw. Returns a token; destroying it removes the observer.
     [[nodiscard]] std::shared_ptr<void> onEventEnd(std::function<void()> observer);
 
     MainQueue(const MainQueue&) = delete;
