@@ -1,9 +1,7 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Page.h"
-#include "Platform/Foundation/Strings.h"
+#include "OrvexPDF/TextLayerLayout_p.h"
 #include "Platform/Text/Shaping.h"
-
-#include <cmath>
 
 namespace orvex {
 
@@ -11,14 +9,23 @@ namespace {
 
 constexpr std::string_view fileLabel = "Page+DrawContent";
 
-/// An item's rectangle in page units, from the lower left corner of the drawn box; none for one that has no extent or
-/// lies nowhere.
-std::optional<Rect> drawnRect(const Rect& box, const Size& found, const Size& drawn) {
-    const double sx = drawn.width / found.width;
-    const double sy = drawn.height / found.height;
-    const Rect rect{box.x * sx, (found.height - box.y - box.height) * sy, box.width * sx, box.height * sy};
-    const bool usable = std::isfinite(rect.maxX()) && std::isfinite(rect.maxY()) && rect.width > 0 && rect.height > 0;
-    return usable ? std::optional(rect) : std::nullopt;
+/// Text from the rectangle's lower left corner, stretched or squeezed to its width and as high as it is. `extent` is
+/// the text's natural one at that height.
+void drawText(std::string_view text, const std::shared_ptr<const Font>& font, const Rect& rect,
+              const TextExtent& extent, TextMode mode, GraphicsContext& context) {
+    const double k = rect.width / extent.width;
+    context.concatenate(AffineTransform{}.translated(rect.x, rect.y).scaled(k, 1));
+    context.drawText(text, font, rect.height, {0, 0, extent.width, extent.height}, mode);
+}
+
+void drawLayer(const std::vector<PlacedText>& items, const std::shared_ptr<const Font>& font,
+               GraphicsContext& context) {
+    for (const auto& item : items) {
+        const double size = item.rect.height;
+        const TextExtent extent{item.width * size, measureText(item.text, *font, size).height};
+        const ScopedState state(context);
+        drawText(item.text, font, item.rect, extent, TextMode::invisible, context);
+    }
 }
 
 /// What the debug drawing carries from item to item: boxes alternate green and cyan and grow more opaque.
@@ -40,20 +47,19 @@ private:
 
 constexpr Color debugTextColor{1, 0, 0, 0.5};
 
-/// Text stretched or squeezed to the rectangle's width, as high as the rectangle.
-void drawItem(std::string_view text, const Rect& rect, TextMode mode, GraphicsContext& context) {
-    const auto font = Font::require("Helvetica");
-    const bool visible = mode == TextMode::visible;
-    const TextExtent extent = (visible ? measureShownText : measureText)(text, *font, rect.height);
-    if (extent.width <= 0) {
-        return;
+/// The boxes as they were found, and the text in them.
+void drawVisibly(const std::vector<FoundText>& items, std::size_t count, const std::shared_ptr<const Font>& font,
+                 GraphicsContext& context) {
+    DebugBoxes boxes(count);
+    for (const auto& [text, rect] : items) {
+        const ScopedState state(context);
+        boxes.fill(rect, context);
+        const TextExtent extent = measureShownText(text, *font, rect.height);
+        if (extent.width > 0) {
+            context.setFillColor(debugTextColor);
+            drawText(text, font, rect, extent, TextMode::visible, context);
+        }
     }
-    const double k = rect.width / extent.width;
-    if (visible) {
-        context.setFillColor(debugTextColor);
-    }
-    context.concatenate(AffineTransform{}.translated(rect.x, rect.y).scaled(k, 1));
-    context.drawText(text, font, rect.height, {0, 0, extent.width, extent.height}, mode);
 }
 
 } // namespace
@@ -63,25 +69,20 @@ void OrvexPDFPage::drawInvisibleText(PDFDisplayBox box, GraphicsContext& context
     if (!size || !foundPage->items) {
         return;
     }
+    const std::size_t count = foundPage->items->size();
     moduleLogger().log(LogLevel::debug, fileLabel, "drawInvisibleText(box:context:)", [&] {
-        return "Draws " + std::to_string(foundPage->items->size()) +
-               " found items. debug = " + (debug ? "true" : "false");
+        return "Draws " + std::to_string(count) + " found items. debug = " + (debug ? "true" : "false");
     });
     const ScopedState state(context);
-    const Size drawn = bounds(box).size();
-    DebugBoxes boxes(foundPage->items->size());
-    for (const auto& item : *foundPage->items) {
-        const auto rect = item.box ? item.box->cgRect() : std::nullopt;
-        const auto target = item.text && rect ? drawnRect(*rect, *size, drawn) : std::nullopt;
-        const auto text = target ? trimWhitespaceAndNewlines(*item.text) : std::string_view{};
-        if (text.empty()) {
-            continue;
-        }
-        const ScopedState itemState(context);
-        if (debug) {
-            boxes.fill(*target, context);
-        }
-        drawItem(text, *target, debug ? TextMode::visible : TextMode::invisible, context);
+    const auto found = foundTexts(*foundPage->items, *size, bounds(box).size());
+    if (found.empty()) {
+        return;
+    }
+    const auto font = Font::require("Helvetica");
+    if (debug) {
+        drawVisibly(found, count, font, context);
+    } else {
+        drawLayer(placeTexts(found, *font), font, context);
     }
 }
 

@@ -9,17 +9,17 @@ namespace orvex {
 
 namespace {
 
-/// Turns about the middle of `bounds`; a quarter turn is scaled so that a layer made for the box fits it again. By
-/// design every angle but a half turn is scaled so.
-AffineTransform textRotationTransform(const Rect& bounds, std::int64_t degrees) {
+/// Turns about the middle of a box that has its corner at the origin; a quarter turn is scaled so that a layer made for
+/// the box fits it again. By design every angle but a half turn is scaled so.
+AffineTransform textRotationTransform(const Size& box, std::int64_t degrees) {
     const bool halfTurn = degrees == 180 || degrees == -180;
-    const double sx = halfTurn ? 1 : bounds.height / bounds.width;
-    const double sy = halfTurn ? 1 : bounds.width / bounds.height;
+    const double sx = halfTurn ? 1 : box.height / box.width;
+    const double sy = halfTurn ? 1 : box.width / box.height;
     return AffineTransform{}
-        .translated(bounds.midX(), bounds.midY())
+        .translated(box.width / 2, box.height / 2)
         .rotated(static_cast<double>(degrees) * std::numbers::pi / 180)
         .scaled(sx, sy)
-        .translated(-bounds.midX(), -bounds.midY());
+        .translated(-box.width / 2, -box.height / 2);
 }
 
 } // namespace
@@ -35,7 +35,7 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
     }
     const ScopedState overlay(context);
     if (const std::int64_t degrees = textRotation % 360; degrees != 0) {
-        context.concatenate(textRotationTransform(bounds(box), degrees));
+        context.concatenate(textRotationTransform(bounds(box).size(), degrees));
     }
     if (UserDefaults::standard().boolForKey("debug")) {
         debug = true; // by design it stays on when the setting goes off again

@@ -4,6 +4,7 @@
 #include <QtPdf/QPdfSelection>
 
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -12,17 +13,38 @@ void print(const char* kind, int page, const QRectF& box, const QString& text) {
                 box.bottom(), text.toUtf8().constData());
 }
 
+struct Piece {
+    QRectF box;
+    QString text;
+};
+
+/// A character with its box; both halves of a surrogate pair are one, and characters without a box of their own
+/// (combining marks) belong to the one before them.
+void append(std::vector<Piece>& pieces, const QPdfSelection& character) {
+    const QString text = character.text();
+    const QRectF box = character.boundingRectangle();
+    if (box.isEmpty() && !pieces.empty()) {
+        pieces.back().text += text;
+    } else if (!text.trimmed().isEmpty()) {
+        pieces.push_back({box, text});
+    }
+}
+
 void printPage(QPdfDocument& document, int page) {
     const QPdfSelection all = document.getAllText(page);
-    const auto lines = all.text().split('\n');
+    const QString text = all.text();
+    const auto lines = text.split('\n');
     for (QString line : lines) {
         print("line", page, {}, line.remove('\r'));
     }
-    for (int i = all.startIndex(); i < all.endIndex(); ++i) {
-        const QPdfSelection character = document.getSelectionAtIndex(page, i, 1);
-        if (!character.text().trimmed().isEmpty()) {
-            print("piece", page, character.boundingRectangle(), character.text());
-        }
+    std::vector<Piece> pieces;
+    for (int i = 0; i < text.size(); ++i) {
+        const int length = text[i].isHighSurrogate() ? 2 : 1;
+        append(pieces, document.getSelectionAtIndex(page, i, length));
+        i += length - 1;
+    }
+    for (const auto& [box, found] : pieces) {
+        print("piece", page, box, found);
     }
 }
 

@@ -35,7 +35,7 @@ def print_lines(text):
 def poppler_pieces(file):
     word = re.compile(rf'<word xMin="{NUMBER}" yMin="{NUMBER}" xMax="{NUMBER}" yMax="{NUMBER}">(.*)</word>')
     page = 0
-    for line in output_of("pdftotext", "-bbox", file, "-").splitlines():
+    for line in output_of("pdftotext", "-cropbox", "-bbox", file, "-").splitlines():
         page += "<page " in line
         if match := word.search(line):
             record("piece", page, match.groups()[:4], html.unescape(match[5]))
@@ -66,12 +66,12 @@ def mupdf(file):
 
 def ghostscript(file):
     """txtwrite gives whole dots and no height: many dots to the point, and Helvetica's line about the baseline."""
-    base = ("gs", "-q", "-dNOPAUSE", "-dBATCH", "-sDEVICE=txtwrite", "-o", "-")
+    base = ("gs", "-q", "-dNOPAUSE", "-dBATCH", "-sDEVICE=txtwrite", "-dUseCropBox", "-o", "-")
     with tempfile.TemporaryDirectory() as folder:
         output_of(*base[:-1], f"{folder}/%d", "-dTextFormat=3", file)
         pages = sorted(Path(folder).iterdir(), key=lambda path: int(path.name))
         print_lines("\f".join(page.read_text("utf-8", "replace") for page in pages))
-    scale = 10
+    scale = 30
     span = re.compile(rf'<span bbox="[^"]*" font="[^"]*" size="{NUMBER}">')
     char = re.compile(r'<char bbox="(-?\d+) (-?\d+) (-?\d+) (-?\d+)" c="([^"]*)"/>')
     page, size = 0, 0

@@ -5,6 +5,7 @@
 #include "Platform/PDF/FontObjects_p.h"
 #include "Platform/PDF/GlyphlessTrueType_p.h"
 #include "Platform/Text/Bidi.h"
+#include "Platform/Text/Scripts.h"
 
 #include <qpdf/QPDF.hh>
 
@@ -24,6 +25,12 @@ std::u32string decoded(std::string_view utf8) {
     return text;
 }
 
+/// Readers see where a word ends by the blank that follows it, not by gaps alone.
+std::u32string wordBreakAfter(std::u32string_view text) {
+    const bool none = text.empty() || text.back() == U' ' || isWrittenWithoutSpaces(text.back());
+    return none ? U"" : U" ";
+}
+
 } // namespace
 
 int InvisibleFont::codeOf(char32_t character, const Font& measuring) {
@@ -39,8 +46,9 @@ int InvisibleFont::codeOf(char32_t character, const Font& measuring) {
 
 void InvisibleFont::appendLine(std::string& content, std::string_view resourceName, std::string_view utf8,
                                const Font& measuring, double size, double x, double y) {
+    const std::u32string text = decoded(utf8);
     std::string codes;
-    for (const char32_t character : visualOrder(decoded(utf8)) + U' ') {
+    for (const char32_t character : visualOrder(text) + wordBreakAfter(text)) {
         appendHexUnit(codes, static_cast<std::uint32_t>(codeOf(character, measuring)));
     }
     content.append("BT\n/").append(resourceName).append(" ");

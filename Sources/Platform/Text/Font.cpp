@@ -5,6 +5,7 @@
 #include "Platform/Text/Bidi.h"
 #include "Platform/Text/FontFace_p.h"
 #include "Platform/Text/FontFiles_p.h"
+#include "Platform/Text/Scripts.h"
 
 #include <algorithm>
 #include <array>
@@ -38,29 +39,6 @@ bool hasMetricsOfHelvetica(const FaceAdvances& advances, bool bold) {
         constexpr double tolerance = 0.0015;
         return found != advances.end() && std::abs(found->second - (bold ? known.bold : known.regular)) < tolerance;
     });
-}
-
-/// Blocks whose characters are as wide as they are high (East Asian Width W and F, whole blocks).
-constexpr std::array<std::pair<char32_t, char32_t>, 16> wideBlocks = {{{0x1100, 0x115F},
-                                                                       {0x2E80, 0x303E},
-                                                                       {0x3041, 0x33FF},
-                                                                       {0x3400, 0x4DBF},
-                                                                       {0x4E00, 0x9FFF},
-                                                                       {0xA000, 0xA4CF},
-                                                                       {0xA960, 0xA97F},
-                                                                       {0xAC00, 0xD7A3},
-                                                                       {0xF900, 0xFAFF},
-                                                                       {0xFE10, 0xFE19},
-                                                                       {0xFE30, 0xFE6F},
-                                                                       {0xFF01, 0xFF60},
-                                                                       {0xFFE0, 0xFFE6},
-                                                                       {0x16FE0, 0x1B2FF},
-                                                                       {0x1F300, 0x1FAFF},
-                                                                       {0x20000, 0x3FFFD}}};
-
-bool isWide(char32_t codePoint) {
-    return std::ranges::any_of(
-        wideBlocks, [&](const auto& block) { return codePoint >= block.first && codePoint <= block.second; });
 }
 
 } // namespace

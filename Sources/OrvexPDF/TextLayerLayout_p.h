@@ -1,0 +1,31 @@
+// Where the lines of an invisible text layer stand: on their found boxes, but for small changes without which readers
+// would lose words or word breaks.
+#pragma once
+
+#include "OrvexPDF/FoundContent.h"
+#include "Platform/Text/Font.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvex {
+
+/// An item that has text and a whole box.
+struct FoundText {
+    std::string_view text; ///< trimmed; lives as long as the items
+    Rect rect;             ///< points, from the lower left corner of the drawn box
+};
+/// In the order of the items. `found` is the extent that the boxes are given in, `drawn` that of the box drawn to.
+/// Boxes that lie nowhere, or farther away than any page reaches, are left out.
+std::vector<FoundText> foundTexts(const std::vector<OrvexFoundItem>& items, Size found, Size drawn);
+
+struct PlacedText {
+    std::string text; ///< a blank at the end is a word break that readers would miss
+    Rect rect;
+    double width = 0; ///< of the text, in ems
+};
+/// Where the texts stand in the layer; those without width stand nowhere.
+std::vector<PlacedText> placeTexts(const std::vector<FoundText>& found, const Font& font);
+
+} // namespace orvex

@@ -1,0 +1,404 @@
+// The table of what readers make of the invisible text layer. One document, a page per case; every reader reads it
+// once. Where a reader cannot be right the table says what it makes of the text instead.
+#include "OrvexPDF/Document.h"
+#include "OrvexPDF/Page.h"
+#include "Platform/Text/Font.h"
+#include "Support/Command.h"
+#include "Support/PDFFixture.h"
+#include "Support/Readers.h"
+#include "Support/SavedDocument.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace orvex {
+namespace {
+
+using test::ExpectedItem;
+using test::Reader;
+using Lines = std::vector<std::string>;
+
+constexpr double pageWidth = 600;
+constexpr double pageHeight = 800;
+
+struct Case {
+    std::string name;
+    std::vector<ExpectedItem> items;
+    Lines lines; ///< what is to be read
+    /// What a reader reads instead, for a reason that no encoding changes; none where that is beyond description.
+    std::map<Reader, Lines> others;
+    bool overlaps = true; ///< whether boxes are compared; otherwise they only have to be covered
+};
+
+double naturalWidth(const std::string& text, double height) {
+    return Font::require("Helvetica")->lineWidth(text) * height;
+}
+
+/// One item per line, a little narrower than Helvetica.
+Case lineItems(const std::string& name, const Lines& lines, std::map<Reader, Lines> others = {}) {
+    Case result{name, {}, lines, std::move(others)};
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const Rect box{60, 60 + 34 * static_cast<double>(i), naturalWidth(lines[i], 19), 20};
+        result.items.push_back({lines[i], box});
+    }
+    return result;
+}
+
+struct WordLayout {
+    double gap = 6;
+    double height = 20;
+    double stretch = 1;
+};
+
+/// One item per word; lines that start with a Hebrew or Arabic letter run from right to left.
+Case wordItems(const std::string& name, const Lines& lines, WordLayout layout = {},
+               std::map<Reader, Lines> others = {}) {
+    Case result{name, {}, lines, std::move(others)};
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const bool backwards =
+            static_cast<unsigned char>(lines[i][0]) >= 0xD6 && static_cast<unsigned char>(lines[i][0]) <= 0xDB;
+        double x = backwards ? pageWidth - 60 : 60;
+        std::istringstream words(lines[i]);
+        for (std::string word; words >> word;) {
+            const double width = naturalWidth(word, layout.height) * layout.stretch;
+            x -= backwards ? width : 0;
+            result.items.push_back({word, {x, 60 + 34 * static_cast<double>(i), width, layout.height}});
+            x += backwards ? -layout.gap : width + layout.gap;
+        }
+    }
+    return result;
+}
+
+/// One item per character, twenty points wide and high.
+Case characterItems(const std::string& name, const std::vector<std::string>& characters, double gap) {
+    Case result{name, {}, {""}};
+    for (std::size_t i = 0; i < characters.size(); ++i) {
+        result.items.push_back({characters[i], {60 + (20 + gap) * static_cast<double>(i), 60, 20, 20}});
+        result.lines[0] += characters[i];
+    }
+    return result;
+}
+
+Case tiny(Case c) {
+    c.overlaps = false;
+    return c;
+}
+
+Case flatLines(const std::string& name, const Lines& lines, double height) {
+    Case result{name, {}, lines};
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        result.items.push_back({lines[i], {60, 60 + 34 * static_cast<double>(i), 300, height}});
+    }
+    return result;
+}
+
+std::vector<Case> scriptCases() {
+    return {
+        lineItems("LatinWithAccents", {"Žluťoučký kůň příliš", "Ænima œuvre Straße naïve", "The quick brown fox"}),
+        lineItems("Ligatures", {"ﬁnal oﬃce ﬂow"},
+                  {{Reader::mupdf, {"final office flow"}}, {Reader::pdfium, {"final office flow"}}}),
+        lineItems("Cyrillic", {"Съешь же ещё этих мягких", "французских булок, да выпей чаю"}),
+        lineItems("Greek", {"Ξεσκεπάζω την ψυχοφθόρα", "βδελυγμία ᾳ ὥρα"}),
+        lineItems("CJK", {"永和九年歲在癸丑", "暮春之初、会于會稽。", "日本語のテキスト", "日本 Tokyo 東京 123"}),
+        lineItems("Hangul", {"다람쥐 헌 쳇바퀴에 타고파", "한국어"}),
+        lineItems("Devanagari", {"ऋषियों को सताने वाले", "हिन्दी क्षेत्र"}),
+        lineItems("Thai", {"เป็นมนุษย์สุดประเสริฐ", "น้ำใจ ภาษาไทย"}),
+        lineItems("CombiningMarks", {"e\u0301a\u0308o\u0302 n\u0303 test", "x\u0305y\u0336z"}),
+        lineItems("OutsideTheBasicPlane", {"𝒜𝒷𝒸 math", "😀 smile 👍🏽", "𠮷野家 𐍈"}, {{Reader::ghostscript, {}}}),
+    };
+}
+
+std::vector<Case> shapeCases() {
+    const Lines fox = {"The quick brown fox", "jumps over a lazy dog"};
+    return {
+        wordItems("Words", fox),
+        wordItems("CyrillicWords", {"Съешь же ещё этих", "мягких французских"}),
+        wordItems("GreekWords", {"Ξεσκεπάζω την", "ψυχοφθόρα"}),
+        wordItems("HangulWords", {"다람쥐 헌 쳇바퀴에", "타고파"}),
+        wordItems("TouchingWords", fox, {.gap = 0}),
+        wordItems("NearlyTouchingWords", fox, {.gap = 0.3}),
+        wordItems("TouchingStretchedWords", fox, {.gap = 0, .stretch = 1.8}),
+        wordItems("TouchingSqueezedWords", fox, {.gap = 0, .stretch = 0.6}),
+        wordItems("StretchedWords", fox, {.stretch = 1.5}),
+        wordItems("SqueezedWords", fox, {.gap = 3, .stretch = 0.6}),
+        characterItems("Ideographs", {"永", "和", "九", "年", "歲", "在"}, 2),
+        characterItems("IdeographsFarApart", {"永", "和", "九", "年", "歲", "在"}, 3.6),
+        characterItems("TouchingIdeographs", {"永", "和", "九", "年", "歲", "在"}, 0),
+        tiny(flatLines("LinesOnePixelHigh", {"The quick brown fox jumps over", "second line of text here"}, 0.24)),
+        tiny(wordItems("WordsOnePixelHigh", fox, {.height = 0.24, .stretch = 75})),
+        wordItems("SmallWords", fox, {.gap = 0.4, .height = 1.5}),
+    };
+}
+
+std::vector<Case> allCases() {
+    auto cases = scriptCases();
+    for (auto& more : shapeCases()) {
+        cases.push_back(std::move(more));
+    }
+    return cases;
+}
+
+OrvexFoundPage foundPage(const std::vector<ExpectedItem>& items, Size size) {
+    OrvexFoundPage page{OrvexFoundSize(size)};
+    page.items.emplace();
+    for (const auto& item : items) {
+        page.items->emplace_back(item.text, OrvexFoundBox(item.box));
+    }
+    return page;
+}
+
+std::shared_ptr<OrvexPDFPage> whitePage() {
+    auto bitmap = std::make_shared<Bitmap>();
+    bitmap->width = static_cast<std::int64_t>(pageWidth);
+    bitmap->height = static_cast<std::int64_t>(pageHeight);
+    bitmap->colorSpace.model = ColorModel::gray;
+    bitmap->bytesPerRow = static_cast<std::size_t>(bitmap->width);
+    bitmap->samples.assign(static_cast<std::size_t>(bitmap->width * bitmap->height), 255);
+    return OrvexPDFPage::fromImage(Image::fromBitmap(bitmap));
+}
+
+std::shared_ptr<OrvexPDFDocument> documentOf(const std::vector<Case>& cases) {
+    auto document = std::make_shared<OrvexPDFDocument>();
+    for (const auto& c : cases) {
+        const auto page = whitePage();
+        page->foundPage = std::make_shared<const OrvexFoundPage>(foundPage(c.items, Size{pageWidth, pageHeight}));
+        document->insertPage(page, document->pageCount());
+    }
+    return document;
+}
+
+bool covers(const Rect& outer, const Rect& inner) {
+    constexpr double tolerance = 0.3;
+    return outer.x <= inner.x + tolerance && outer.maxX() >= inner.maxX() - tolerance &&
+           outer.y <= inner.y + tolerance && outer.maxY() >= inner.maxY() - tolerance;
+}
+
+void expectBoxes(const Case& c, const std::vector<test::ReadPiece>& pieces) {
+    const auto matches = test::matched(c.items, pieces);
+    ASSERT_TRUE(matches) << "the boxes hold another text";
+    for (const auto& [item, read, text] : *matches) {
+        if (c.overlaps) {
+            EXPECT_GE(test::overlap(item, read), 0.9) << text;
+        } else {
+            EXPECT_TRUE(covers(read, item)) << text;
+        }
+    }
+}
+
+void expectReads(const Case& c, Reader reader, const test::ReadPage& page) {
+    SCOPED_TRACE(c.name);
+    const auto other = c.others.find(reader);
+    if (other != c.others.end()) {
+        EXPECT_EQ(other->second.empty() ? other->second : page.lines, other->second);
+        return;
+    }
+    EXPECT_EQ(page.lines, c.lines);
+    expectBoxes(c, page.pieces);
+}
+
+class TextLayer : public testing::TestWithParam<Reader> {};
+
+TEST_P(TextLayer, IsReadBackExactly) {
+    if (!test::hasReader(GetParam())) {
+        GTEST_SKIP() << test::name(GetParam()) << " is not installed";
+    }
+    const auto cases = allCases();
+    const test::SavedDocument saved(*documentOf(cases));
+    const auto pages = test::read(GetParam(), saved.path());
+    ASSERT_GE(pages.size(), cases.size());
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        expectReads(cases[i], GetParam(), pages[i]);
+    }
+}
+
+/// A page of a file with the layer turned to match the page's rotation: found boxes are those of the page as shown.
+struct LoadedPage {
+    int rotation;
+    Rect media;
+    Rect crop;
+};
+
+const std::vector<LoadedPage> loadedPages = [] {
+    const Rect plain{0, 0, 600, 800};
+    const Rect offset{100, -200, 600, 800};
+    std::vector<LoadedPage> pages;
+    for (const int rotation : {0, 90, 180, 270}) {
+        pages.push_back({rotation, plain, plain});
+        pages.push_back({rotation, offset, offset});
+        pages.push_back({rotation, offset, {140, -180, 550, 750}});
+    }
+    return pages;
+}();
+
+/// A size as it is shown.
+Size turned(const Size& size, int rotation) {
+    return rotation % 180 == 0 ? size : Size{size.height, size.width};
+}
+
+/// Where a rectangle of page space is shown in `view`, a box of the page, from the view's upper left corner.
+Rect shown(const Rect& rect, const Rect& view, int rotation) {
+    switch (rotation) {
+    case 90:
+        return {rect.y - view.y, rect.x - view.x, rect.height, rect.width};
+    case 180:
+        return {view.maxX() - rect.maxX(), rect.y - view.y, rect.width, rect.height};
+    case 270:
+        return {view.maxY() - rect.maxY(), view.maxX() - rect.maxX(), rect.height, rect.width};
+    default:
+        return {rect.x - view.x, view.maxY() - rect.maxY(), rect.width, rect.height};
+    }
+}
+
+/// The rectangle of page space that is shown as `rect`.
+Rect inPageSpace(const Rect& rect, const Rect& view, int rotation) {
+    switch (rotation) {
+    case 90:
+        return {view.x + rect.y, view.y + rect.x, rect.height, rect.width};
+    case 180:
+        return {view.maxX() - rect.maxX(), view.y + rect.y, rect.width, rect.height};
+    case 270:
+        return {view.maxX() - rect.maxY(), view.maxY() - rect.maxX(), rect.height, rect.width};
+    default:
+        return {view.x + rect.x, view.maxY() - rect.maxY(), rect.width, rect.height};
+    }
+}
+
+/// Readers show the crop box. Qt PDF gives PDFium's boxes in page space, upside down by the height of what is shown.
+Rect asReported(const Rect& box, const LoadedPage& page, Reader reader) {
+    const Rect rect = inPageSpace(box, page.media, page.rotation);
+    if (reader == Reader::pdfium) {
+        return {rect.x, turned(page.crop.size(), page.rotation).height - rect.maxY(), rect.width, rect.height};
+    }
+    return shown(rect, page.crop, page.rotation);
+}
+
+std::string boxEntry(const std::string& key, const Rect& box) {
+    std::ostringstream out;
+    out << key << " [" << box.x << ' ' << box.y << ' ' << box.maxX() << ' ' << box.maxY() << "]";
+    return out.str();
+}
+
+std::vector<ExpectedItem> itemsOfLoadedPages() {
+    const double height = 20;
+    std::vector<ExpectedItem> items;
+    double y = 100;
+    for (const std::string line : {"A line of text", "and another one"}) {
+        items.push_back({line, {90, y, naturalWidth(line, height), height}});
+        y += 50;
+    }
+    return items;
+}
+
+std::shared_ptr<OrvexPDFDocument> documentOfLoadedPages() {
+    std::vector<test::FixturePage> pages;
+    for (const auto& page : loadedPages) {
+        pages.push_back({"q 0 0 1 rg 200 300 9 9 re f Q", boxEntry("", page.media),
+                         boxEntry("/CropBox", page.crop) + " /Rotate " + std::to_string(page.rotation)});
+    }
+    auto document = OrvexPDFDocument::fromData(test::pdfFromPages(pages));
+    for (std::size_t i = 0; i < loadedPages.size(); ++i) {
+        const auto page = document->orvexPage(static_cast<std::int64_t>(i));
+        page->textRotation = loadedPages[i].rotation;
+        page->foundPage = std::make_shared<const OrvexFoundPage>(
+            foundPage(itemsOfLoadedPages(), turned(loadedPages[i].media.size(), loadedPages[i].rotation)));
+    }
+    return document;
+}
+
+TEST_P(TextLayer, StandsRightOnTurnedAndOffsetPages) {
+    if (!test::hasReader(GetParam())) {
+        GTEST_SKIP() << test::name(GetParam()) << " is not installed";
+    }
+    const test::SavedDocument saved(*documentOfLoadedPages());
+    const auto pages = test::read(GetParam(), saved.path());
+    ASSERT_GE(pages.size(), loadedPages.size());
+    for (std::size_t i = 0; i < loadedPages.size(); ++i) {
+        const LoadedPage& page = loadedPages[i];
+        Case c{boxEntry("/CropBox", page.crop) + " turned by " + std::to_string(page.rotation),
+               itemsOfLoadedPages(),
+               {"A line of text", "and another one"}};
+        for (auto& item : c.items) {
+            item.box = asReported(item.box, page, GetParam());
+        }
+        expectReads(c, GetParam(), pages[i]);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(InEveryReader, TextLayer,
+                         testing::Values(Reader::poppler, Reader::popplerLayout, Reader::mupdf, Reader::ghostscript,
+                                         Reader::pdfium, Reader::pdfjs),
+                         [](const auto& instance) {
+                             std::string name = test::name(instance.param);
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+/// Every page as pixels, one after the other.
+std::string pixels(const test::SavedDocument& saved, const std::string& command) {
+    const test::TempFolder folder;
+    const std::string out = test::quoted((folder.path() / "page").string());
+    const auto result = test::run(command + " " + out + " " + test::quoted(saved.path()) + " && cat " + out + "*");
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    return result.output;
+}
+
+void expectSamePixels(const OrvexPDFDocument& with, const OrvexPDFDocument& without) {
+    const test::SavedDocument layered(with);
+    const test::SavedDocument plain(without);
+    const std::string poppler = R"(sh -c 'pdftoppm -r 100 "$1" "$0"')";
+    const std::string mupdf = R"(sh -c 'mutool draw -q -r 100 -o "$0-%d.ppm" "$1"')";
+    for (const auto& command : {poppler, mupdf}) {
+        const std::string seen = pixels(layered, command);
+        EXPECT_GT(seen.size(), 100'000U);
+        EXPECT_TRUE(seen == pixels(plain, command)) << command;
+    }
+}
+
+TEST(TextLayerLook, IsTheSameWithAndWithoutIt) {
+    if (!test::hasReader(Reader::poppler) || !test::hasReader(Reader::mupdf)) {
+        GTEST_SKIP() << "poppler or MuPDF is not installed";
+    }
+    auto cases = allCases();
+    const auto with = documentOf(cases);
+    for (auto& c : cases) {
+        c.items.clear();
+    }
+    expectSamePixels(*with, *documentOf(cases));
+    const auto loaded = documentOfLoadedPages();
+    const auto bare = documentOfLoadedPages();
+    for (const auto& page : bare->orvexPages()) {
+        page->foundPage = nullptr;
+    }
+    expectSamePixels(*loaded, *bare);
+}
+
+class PDFAConversion : public testing::TestWithParam<int> {};
+
+TEST_P(PDFAConversion, KeepsTheLayerAndKeepsItInvisible) {
+    if (!test::hasReader(Reader::ghostscript) || !test::hasReader(Reader::poppler)) {
+        GTEST_SKIP() << "Ghostscript or poppler is not installed";
+    }
+    const auto cases = scriptCases();
+    const test::SavedDocument saved(*documentOf(cases));
+    const test::TempFolder folder;
+    const std::string converted = (folder.path() / "converted.pdf").string();
+    const auto result =
+        test::run("gs -q -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -sColorConversionStrategy=RGB"
+                  " -dPDFACompatibilityPolicy=1 -dPDFA=" +
+                  std::to_string(GetParam()) + " -o " + test::quoted(converted) + " " + test::quoted(saved.path()));
+    ASSERT_EQ(result.exitCode, 0) << result.output << result.errors;
+    const auto pages = test::read(Reader::poppler, converted);
+    ASSERT_GE(pages.size(), cases.size());
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        expectReads(cases[i], Reader::poppler, pages[i]);
+    }
+    const auto image = test::run("pdftoppm -r 40 -gray " + test::quoted(converted) + " | tail -c 100000");
+    EXPECT_EQ(std::ranges::count(image.output, '\xFF'), std::ssize(image.output)) << "something shows";
+}
+
+INSTANTIATE_TEST_SUITE_P(ByGhostscript, PDFAConversion, testing::Values(1, 2));
+
+} // namespace
+} // namespace orvex
