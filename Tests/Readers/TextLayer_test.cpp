@@ -380,7 +380,9 @@ TEST_P(PDFAConversion, KeepsTheLayerAndKeepsItInvisible) {
     if (!test::hasReader(Reader::ghostscript) || !test::hasReader(Reader::poppler)) {
         GTEST_SKIP() << "Ghostscript or poppler is not installed";
     }
-    const auto cases = scriptCases();
+    auto cases = scriptCases();
+    std::erase_if(cases,
+                  [](const Case& c) { return c.others.contains(Reader::ghostscript); }); // it writes what it reads
     const test::SavedDocument saved(*documentOf(cases));
     const test::TempFolder folder;
     const std::string converted = (folder.path() / "converted.pdf").string();
