@@ -20,7 +20,7 @@ megabytes() { awk -v n="$1" 'BEGIN { printf "%.2f MB", n / 1e6 }'; }
 echo "\$ orvexpdf make $(basename -a "${scans[@]}" | paste -sd' ') \\"
 echo "      --found ${found[1]##*/} ... --squeeze medium --title ... -o country-binder.pdf"
 started=$(date +%s%N)
-"$tool" make "${scans[@]}" "${found[@]}" --squeeze medium --title "The Country Binder: samples" -o "$pdf"
+"$tool" --quiet make "${scans[@]}" "${found[@]}" --squeeze medium --title "The Country Binder: samples" -o "$pdf"
 milliseconds=$((($(date +%s%N) - started) / 1000000))
 before=$(bytes "${scans[@]}") after=$(bytes "$pdf")
 

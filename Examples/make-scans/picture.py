@@ -23,11 +23,12 @@ def rendered(pdf, page):
         return Image.open(root + ".png").convert("RGB")
 
 
-def boxes(pdf, page):
-    """Boxes of the words that pdftotext reads, as fractions of the page."""
+def boxes(pdf, page, upright):
+    """Boxes of the words that pdftotext reads, as fractions of the page, which is shown upright or wide."""
     text = subprocess.run(["pdftotext", "-bbox", "-f", page, "-l", page, pdf, "-"], check=True, capture_output=True, text=True)
     number = r'"([-0-9.]+)"'
-    width, height = map(float, re.search(rf"<page width={number} height={number}", text.stdout).groups())
+    size = sorted(map(float, re.search(rf"<page width={number} height={number}", text.stdout).groups()))
+    width, height = size if upright else reversed(size)  # poppler turns the boxes with the page, not the size
     words = re.findall(rf"<word xMin={number} yMin={number} xMax={number} yMax={number}", text.stdout)
     return [[float(v) / (width, height)[i % 2] for i, v in enumerate(word)] for word in words]
 
@@ -68,8 +69,8 @@ def main():
     if len(sys.argv) != 5:
         sys.exit(__doc__)
     scan, pdf, page, target = sys.argv[1:]
-    found = boxes(pdf, page)
     before = ImageOps.exif_transpose(Image.open(scan)).convert("RGB")
+    found = boxes(pdf, page, before.height > before.width)
     after = with_boxes(enlarged(rendered(pdf, page), before), found)
     sheet = pasted(upper_part(enlarged(before, before)), upper_part(after), len(found), scan)
     sheet.quantize(COLOURS, Image.FASTOCTREE, dither=Image.NONE).save(target, optimize=True)

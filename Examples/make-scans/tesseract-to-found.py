@@ -6,7 +6,9 @@
     orvexpdf make scan.jpg --found scan.found.json -o scan.pdf
 
 One page of input becomes a found page, several become a found document. Boxes are in pixels of the image that
-was recognised. hOCR tells more than TSV: it also gives the image's resolution and the lines' baselines.
+was recognised. Take hOCR when you can: unlike TSV it tells the image's resolution and the lines' baselines and
+heights. With them all words of a line get boxes of one height along the baseline, so that PDF readers see a line
+where people see one; boxes drawn tightly round each word's ink (--height ink) fall apart when text is copied.
 Exit status: 0 done, 2 wrong usage, 3 input missing or unreadable, 4 input is not tesseract's, 6 output not written.
 """
 import argparse
@@ -29,8 +31,9 @@ class Page:
 
 
 class Line:
-    def __init__(self, box, baseline=None):
-        self.box, self.baseline, self.words = box, baseline, []
+    def __init__(self, box, baseline=None, height=None, descent=None):
+        self.box, self.baseline, self.height, self.descent = box, baseline, height, descent
+        self.words = []
 
 
 class Word:
@@ -130,7 +133,8 @@ def page_of(title):
 
 def line_of(title):
     baseline = numbers_of("baseline", title)
-    return Line(box_of(title), baseline if len(baseline) == 2 else None)
+    height, descent = number_of("x_size", title), number_of("x_descenders", title)
+    return Line(box_of(title), baseline if len(baseline) == 2 else None, height, descent)
 
 
 def read_hocr(text):
@@ -162,17 +166,24 @@ def found_box(box):
 
 
 def baseline_of(line, box):
-    """How far the baseline runs above the lower edge of the box, in pixels, at the middle of the box."""
+    """Where the baseline runs at the middle of the box, in pixels from the top of the page."""
     left, top, _, height = line.box
     slope, offset = line.baseline
-    middle = box[0] + box[2] / 2
-    return box[1] + box[3] - (top + height + offset + slope * (middle - left))
+    return top + height + offset + slope * (box[0] + box[2] / 2 - left)
+
+
+def line_high(line, box):
+    """The box with its line's height, from the descenders to the ascenders, as far as the line's measures are known."""
+    if not (line.baseline and line.height and line.descent is not None):
+        return box
+    top = baseline_of(line, box) + line.descent - line.height
+    return box[0], round(top, 1), box[2], round(line.height, 1)
 
 
 def found_item(line, text, box, confidence):
     item = {"box": found_box(box), "text": text}
     if line.baseline:
-        item["bl"] = tidy(round(baseline_of(line, box), 1))
+        item["bl"] = tidy(round(box[1] + box[3] - baseline_of(line, box), 1))
     if confidence is not None and confidence >= 0:
         item["cf"] = tidy(confidence)
     return item
@@ -182,12 +193,14 @@ def kept(line, least):
     return [w for w in line.words if w.text.strip() and (w.confidence is None or w.confidence >= least)]
 
 
-def words_of(line, least):
-    return [found_item(line, w.text.strip(), w.box, w.confidence) for w in kept(line, least)]
+def words_of(line, options):
+    fitted = line_high if options.height == "line" else lambda _, box: box
+    words = kept(line, options.min_confidence)
+    return [found_item(line, w.text.strip(), fitted(line, w.box), w.confidence) for w in words]
 
 
-def whole_line(line, least):
-    words = kept(line, least)
+def whole_line(line, options):
+    words = kept(line, options.min_confidence)
     if not words:
         return []
     known = [w.confidence for w in words if w.confidence is not None]
@@ -204,7 +217,7 @@ def hull(boxes):
 def found_page(page, options):
     items_of = whole_line if options.items == "lines" else words_of
     found = {"size": {"w": tidy(page.width), "h": tidy(page.height)}}
-    found["items"] = [item for line in page.lines for item in items_of(line, options.min_confidence)]
+    found["items"] = [item for line in page.lines for item in items_of(line, options)]
     dpi = options.dpi or page.dpi
     if dpi:
         found["dpi"] = tidy(dpi)
@@ -255,6 +268,8 @@ def parse(arguments):
     parser.add_argument("-o", "--output", default="-", help="found-content JSON to write (default: standard output)")
     parser.add_argument("--items", choices=["words", "lines"], default="words",
                         help="one item per word (default) or per line")
+    parser.add_argument("--height", choices=["line", "ink"], default="line",
+                        help="boxes of words as high as their line (default, when known) or as the word's own ink")
     parser.add_argument("--min-confidence", type=float, default=-1, metavar="0-100",
                         help="leave out words of which tesseract was less sure (default: keep all)")
     parser.add_argument("--dpi", type=float, help="resolution to note down when the input does not tell it")

@@ -19,7 +19,7 @@ HOCR = """<?xml version="1.0" encoding="UTF-8"?>
 <html><body>
  <div class='ocr_page' id='page_1' title='image "a; bbox 9 9.png"; bbox 0 0 1000 2000; ppageno 0; scan_res 300 300'>
   <div class='ocr_photo' title='bbox 1 2 3 4'></div>
-  <span class='ocr_header' title="bbox 10 20 210 50; baseline 0.02 -6; x_size 30">
+  <span class='ocr_header' title="bbox 10 20 210 50; baseline 0.02 -6; x_size 32; x_descenders 7; x_ascenders 8">
    <span class='ocrx_word' title='bbox 10 22 100 50; x_wconf 96'><strong>R&amp;D</strong></span>
    <span class='ocrx_word' title='bbox 110 20 210 44; x_wconf 40'><em>a&lt;</em>b</span>
   </span>
@@ -68,10 +68,15 @@ class TesseractToFound(unittest.TestCase):
         self.assertEqual(self.found(HEAD + PAGE.format(page=1))["items"], [])
 
     def test_hocr_tells_resolution_and_baselines(self):
-        page = self.found(HOCR)
+        page = self.found(HOCR, "--height", "ink")
         self.assertEqual((page["size"], page["dpi"]), ({"w": 1000, "h": 2000}, 300))
         # The line's baseline runs at 50 - 6 + 0.02 * (middle - 10): 44.9 and 47.
         self.assertEqual([(i["text"], i["bl"], i["cf"]) for i in page["items"]], [("R&D", 5.1, 96), ("a<b", -3, 40)])
+        self.assertEqual([i["box"]["h"] for i in page["items"]], [28, 24])
+
+    def test_words_of_a_line_get_its_height_along_the_baseline(self):
+        self.assertEqual([(i["box"], i["bl"]) for i in self.found(HOCR)["items"]], [
+            ({"x": 10, "y": 19.9, "w": 90, "h": 32}, 7), ({"x": 110, "y": 22, "w": 100, "h": 32}, 7)])
 
     def test_what_is_not_tesseracts_is_refused_by_place(self):
         broken = tsv(1).replace("\t90\t28\t", "\tninety\t28\t")
