@@ -5,6 +5,7 @@
 #include <qpdf/Pipeline.hh>
 #include <qpdf/QPDFWriter.hh>
 
+#include <exception>
 #include <string_view>
 #include <vector>
 
@@ -33,6 +34,14 @@ public:
 
     void finish() override { flush(); }
 
+    /// What the sink threw. The writer calls pipelines from destructors too, where nothing may be thrown: bytes that
+    /// come after a failure are dropped, and the failure waits here.
+    void rethrowFailure() const {
+        if (failure_) {
+            std::rethrow_exception(failure_);
+        }
+    }
+
 private:
     static constexpr std::size_t capacity = 256 * 1024;
 
@@ -53,11 +62,19 @@ private:
     }
 
     void emit(std::span<const std::uint8_t> bytes) {
-        digest_.add(bytes);
-        sink_.write(bytes);
+        if (failure_) {
+            return;
+        }
+        try {
+            digest_.add(bytes);
+            sink_.write(bytes);
+        } catch (...) {
+            failure_ = std::current_exception();
+        }
     }
 
     ByteSink& sink_;
+    std::exception_ptr failure_;
     std::vector<std::uint8_t> buffer_;
     RunningDigest digest_;
 };
@@ -80,6 +97,7 @@ void writeFile(QPDF& pdf, StreamPacking packing, ByteSink& sink) {
     writer.setCompressStreams(packing == StreamPacking::compact || usesObjectStreams(pdf));
     writer.setMinimumPDFVersion("1.5");
     writer.write();
+    pipeline.rethrowFailure();
 }
 
 } // namespace orvex
