@@ -49,6 +49,9 @@ OrvexPDFPagePtr OrvexPDFDocumentManager::pageFromOriginalPage(const OrvexPDFPage
 }
 
 void OrvexPDFDocumentManager::announceGenerated(OrvexPDFPage& page) const {
+    if (delegate.expired()) {
+        return; // workers that generate pages need not wait for the main thread
+    }
     syncOnMain([&] {
         if (const auto host = delegate.lock()) {
             host->didGenerate(page);

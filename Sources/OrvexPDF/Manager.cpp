@@ -49,7 +49,11 @@ public:
 
 } // namespace
 
-OrvexPDFDocumentManager::OrvexPDFDocumentManager() : pdfDoc(std::make_shared<OrvexPDFDocument>()), id(makeUUID()) {}
+OrvexPDFDocumentManager::OrvexPDFDocumentManager() : pdfDoc(std::make_shared<OrvexPDFDocument>()), id(makeUUID()) {
+    // Where no loop is attached, the first to touch the queue is the main thread: whoever makes the first manager,
+    // rather than a worker that happens to be the first to need it.
+    MainQueue::shared();
+}
 
 std::shared_ptr<OrvexPDFDocumentManager> OrvexPDFDocumentManager::create() {
     return std::shared_ptr<OrvexPDFDocumentManager>(new OrvexPDFDocumentManager);

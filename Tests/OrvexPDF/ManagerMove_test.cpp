@@ -1,0 +1,208 @@
+#include "ManagerSupport.h"
+
+#include <limits>
+#include <thread>
+
+namespace orvex::test {
+namespace {
+
+using testing::IsEmpty;
+
+using ManagerMoveDeathTest = testing::Test;
+
+// Moving
+
+TEST(ManagerMove, PutsTheListedPagesInTheirOrderBeforeTheTarget) {
+    struct Case {
+        std::vector<std::int64_t> pages;
+        std::int64_t to;
+        std::string result;
+    };
+    const std::vector<Case> cases = {
+        {{4, 0}, 2, "BEACD"}, {{0}, 5, "BCDEA"},       {{4}, 0, "EABCD"}, {{1, 2}, 2, "ABCDE"},
+        {{2, 1}, 2, "ACBDE"}, {{0, 2, 4}, 3, "BACED"}, {{}, 3, "ABCDE"},
+    };
+    for (const auto& one : cases) {
+        const auto manager = managerOfPages(5);
+        const News news;
+        if (one.pages.empty()) {
+            manager->move(one.pages, one.to);
+            EXPECT_FALSE(manager->undoManager->canUndo());
+        } else {
+            editUndoRedo(*manager, [&] { manager->move(one.pages, one.to); });
+        }
+        EXPECT_EQ(letters(*manager), one.result);
+        EXPECT_EQ(news.content, one.pages.empty() ? 1 : 5);
+    }
+}
+
+TEST(ManagerMove, IsOneStepAndOnePieceOfNewsBothWays) {
+    const auto manager = managerOfPages(5);
+    const auto host = std::make_shared<Host>();
+    manager->delegate = host;
+    const News news;
+    manager->move({4, 0}, 2);
+    EXPECT_EQ(news.content, 1);
+    manager->undoManager->undo();
+    EXPECT_EQ(letters(*manager), "ABCDE");
+    EXPECT_EQ(news.content, 2);
+    EXPECT_FALSE(manager->undoManager->canUndo());
+    manager->undoManager->redo();
+    EXPECT_EQ(letters(*manager), "BEACD");
+    EXPECT_EQ(news.content, 3);
+    EXPECT_EQ(host->news.size(), 3U);
+    EXPECT_EQ(manager->silent, 0);
+}
+
+TEST(ManagerMoveDeathTest, MovingAPageThatDoesNotExistIsFatal) {
+    const auto manager = managerOfPages(3);
+    EXPECT_DEATH(manager->move({0, 9}, 1), "does not exist");
+    EXPECT_DEATH(manager->move({3}, 1), "page record 3");
+    EXPECT_DEATH(manager->move({-1}, 1), "does not exist");
+}
+
+// Turning
+
+TEST(ManagerRotate, CountsQuarterTurnsWithoutReducingThem) {
+    const auto manager = managerOfPages(2);
+    editUndoRedo(*manager, [&] { manager->rotate(1, true); });
+    editUndoRedo(*manager, [&] { manager->rotate(1, true); });
+    EXPECT_EQ(manager->pagesMeta[1].rotation, -180);
+    EXPECT_EQ(manager->page(1)->rotation(), 180);
+    for (int i = 0; i < 5; ++i) {
+        editUndoRedo(*manager, [&] { manager->rotate(0, false); });
+    }
+    EXPECT_EQ(manager->pagesMeta[0].rotation, 450);
+    EXPECT_EQ(manager->page(0)->rotation(), 90);
+}
+
+TEST(ManagerRotate, AddsToTheTurnThatTheFileGaveThePage) {
+    const auto manager = OrvexPDFDocumentManager::create();
+    manager->load(pdfFromPages({{"", "[0 0 100 200]", "/Rotate 270"}}));
+    manager->rotate(0, false);
+    EXPECT_EQ(manager->page(0)->rotation(), 0);
+    EXPECT_EQ(manager->pagesMeta[0].rotation, 90);
+    EXPECT_EQ(manager->pagesMeta[0].originalPageRotation, 270);
+}
+
+TEST(ManagerRotate, OutOfRangeDoesNothing) {
+    const auto manager = managerOfPages(2);
+    const ManagerLog log;
+    manager->rotate(-1, true);
+    manager->rotate(3, true);
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST(ManagerMoveDeathTest, RotatingAtTheCountIsFatal) {
+    const auto manager = managerOfPages(2);
+    EXPECT_DEATH(manager->rotate(2, true), "page record 2");
+}
+
+TEST(ManagerMoveDeathTest, RotatingBeyondTheIntegersIsFatal) {
+    const auto manager = managerOfPages(1);
+    manager->pagesMeta[0].rotation = std::numeric_limits<std::int64_t>::max();
+    EXPECT_DEATH(manager->rotate(0, false), "rotation");
+}
+
+// Many edits at random against a plain list
+
+TEST(ManagerEdits, RandomOnesAreUndoneAndRedoneExactly) {
+    const auto manager = managerOfPages(5);
+    std::uint32_t state = 12345;
+    const auto random = [&state](std::int64_t limit) {
+        state = state * 1664525 + 1013904223;
+        return static_cast<std::int64_t>(state >> 8) % limit;
+    };
+    std::vector<Snapshot> history{Snapshot(*manager)};
+    for (int i = 0; i < 60; ++i) {
+        const auto count = manager->pdfDoc->pageCount();
+        OrvexPDFPageMeta meta;
+        switch (count == 0 ? 0 : random(5)) {
+        case 0:
+            manager->insert(pageOfWidth(101 + static_cast<double>(random(26))), random(count + 1), {});
+            break;
+        case 1:
+            manager->remove(random(count));
+            break;
+        case 2:
+            meta.originalPage = pageOfWidth(101 + static_cast<double>(random(26)));
+            manager->replace(random(count), meta.originalPage, meta, false);
+            break;
+        case 3:
+            manager->rotate(random(count), random(2) == 0);
+            break;
+        default:
+            manager->move({random(count)}, random(count + 1));
+            break;
+        }
+        expectOneRecordPerPage(*manager);
+        history.emplace_back(*manager);
+    }
+    for (auto step = history.rbegin() + 1; step != history.rend(); ++step) {
+        manager->undoManager->undo();
+        expectOneRecordPerPage(*manager);
+        ASSERT_TRUE(Snapshot(*manager) == *step);
+    }
+    EXPECT_FALSE(manager->undoManager->canUndo());
+    for (auto step = history.begin() + 1; step != history.end(); ++step) {
+        manager->undoManager->redo();
+        ASSERT_TRUE(Snapshot(*manager) == *step);
+    }
+    EXPECT_EQ(manager->silent, 0);
+}
+
+// Threads
+
+/// Runs `work` on a thread of its own while this one pumps the main queue.
+void pumpWhile(const std::function<void()>& work) {
+    MainQueue::shared().attach();
+    std::thread background([&] {
+        work();
+        MainQueue::shared().async([] { MainQueue::shared().stop(); });
+    });
+    MainQueue::shared().run();
+    background.join();
+    MainQueue::shared().detach();
+}
+
+TEST(ManagerThreads, EditsFromAnotherThreadHappenOnTheMainThread) {
+    const auto manager = managerOfPages(3);
+    struct MainThreadHost final : OrvexPDFDocumentManagerDelegate {
+        void documentDidChange() override { onMain = onMain && MainQueue::shared().isMainThread(), ++changes; }
+        void didGenerate(OrvexPDFPage& /*page*/) override { onMain = onMain && MainQueue::shared().isMainThread(); }
+        bool onMain = true;
+        int changes = 0;
+    };
+    const auto host = std::make_shared<MainThreadHost>();
+    manager->delegate = host;
+    pumpWhile([&] {
+        manager->append(pageOfWidth(104));
+        manager->append(grayImage(105, 20), {});
+        manager->remove(0);
+        manager->replace(0, pageOfWidth(126), {}, true);
+        manager->move({0}, 4);
+        manager->rotate(1, true);
+        manager->updateDocumentBytes();
+        manager->wait();
+    });
+    EXPECT_EQ(letters(*manager), "CDEZ");
+    expectOneRecordPerPage(*manager);
+    EXPECT_TRUE(host->onMain);
+    EXPECT_EQ(host->changes, 6);
+    EXPECT_FALSE(manager->needsUpdateDocumentBytes);
+}
+
+TEST(ManagerThreads, WaitReturnsAfterWhatWasQueuedBefore) {
+    const auto manager = managerOfPages(1);
+    bool ran = false;
+    bool seen = false;
+    pumpWhile([&] {
+        MainQueue::shared().async([&] { ran = true; });
+        manager->wait();
+        seen = ran;
+    });
+    EXPECT_TRUE(seen);
+}
+
+} // namespace
+} // namespace orvex::test
