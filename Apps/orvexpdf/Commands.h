@@ -1,0 +1,18 @@
+// The subcommands: each adds itself to the command line and says how it runs.
+#pragma once
+
+#include <CLI/App.hpp>
+
+#include <functional>
+
+namespace orvex::tool {
+
+struct Command {
+    CLI::App* app = nullptr;   ///< what was parsed tells whether it was asked for
+    std::function<void()> run; ///< throws Failure
+};
+
+[[nodiscard]] Command addMake(CLI::App& tool);
+[[nodiscard]] Command addInfo(CLI::App& tool);
+
+} // namespace orvex::tool

@@ -1,0 +1,25 @@
+// Ctrl-C and its kin: the command stops at the next safe point, so that nothing half-made is left behind.
+#pragma once
+
+#include <exception>
+
+namespace orvex::tool {
+
+/// Thrown where an interrupt was noticed.
+class Interrupted : public std::exception {
+public:
+    explicit Interrupted(int signal) : signal_(signal) {}
+    [[nodiscard]] int signal() const { return signal_; }
+    [[nodiscard]] const char* what() const noexcept override { return "interrupted"; }
+
+private:
+    int signal_;
+};
+
+/// Takes note of interrupts from now on. Closed pipes and size limits become ordinary write errors.
+void watchInterrupts();
+void throwIfInterrupted();
+/// Ends the process as the signal would have ended it.
+[[noreturn]] void dieOf(const Interrupted& interrupt);
+
+} // namespace orvex::tool

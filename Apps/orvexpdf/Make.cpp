@@ -1,0 +1,191 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "MakePages.h"
+#include "Messages.h"
+#include "OrvexPDF/Manager.h"
+#include "Output.h"
+#include "Platform/Foundation/Strings.h"
+#include "Progress.h"
+#include "Workers.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace orvex::tool {
+
+namespace {
+
+struct MakeOptions {
+    std::vector<std::string> images;
+    std::string output;
+    std::vector<std::string> found;
+    std::string squeeze;
+    std::int64_t rotate = 0;
+    std::optional<std::string> watermark;
+    std::optional<std::string> title;
+    std::optional<std::string> author;
+    std::optional<double> dpi;
+};
+
+constexpr auto examples = R"(Examples:
+  orvexpdf make scan1.jpg scan2.jpg -o scans.pdf
+      One page per image, in this order. JPEGs go in byte for byte.
+  orvexpdf make letter.tiff --squeeze medium -o letter.pdf
+      Every page of the TIFF, brought down to 144 dpi.
+  orvexpdf make p1.jpg p2.jpg --found p1.json --found p2.json -o book.pdf
+      Pages that can be searched: recognised text as an invisible layer.
+  scanimage --format=png | orvexpdf make - -o - | lpr
+      From standard input to standard output.)";
+
+void checkOptions(const MakeOptions& options) {
+    constexpr std::int64_t quarterTurn = 90;
+    if (options.rotate % quarterTurn != 0) {
+        throw Failure(ExitCode::usage, "--rotate: " + std::to_string(options.rotate) + " is no multiple of 90 degrees");
+    }
+    if (std::count(options.images.begin(), options.images.end(), "-") +
+            std::count(options.found.begin(), options.found.end(), "-") >
+        1) {
+        throw Failure(ExitCode::usage, "standard input (-) can be read only once");
+    }
+    auto inputs = options.images;
+    inputs.insert(inputs.end(), options.found.begin(), options.found.end());
+    inputs.push_back(options.squeeze);
+    checkOutput(options.output, inputs);
+}
+
+/// Text cannot be laid out without the widths of a font; better said before any work is done.
+void requireFonts() {
+    if (!Font::named("Helvetica") || !Font::named("Helvetica Bold")) {
+        throw Failure(ExitCode::other, "no font with the metrics of Helvetica is installed, which text needs "
+                                       "(on Debian: fonts-urw-base35)");
+    }
+}
+
+/// Gives up the image itself once its page is made: with many scans it is the memory that matters.
+OrvexPDFPagePtr generate(OrvexPDFDocumentManager& manager, SourceImage& source, OrvexPDFPageMeta& record) {
+    throwIfInterrupted();
+    auto page = manager.generatePage(record);
+    const auto* content = page ? std::get_if<ImagePageContent>(&page->content()) : nullptr;
+    if (content == nullptr) {
+        throw Failure(ExitCode::inputUnusable, source.name + ": no page can be made from it");
+    }
+    if (record.squeeze && content->image == record.originalImage) {
+        // Nothing was encoded, so nothing could be decoded; decoding once more says why.
+        try {
+            (void)content->image->bestRepresentation()->bitmap();
+        } catch (const ImageError& error) {
+            throw Failure(ExitCode::inputUnusable, source.name + ": " + error.what());
+        }
+    }
+    source.image.reset();
+    record.originalImage.reset();
+    return page;
+}
+
+std::vector<OrvexPDFPagePtr> generateAll(OrvexPDFDocumentManager& manager, std::vector<SourceImage>& sources,
+                                         std::vector<OrvexPDFPageMeta>& records) {
+    std::vector<OrvexPDFPagePtr> pages(sources.size());
+    Progress progress("Making pages", sources.size());
+    forEachInParallel(sources.size(), [&](std::size_t i) {
+        pages[i] = generate(manager, sources[i], records[i]);
+        progress.advance();
+    });
+    return pages;
+}
+
+void addPages(OrvexPDFDocumentManager& manager, const MakeOptions& options) {
+    const auto squeeze = readPreset(options.squeeze);
+    auto sources = readImages(options.images, options.dpi);
+    const auto found = readFoundPages(options.found, sources.size());
+    if (!found.empty() || options.watermark) {
+        requireFonts();
+    }
+    std::vector<OrvexPDFPageMeta> records;
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const auto text = i < found.size() ? found[i] : nullptr;
+        records.push_back(recordFor(sources[i].image, text, squeeze, options.rotate));
+        records.back().watermarkText = options.watermark;
+    }
+    const auto pages = generateAll(manager, sources, records);
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+        manager.insert(pages[i], -1, records[i]);
+    }
+}
+
+std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path) {
+    class Counter final : public ByteSink {
+    public:
+        explicit Counter(ByteSink& target) : target_(target) {}
+        void write(std::span<const std::uint8_t> bytes) override {
+            count += static_cast<std::int64_t>(bytes.size());
+            target_.write(bytes);
+        }
+        std::int64_t count = 0;
+
+    private:
+        ByteSink& target_;
+    };
+    std::int64_t size = 0;
+    writeOutput(path, [&](ByteSink& sink) {
+        Counter counter(sink);
+        manager.write(counter);
+        size = counter.count;
+    });
+    return size;
+}
+
+void make(const MakeOptions& options) {
+    checkOptions(options);
+    const auto manager = OrvexPDFDocumentManager::create();
+    manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
+    addPages(*manager, options);
+    if (options.title) {
+        manager->pdfDoc->setTitle(*options.title);
+    }
+    if (options.author) {
+        manager->pdfDoc->setAuthor(*options.author);
+    }
+    const auto count = manager->pdfDoc->pageCount();
+    const auto size = save(*manager, options.output);
+    report("wrote " + (options.output == "-" ? "standard output" : options.output) + ": " + std::to_string(count) +
+           (count == 1 ? " page, " : " pages, ") + formatByteCount(size));
+}
+
+} // namespace
+
+Command addMake(CLI::App& tool) {
+    auto options = std::make_shared<MakeOptions>();
+    auto* app = tool.add_subcommand("make", "Make one PDF from images and recognised text");
+    app->add_option("IMAGE", options->images,
+                    "JPEG, PNG or TIFF files, a page each (a TIFF: each of its\npages); - for standard input")
+        ->required()
+        ->type_name("");
+    app->add_option("-o,--output", options->output, "The PDF to write; - for standard output")
+        ->required()
+        ->type_name("OUT.pdf");
+    app->add_option("--found", options->found,
+                    "Recognised text as JSON: a found document, whose pages go\n"
+                    "to the pages in order, or a found page, once per page")
+        ->type_name("FILE.json")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->add_option("--squeeze", options->squeeze,
+                    "Reduce and compress: strong (72 dpi), medium (144 dpi),\n"
+                    "low (300 dpi), or a preset's JSON file")
+        ->type_name("PRESET");
+    app->add_option("--rotate", options->rotate,
+                    "Turn all pages clockwise, by a multiple of 90, on top of\nwhat the images say themselves")
+        ->type_name("DEGREES");
+    app->add_option("--watermark", options->watermark, "A banner near the bottom of every page")->type_name("TEXT");
+    app->add_option("--title", options->title, "The document's title")->type_name("TEXT");
+    app->add_option("--author", options->author, "The document's author")->type_name("TEXT");
+    app->add_option("--dpi", options->dpi, "The images' resolution, whatever their files say")
+        ->type_name("N")
+        ->check(CLI::Range(1.0, 100000.0));
+    app->footer(examples);
+    return {app, [options] { make(*options); }};
+}
+
+} // namespace orvex::tool

@@ -1,0 +1,64 @@
+#include "MakePages.h"
+
+#include "Failure.h"
+#include "Input.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvex::tool {
+
+namespace {
+
+constexpr std::int64_t halfTurn = 180;
+
+/// Whether the boxes were found on the page as its orientation shows it, not on the pixels as they are stored. After a
+/// quarter turn the shape tells; otherwise nothing does, and recognisers mostly work on what is shown.
+bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation) {
+    const auto size = found.size ? found.size->cgSize() : std::nullopt;
+    if (!size || orientation % halfTurn == 0) {
+        return true;
+    }
+    const double shape = std::log(size->width / size->height);
+    const double storedShape = std::log(stored.width / stored.height);
+    return std::abs(shape + storedShape) <= std::abs(shape - storedShape);
+}
+
+OrvexPDFSqueezeModePtr presetFromFile(const std::string& path) {
+    std::string why;
+    auto preset = OrvexPDFSqueezeMode::from(readInput(path), &why);
+    if (!preset) {
+        throw Failure(ExitCode::inputUnusable, displayName(path) + ": not a squeeze preset: " + why);
+    }
+    if (preset->dpi < 1 || preset->quality < 0 || preset->quality > 100) {
+        throw Failure(ExitCode::inputUnusable,
+                      displayName(path) + ": not a usable preset: dpi must be at least 1 and quality 0 to 100");
+    }
+    return preset;
+}
+
+} // namespace
+
+OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath) {
+    if (nameOrPath.empty()) {
+        return nullptr;
+    }
+    const auto preset = getSqueezeMode(nameOrPath);
+    return preset ? preset : presetFromFile(nameOrPath);
+}
+
+OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFoundPage> found,
+                           const OrvexPDFSqueezeModePtr& squeeze, std::int64_t turn) {
+    OrvexPDFPageMeta record;
+    record.originalImage = image;
+    record.squeeze = squeeze;
+    record.rotation = image->orientationDegrees();
+    if (!found || isFoundAsShown(*found, image->size(), record.rotation)) {
+        record.setTextRotationTop(); // for a watermark, too
+    }
+    record.foundPage = std::move(found);
+    record.rotation += turn % (2 * halfTurn);
+    return record;
+}
+
+} // namespace orvex::tool

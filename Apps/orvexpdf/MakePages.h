@@ -1,0 +1,37 @@
+// From what the user gave to make (images, recognised text, settings) to the records that pages are generated from.
+#pragma once
+
+#include "OrvexPDF/PageMeta.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvex::tool {
+
+/// An image that becomes a page, and where it came from.
+struct SourceImage {
+    std::string name; ///< for messages: the file, and the page where a file holds several
+    ImagePtr image;
+};
+
+/// All pages of all images, in order. `dpi` replaces the resolution that the files state. Throws Failure for files that
+/// cannot be read or are no complete images.
+[[nodiscard]] std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::optional<double> dpi);
+
+using FoundPages = std::vector<std::shared_ptr<const OrvexFoundPage>>;
+
+/// The found pages of all files, in order; a file holds a found document or one found page. Throws Failure, also when
+/// there are more than `limit`.
+[[nodiscard]] FoundPages readFoundPages(const std::vector<std::string>& paths, std::size_t limit);
+
+/// A preset by its name (strong, medium, low) or from a JSON file; null for an empty text. Throws Failure.
+[[nodiscard]] OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath);
+
+/// How the image, its text (may be null) and the settings make a page. The orientation that the image's file states
+/// turns the page; `turn` (degrees, clockwise) turns page and text layer on top of that.
+[[nodiscard]] OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFoundPage> found,
+                                         const OrvexPDFSqueezeModePtr& squeeze, std::int64_t turn);
+
+} // namespace orvex::tool

@@ -1,0 +1,76 @@
+#include "MakePages.h"
+
+#include "Failure.h"
+#include "Input.h"
+#include "Messages.h"
+#include "Platform/Foundation/Strings.h"
+#include "Platform/Imaging/Codecs.h"
+
+#include <cmath>
+
+namespace orvex::tool {
+
+namespace {
+
+/// Larger pages are beyond what PDF readers promise to show.
+constexpr double largestPage = 14400;
+
+[[noreturn]] void fail(const std::string& path, const std::string& reason) {
+    throw Failure(ExitCode::inputUnusable, displayName(path) + ": " + reason);
+}
+
+std::vector<ImagePtr> pagesOf(const std::string& path) {
+    const Bytes data = readInput(path);
+    if (data.empty()) {
+        fail(path, "the file is empty");
+    }
+    try {
+        auto pages = Image::pagesFromData(data);
+        for (const auto& page : pages) {
+            verifyEncoded(data, page->representations().front()->info());
+        }
+        return pages;
+    } catch (const ImageError& error) {
+        fail(path, error.what());
+    }
+}
+
+void setResolution(Image& image, double dpi) {
+    constexpr double pointsPerInch = 72;
+    for (const auto& rep : image.representations()) {
+        rep->setSize({static_cast<double>(rep->pixelsWide()) * (pointsPerInch / dpi),
+                      static_cast<double>(rep->pixelsHigh()) * (pointsPerInch / dpi)});
+    }
+    image.setSize(image.representations().front()->size());
+}
+
+void checkSize(const SourceImage& source) {
+    if (!PDFPage::canHold(source.image)) {
+        throw Failure(ExitCode::inputUnusable, source.name + ": an image without a size cannot be a page");
+    }
+    const Size size = source.image->size();
+    if (std::max(size.width, size.height) > largestPage) {
+        warn(source.name + ": at the " + describe(std::round(source.image->dpi())) +
+             " dpi that it states the page is larger than PDF readers can show; --dpi sets another resolution");
+    }
+}
+
+} // namespace
+
+std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::optional<double> dpi) {
+    std::vector<SourceImage> sources;
+    for (const auto& path : paths) {
+        const auto pages = pagesOf(path);
+        for (std::size_t i = 0; i < pages.size(); ++i) {
+            const auto page = pages.size() > 1 ? " (page " + std::to_string(i + 1) + ")" : "";
+            sources.push_back({displayName(path) + page, pages[i]});
+            if (dpi) {
+                setResolution(*pages[i], *dpi);
+            }
+            checkSize(sources.back());
+        }
+    }
+    return sources;
+}
+
+} // namespace orvex::tool

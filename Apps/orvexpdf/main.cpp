@@ -1,0 +1,122 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Messages.h"
+#include "Output.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <sstream>
+
+namespace orvex::tool {
+
+namespace {
+
+constexpr auto footer = R"(Results go to standard output and nothing else does; messages go to standard error.
+Files are written beside their target and moved over it when they are complete;
+inputs are never changed.
+
+Exit codes:
+  0  done
+  1  something else went wrong
+  2  wrong usage
+  3  an input is missing or cannot be read
+  4  an input is not usable: not a PDF, not an image, bad JSON
+  5  a password is needed
+  6  the output cannot be written
+
+'orvexpdf COMMAND --help' tells more, with examples.)";
+
+constexpr std::array levels = {LogLevel::trace,   LogLevel::debug, LogLevel::info,     LogLevel::notice,
+                               LogLevel::warning, LogLevel::error, LogLevel::critical, LogLevel::off};
+
+struct GeneralOptions {
+    std::string logLevel;
+    bool quiet = false;
+};
+
+void addGeneralOptions(CLI::App& tool, GeneralOptions& options) {
+    std::vector<std::string> names;
+    std::transform(levels.begin(), levels.end(), std::back_inserter(names),
+                   [](LogLevel level) { return std::string(name(level)); });
+    tool.add_option("--log-level", options.logLevel,
+                    "Least important messages to show: trace, debug, info, notice,\n"
+                    "warning (unless told otherwise), error, critical or off")
+        ->type_name("LEVEL")
+        ->check(CLI::IsMember(names));
+    tool.add_flag("-q,--quiet", options.quiet, "No messages but the reason of a failure");
+    tool.set_version_flag("--version", "orvexpdf " ORVEX_VERSION);
+}
+
+void applyGeneralOptions(const GeneralOptions& options) {
+    const auto* chosen =
+        std::find_if(levels.begin(), levels.end(), [&](LogLevel level) { return name(level) == options.logLevel; });
+    const auto fallback = options.quiet ? LogLevel::error : LogLevel::warning;
+    configureMessages(chosen == levels.end() ? fallback : *chosen, options.quiet);
+}
+
+/// True when there is a command to run; help and the version are printed here.
+bool parse(CLI::App& tool, int argc, char** argv) {
+    try {
+        tool.parse(argc, argv);
+        return true;
+    } catch (const CLI::Success& wanted) {
+        std::ostringstream text;
+        tool.exit(wanted, text, text);
+        printResult(text.str());
+        return false;
+    } catch (const CLI::ParseError& error) {
+        const bool misnamed = tool.get_subcommands().empty() && argc > 1 && *argv[1] != '-';
+        const std::string reason = misnamed ? std::string(argv[1]) + ": no such command" : error.what();
+        throw Failure(ExitCode::usage, oneLine(reason) + " (see orvexpdf --help)");
+    }
+}
+
+void runTool(int argc, char** argv) {
+    CLI::App tool("Makes small, searchable PDFs from scans and recognised text, and looks into PDFs.", "orvexpdf");
+    GeneralOptions general;
+    addGeneralOptions(tool, general);
+    tool.fallthrough(); // general options may stand behind the command, too
+    tool.require_subcommand(1);
+    const std::array commands = {addMake(tool), addInfo(tool)};
+    tool.footer(footer);
+    if (!parse(tool, argc, argv)) {
+        return;
+    }
+    applyGeneralOptions(general);
+    for (const auto& command : commands) {
+        if (command.app->parsed()) {
+            command.run();
+        }
+    }
+}
+
+ExitCode guarded(int argc, char** argv) {
+    try {
+        runTool(argc, argv);
+        return ExitCode::done;
+    } catch (const Failure& failure) {
+        reportError(failure.what());
+        return failure.code();
+    } catch (const Interrupted& interrupt) {
+        dieOf(interrupt);
+    } catch (const std::bad_alloc&) {
+        reportError("out of memory");
+    } catch (const std::exception& error) {
+        reportError(error.what());
+    }
+    return ExitCode::other;
+}
+
+} // namespace
+
+} // namespace orvex::tool
+
+int main(int argc, char** argv) {
+    orvex::tool::reserveStandardOutput();
+    orvex::tool::watchInterrupts();
+    return static_cast<int>(orvex::tool::guarded(argc, argv));
+}
