@@ -182,4 +182,15 @@ OrvexImageMeta optimizeImage(const ImagePtr& image, const OrvexPDFSqueezeModePtr
     return result;
 }
 
+std::optional<OrvexImageMeta> optimizeImage(OrvexPDFPage& page, const OrvexPDFSqueezeModePtr& squeeze) {
+    try {
+        const ImagePtr image = page.image(squeeze->dpi);
+        return optimizeImage(image, squeeze, image->size());
+    } catch (const OrvexPDFPageError& error) {
+        moduleLogger().log(LogLevel::warning, file, "optimizeImage(page:squeeze:)",
+                           [&] { return std::string("Error ") + error.what(); });
+        return std::nullopt;
+    }
+}
+
 } // namespace orvex

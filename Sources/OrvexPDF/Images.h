@@ -1,6 +1,7 @@
 // The optimiser: an image brought down to a preset's resolution and to the smaller of two encodings.
 #pragma once
 
+#include "OrvexPDF/PageMeta.h"
 #include "OrvexPDF/SqueezeMode.h"
 #include "Platform/Imaging/Image.h"
 
@@ -28,6 +29,22 @@ struct OrvexImageMeta {
 /// Reduced to the preset when finer, then the smaller of PNG and JPEG (PNG on a tie). No preset: the very input.
 /// `size` is accepted and not used.
 [[nodiscard]] OrvexImageMeta optimizeImage(const ImagePtr& image, const OrvexPDFSqueezeModePtr& squeeze, Size size);
+
+/// The page's bare content at the preset's resolution, optimised. Empty, with a warning, when it cannot be rendered.
+[[nodiscard]] std::optional<OrvexImageMeta> optimizeImage(OrvexPDFPage& page, const OrvexPDFSqueezeModePtr& squeeze);
+
+// Images+OCR.cpp: what text recognition works on
+/// The page as shown, at least 1024 points on its longer side, as if at 300 dpi.
+[[nodiscard]] ImagePtr orvexOCRImage(OrvexPDFPage& page);
+/// The record's original image, turned by its rotation, or else its original page; null, with a warning, without
+/// either. While a page is rendered its rotation is changed: nothing else may use it meanwhile.
+[[nodiscard]] ImagePtr orvexOCRImage(const OrvexPDFPageMeta& meta);
+/// A new image with the first representation. By design `size` is not looked at. Without one: the very image.
+[[nodiscard]] ImagePtr imageOfSize(const ImagePtr& image, Size size);
+/// The size in pixels at `to` dpi of what has `size` pixels at `from` dpi; not finite when `from` is 0.
+[[nodiscard]] Size convertDPI(const Size& size, std::int64_t from, std::int64_t to);
+/// The square on the longer side.
+[[nodiscard]] Size sizeWithBoxOfMaxEdge(const Size& size);
 
 /// The platform image's encoders; empty when the image has no representation or cannot be decoded.
 [[nodiscard]] std::optional<Bytes> orvexDataForPNG(const Image& image);

@@ -21,6 +21,19 @@ enum class OrvexPDFPageErrorCode {
     cannotCopyData
 };
 
+/// What a rendering fails with; `what()` is the code's name.
+class OrvexPDFPageError : public std::runtime_error {
+public:
+    explicit OrvexPDFPageError(OrvexPDFPageErrorCode code);
+    [[nodiscard]] OrvexPDFPageErrorCode code() const { return code_; }
+
+private:
+    OrvexPDFPageErrorCode code_;
+};
+
+/// Pixels per point of the screen that thumbnails are for: the host's to set, 1 until then. Threads: any.
+void setMainScreenBackingScale(double scale);
+
 /// Settings change only while nothing draws the page.
 class OrvexPDFPage : public PDFPage, public std::enable_shared_from_this<OrvexPDFPage> {
 public:
@@ -42,6 +55,20 @@ public:
     [[nodiscard]] std::shared_ptr<OrvexPDFDocument> createDocumentFromPage();
     /// An independent copy with the settings, without the id.
     [[nodiscard]] std::shared_ptr<OrvexPDFPage> clone() const;
+
+    // Page+Render.cpp
+    /// The media box as shown at `dpi` dots per inch: bare content, no annotations, text layer or watermark. One
+    /// representation, as large in points as the page. Throws OrvexPDFPageError.
+    [[nodiscard]] ImagePtr image(std::int64_t dpi);
+    /// The same in a bitmap of so many pixels, fractions cut off. A size that is no number of pixels is fatal.
+    [[nodiscard]] ImageRepPtr renderBitmap(double width, double height);
+    /// What people see at `dpi`: with annotations, watermark and, in debug, the text layer. Throws OrvexPDFPageError.
+    [[nodiscard]] ImagePtr render(std::int64_t dpi);
+    /// What people see, fitted into `size` points with its proportions kept; pixels by the screen's backing scale.
+    /// Null when the page cannot be rendered.
+    [[nodiscard]] ImagePtr thumbnail(Size size);
+    /// thumbnail() as an image of one point per pixel; oddities in its resolution are logged as warnings.
+    [[nodiscard]] ImagePtr thumbnail72DPI(Size size);
 
     /// Page+DrawContent.cpp: the invisible text layer; with `debug` on, text and boxes in colour.
     void drawInvisibleText(PDFDisplayBox box, GraphicsContext& context) const;

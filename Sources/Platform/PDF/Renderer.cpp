@@ -11,10 +11,6 @@ namespace {
 constexpr std::int64_t byteLimit = std::int64_t{1} << 30;
 constexpr std::int64_t bytesPerPixel = 4;
 
-bool isRepresentable(const RenderRequest& request) {
-    return request.width >= 1 && request.height >= 1 && request.width <= byteLimit / bytesPerPixel / request.height;
-}
-
 /// Whether drawing the page marks anything beyond its content.
 bool drawsMarks(PDFPage& page) {
     InvisibleFont invisible;
@@ -51,8 +47,12 @@ PDFPagePtr barePage(const PDFPage& page) {
 
 } // namespace
 
+bool isRenderable(std::int64_t width, std::int64_t height) {
+    return width >= 1 && height >= 1 && width <= byteLimit / bytesPerPixel / height;
+}
+
 std::optional<Bitmap> render(PDFPage& page, const RenderRequest& request) {
-    if (!isRepresentable(request)) {
+    if (!isRenderable(request.width, request.height)) {
         return std::nullopt;
     }
     const PageRaster raster{request.width, request.height, request.complete, request.smooth};

@@ -1,0 +1,73 @@
+#include "OrvexPDF/Alias.h"
+#include "OrvexPDF/Images.h"
+#include "Platform/Foundation/Strings.h"
+
+#include <algorithm>
+
+namespace orvex {
+
+namespace {
+
+constexpr std::string_view file = "Images";
+
+template <class Message> void log(LogLevel level, std::string_view function, Message&& message) {
+    moduleLogger().log(level, file, function, std::forward<Message>(message));
+}
+
+} // namespace
+
+ImagePtr orvexOCRImage(OrvexPDFPage& page) {
+    constexpr double leastEdge = 1024;
+    constexpr double scale = 300.0 / 72.0;
+    const Rect media = page.bounds(PDFDisplayBox::media);
+    const double edge = std::max({media.width, media.height, leastEdge}) * scale;
+    const ImagePtr thumbnail = page.thumbnail72DPI({edge, edge});
+    const auto png = orvexDataForPNG(*thumbnail);
+    try {
+        return png ? Image::fromData(*png) : thumbnail;
+    } catch (const ImageError&) { // the thumbnail serves as well
+        return thumbnail;
+    }
+}
+
+ImagePtr orvexOCRImage(const OrvexPDFPageMeta& meta) {
+    constexpr std::string_view function = "orvexOCRImage(meta:)";
+    if (meta.originalImage) {
+        log(LogLevel::debug, function,
+            [&] { return "Use original image with dpi=" + describe(meta.originalImage->dpi()); });
+        return orvexImageWithRotation(meta.originalImage, meta.rotation);
+    }
+    if (!meta.originalPage) {
+        log(LogLevel::warning, function, [] { return std::string("No matching original found!"); });
+        return nullptr;
+    }
+    log(LogLevel::debug, function, [] { return std::string("Use original page"); });
+    OrvexPDFPage& page = *meta.originalPage;
+    const int before = page.rotation();
+    page.setRotation(addOrDie(before, meta.rotation, "the page's rotation"));
+    ImagePtr image = orvexOCRImage(page);
+    page.setRotation(before);
+    return image;
+}
+
+ImagePtr imageOfSize(const ImagePtr& image, Size /*size*/) {
+    if (image->representations().empty()) {
+        log(LogLevel::warning, "image(size:)", [] { return std::string("No representation found"); });
+        return image;
+    }
+    auto result = std::make_shared<Image>(image->size());
+    result->addRepresentation(image->representations().front());
+    return result;
+}
+
+Size convertDPI(const Size& size, std::int64_t from, std::int64_t to) {
+    const double factor = static_cast<double>(to) / static_cast<double>(from);
+    return {size.width * factor, size.height * factor};
+}
+
+Size sizeWithBoxOfMaxEdge(const Size& size) {
+    const double edge = size.width > size.height ? size.width : size.height;
+    return {edge, edge};
+}
+
+} // namespace orvex

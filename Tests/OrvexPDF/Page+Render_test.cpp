@@ -1,0 +1,183 @@
+#include "OrvexPDF/Alias.h"
+#include "OrvexPDF/Document.h"
+#include "OrvexPDF/Page.h"
+#include "Support/Command.h"
+#include "Support/ImageFixture.h"
+#include "Support/LogRecorder.h"
+#include "Support/PDFFixture.h"
+#include "Support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+
+namespace orvex {
+namespace {
+
+using test::pdfFromPages;
+
+/// A page with a red square in its lower left corner, 100 points wide.
+OrvexPDFDocumentPtr squarePage(const std::string& mediaBox, const std::string& more = {}) {
+    return OrvexPDFDocument::fromData(pdfFromPages({{"1 0 0 rg 0 0 100 100 re f", mediaBox, more}}));
+}
+
+struct Shade {
+    int red = 0;
+    int green = 0;
+    int blue = 0;
+    friend bool operator==(const Shade&, const Shade&) = default;
+};
+
+Shade shadeAt(const Image& image, std::int64_t x, std::int64_t y) {
+    const auto bitmap = image.representations().front()->bitmap();
+    const std::uint8_t* pixel = bitmap->row(y) + x * bitmap->channels();
+    return {pixel[0], pixel[1], pixel[2]};
+}
+constexpr Shade red{255, 0, 0};
+constexpr Shade white{255, 255, 255};
+
+OrvexPDFPageErrorCode failureOf(OrvexPDFPage& page, double width, double height) {
+    try {
+        (void)page.renderBitmap(width, height);
+    } catch (const OrvexPDFPageError& error) {
+        return error.code();
+    }
+    ADD_FAILURE() << "it rendered";
+    return OrvexPDFPageErrorCode::cannotCopyData;
+}
+
+TEST(PageRendering, AnImageMeasuresTheResolutionAskedFor) {
+    const auto document = squarePage("[0 0 300 200]");
+    for (const std::int64_t dpi : {36, 72, 100, 144}) {
+        const auto image = document->orvexPage(0)->image(dpi);
+        EXPECT_EQ(image->size(), (Size{300, 200}));
+        EXPECT_EQ(image->representations().front()->pixelsWide(), 300 * dpi / 72);
+        EXPECT_EQ(image->representations().front()->pixelsHigh(), 200 * dpi / 72);
+        EXPECT_NEAR(image->dpi(), static_cast<double>(dpi), 0.5);
+    }
+}
+
+TEST(PageRendering, ContentStandsWhereItBelongs) {
+    const auto image = squarePage("[0 0 300 200]")->orvexPage(0)->image(72);
+    EXPECT_EQ(shadeAt(*image, 50, 150), red);
+    EXPECT_EQ(shadeAt(*image, 150, 150), white);
+    EXPECT_EQ(shadeAt(*image, 50, 50), white);
+}
+
+TEST(PageRendering, AQuarterTurnSwapsTheSides) {
+    const auto document = squarePage("[0 0 300 200]");
+    document->orvexPage(0)->setRotation(90);
+    const auto image = document->orvexPage(0)->image(72);
+    EXPECT_EQ(image->size(), (Size{200, 300}));
+    EXPECT_EQ(shadeAt(*image, 50, 50), red);
+    EXPECT_EQ(shadeAt(*image, 50, 250), white);
+}
+
+TEST(PageRendering, TheWholeMediaBoxIsShownWhateverTheCropBoxSays) {
+    const auto image = squarePage("[-50 -50 250 150]", "/CropBox [0 0 20 20]")->orvexPage(0)->image(72);
+    EXPECT_EQ(image->size(), (Size{300, 200}));
+    EXPECT_EQ(shadeAt(*image, 25, 175), white);
+    EXPECT_EQ(shadeAt(*image, 100, 100), red);
+}
+
+TEST(PageRendering, BareImagesHaveNoWatermarkAndNoAnnotations) {
+    const auto page =
+        OrvexPDFDocument::fromData(
+            Bytes(test::pdfFromObjects({
+                "<< /Type /Catalog /Pages 2 0 R >>",
+                "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 300 200] /Annots [<< /Type /Annot /Subtype /Square /F 4 "
+                "/Rect [200 100 300 200] /AP << /N 4 0 R >> >>] >>",
+                test::streamBody("0 0 1 rg 0 0 100 100 re f", "/Type /XObject /Subtype /Form /BBox [0 0 100 100]"),
+            })))
+            ->orvexPage(0);
+    page->watermarkText = "DRAFT";
+    const auto bare = page->image(72);
+    const auto complete = page->render(72);
+    EXPECT_EQ(shadeAt(*bare, 150, 195), white);
+    EXPECT_EQ(shadeAt(*complete, 150, 195), (Shade{166, 0, 0}));
+    EXPECT_EQ(shadeAt(*bare, 250, 50), white);
+    EXPECT_EQ(shadeAt(*complete, 250, 50), (Shade{0, 0, 255}));
+}
+
+TEST(PageRendering, SizesThatNoBitmapCanHaveAreNamedErrors) {
+    const auto document = squarePage("[0 0 300 200]");
+    OrvexPDFPage& page = *document->orvexPage(0);
+    EXPECT_EQ(failureOf(page, 0, 10), OrvexPDFPageErrorCode::cannotCreateBitmap);
+    EXPECT_EQ(failureOf(page, -5, 10), OrvexPDFPageErrorCode::cannotCreateBitmap);
+    EXPECT_EQ(failureOf(page, 1e6, 1e6), OrvexPDFPageErrorCode::cannotCreateBitmap);
+    EXPECT_EQ(failureOf(page, 0.9, 10), OrvexPDFPageErrorCode::cannotCreateBitmap);
+}
+
+TEST(PageRendering, APageOfAbsurdSizeDoesNotExhaustTheMachine) {
+    const auto document = squarePage("[0 0 14400000 14400000]");
+    EXPECT_THROW((void)document->orvexPage(0)->image(300), OrvexPDFPageError);
+}
+
+TEST(PageRendering, ABlankPageHasNoPageToDraw) {
+    OrvexPDFPage page;
+    EXPECT_EQ(failureOf(page, 10, 10), OrvexPDFPageErrorCode::cannotGetPageAndContext);
+}
+
+TEST(PageRenderingDeathTest, ASizeThatIsNoNumberOfPixelsIsFatal) {
+    const auto document = squarePage("[0 0 300 200]");
+    OrvexPDFPage& page = *document->orvexPage(0);
+    EXPECT_DEATH((void)page.renderBitmap(std::nan(""), 10), "bitmap");
+    EXPECT_DEATH((void)page.renderBitmap(10, std::numeric_limits<double>::infinity()), "bitmap");
+    EXPECT_DEATH((void)page.renderBitmap(1e30, 10), "bitmap");
+}
+
+TEST(PageRendering, ImagePagesRenderLikeLoadedOnes) {
+    const auto loaded = squarePage("[0 0 300 200]")->orvexPage(0)->image(72);
+    const auto page = OrvexPDFPage::fromImage(Image::fromBitmap(loaded->representations().front()->bitmap()));
+    const auto again = page->image(72);
+    EXPECT_EQ(shadeAt(*again, 50, 150), red);
+    EXPECT_EQ(shadeAt(*again, 150, 50), white);
+}
+
+TEST(Thumbnail, FitsThePageAsShownAndKeepsItsProportions) {
+    const auto document = squarePage("[0 0 300 200]");
+    const auto page = document->orvexPage(0);
+    EXPECT_EQ(page->thumbnail({150, 150})->size(), (Size{150, 100}));
+    EXPECT_EQ(page->thumbnail({600, 1000})->size(), (Size{600, 400}));
+    page->setRotation(90);
+    EXPECT_EQ(page->thumbnail({150, 150})->size(), (Size{100, 150}));
+}
+
+TEST(Thumbnail, OnAPlainScreenItMeasuresOnePixelPerPointWithoutWarnings) {
+    const test::LogRecorder log(moduleLogger(), LogLevel::warning);
+    const auto image = squarePage("[0 0 200 300]")->orvexPage(0)->thumbnail72DPI({200, 300});
+    EXPECT_EQ(image->size(), (Size{200, 300}));
+    EXPECT_EQ(image->dpi(), 72);
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(Thumbnail, OnAScreenWithTwoPixelsPerPointItsPointsAreItsPixels) {
+    const auto document = squarePage("[0 0 200 300]");
+    setMainScreenBackingScale(2);
+    const test::LogRecorder log(moduleLogger(), LogLevel::warning);
+    const auto image = document->orvexPage(0)->thumbnail72DPI({200, 300});
+    setMainScreenBackingScale(1);
+    EXPECT_EQ(image->size(), (Size{200, 300}));
+    EXPECT_EQ(image->representations().front()->size(), (Size{200, 300}));
+    EXPECT_EQ(image->representations().front()->pixelsWide(), 200);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(log.lines().front().message, "Thumbnail with wrong DPI: 72.0");
+    EXPECT_EQ(log.lines().front().function, "thumbnail72DPI(of:)");
+}
+
+TEST(Thumbnail, ShowsWhatASavedFileShows) {
+    const auto page = squarePage("[0 0 300 200]")->orvexPage(0);
+    page->watermarkText = "DRAFT";
+    const test::TempFolder folder;
+    const std::string pdf = (folder.path() / "saved.pdf").string();
+    std::ofstream(pdf, std::ios::binary) << page->createDocumentFromPage()->dataRepresentation()->text();
+    const auto saved = OrvexPDFDocument::fromFile(pdf)->orvexPage(0)->thumbnail({300, 200});
+    const auto live = page->thumbnail({300, 200});
+    EXPECT_EQ(saved->representations().front()->bitmap()->samples, live->representations().front()->bitmap()->samples);
+}
+
+} // namespace
+} // namespace orvex
