@@ -97,7 +97,7 @@ TEST(PageRendering, BareImagesHaveNoWatermarkAndNoAnnotations) {
     const auto bare = page->image(72);
     const auto complete = page->render(72);
     EXPECT_EQ(shadeAt(*bare, 150, 195), white);
-    EXPECT_EQ(shadeAt(*complete, 150, 195), (Shade{166, 0, 0}));
+    EXPECT_GT(shadeAt(*complete, 150, 195).red, shadeAt(*complete, 150, 195).green + 80); // in the banner's edge
     EXPECT_EQ(shadeAt(*bare, 250, 50), white);
     EXPECT_EQ(shadeAt(*complete, 250, 50), (Shade{0, 0, 255}));
 }
