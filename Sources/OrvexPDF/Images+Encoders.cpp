@@ -14,6 +14,15 @@ void debug(std::string_view function, const std::string& message) {
     moduleLogger().log(LogLevel::debug, file, function, [&] { return message; });
 }
 
+/// Profiles of scanners and of inks may outweigh the picture: a large one goes into the samples.
+BitmapPtr withoutLargeProfile(BitmapPtr bitmap) {
+    constexpr std::size_t large = 16 << 10;
+    if (bitmap->colorSpace.iccProfile.size() <= large) {
+        return bitmap;
+    }
+    return std::make_shared<const Bitmap>(convertToSRGB(*bitmap));
+}
+
 } // namespace
 
 std::optional<EncoderSamples> encoderSamples(const Image& image) {
@@ -24,7 +33,7 @@ std::optional<EncoderSamples> encoderSamples(const Image& image) {
     const auto perInch = [](std::int64_t pixels, double points) { return static_cast<double>(pixels) * 72 / points; };
     try {
         // As many pixels as there are: bitmapAtLeast() does not keep them.
-        return EncoderSamples{rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh()),
+        return EncoderSamples{withoutLargeProfile(rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh())),
                               perInch(rep->pixelsWide(), rep->size().width),
                               perInch(rep->pixelsHigh(), rep->size().height)};
     } catch (const ImageError&) {

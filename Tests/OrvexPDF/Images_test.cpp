@@ -286,6 +286,16 @@ TEST(Images, cmykStaysInksInJPEGAndBecomesColourInPNG) {
     EXPECT_EQ(readImageInfo(*orvexDataForPNG(*image)).front().colorSpace.model, ColorModel::rgb);
 }
 
+TEST(Images, aProfileThatOutweighsThePictureGoesIntoTheSamples) {
+    for (const std::size_t size : {2000u, 600000u}) {
+        Bitmap bitmap = makePhoto(100, 80);
+        bitmap.colorSpace.iccProfile = makeProfile(ColorModel::rgb, size);
+        const OrvexImageMeta meta = optimizeImage(imageOf(bitmap, {}), mode(72, 50), {});
+        EXPECT_EQ(meta.image->representations().front()->info().colorSpace.iccProfile.empty(), size > 2000);
+        EXPECT_LT(meta.count, 20000);
+    }
+}
+
 TEST(Images, aReducedScanLooksLikeTheScan) {
     for (const char* file : {"baiona.png", "linn.png", "typewriter.png", "baiona_color.jpg"}) {
         const auto path = scan(file);

@@ -220,6 +220,13 @@ Bytes convert(const Bytes& input, const std::string& command) {
     return std::filesystem::exists(folder.path() / "out") ? readFile(folder.path() / "out") : Bytes{};
 }
 
+Bytes makeProfile(ColorModel model, std::size_t size) {
+    std::string text(size, 'p');
+    text.replace(16, 4, model == ColorModel::gray ? "GRAY" : model == ColorModel::rgb ? "RGB " : "CMYK");
+    text.replace(36, 4, "acsp");
+    return Bytes(std::move(text));
+}
+
 Bytes withJPEGSegment(const Bytes& jpeg, std::uint8_t marker, std::string_view payload) {
     const std::size_t length = payload.size() + 2;
     std::string text(jpeg.text().substr(0, 2));

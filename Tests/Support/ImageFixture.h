@@ -29,6 +29,8 @@ Bitmap fromNetpbm(const Bytes& data);
 /// command's own. Fails the test when the command does.
 Bytes convert(const Bytes& input, const std::string& command);
 
+/// Bytes with the header of an ICC profile for this model and nothing sensible behind it.
+Bytes makeProfile(ColorModel model, std::size_t size);
 /// The file with a segment put in behind its start marker.
 Bytes withJPEGSegment(const Bytes& jpeg, std::uint8_t marker, std::string_view payload);
 /// An EXIF segment's payload (marker 0xE1) with orientation, horizontal resolution (the vertical one is twice that) and

@@ -15,7 +15,7 @@ enum class ColorModel { gray, rgb, cmyk };
 /// What samples mean: a device model, narrowed by an ICC profile or a PNG-style calibration where the file carried one.
 struct ColorSpace {
     ColorModel model = ColorModel::rgb;
-    Bytes iccProfile; ///< empty: the device space (sRGB for rgb)
+    Bytes iccProfile; ///< for this model; empty: the device space (sRGB for rgb)
     /// PNG gAMA, as the encoding exponent's inverse (2.2 for a file gamma of 0.45455); 0: none given.
     double gamma = 0;
     [[nodiscard]] int components() const { return model == ColorModel::gray ? 1 : model == ColorModel::rgb ? 3 : 4; }

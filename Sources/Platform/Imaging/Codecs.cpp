@@ -26,7 +26,28 @@ constexpr Signature signatures[] = {
     {"\xFF\x4F\xFF\x51"sv, ImageFormat::jpeg2000},
 };
 
+std::vector<ImageInfo> readHeaders(const Bytes& data, ImageFormat format) {
+    switch (format) {
+    case ImageFormat::jpeg:
+        return {jpeg::readInfo(data)};
+    case ImageFormat::png:
+        return {png::readInfo(data)};
+    case ImageFormat::tiff:
+        return tiff::readInfo(data);
+    case ImageFormat::jpeg2000:
+        return {jpeg2000::readInfo(data)};
+    }
+    return {};
+}
+
 } // namespace
+
+bool isProfileFor(const Bytes& profile, ColorModel model) {
+    constexpr std::size_t headerSize = 128;
+    const std::string_view space = model == ColorModel::gray ? "GRAY" : model == ColorModel::rgb ? "RGB " : "CMYK";
+    return profile.size() > headerSize && profile.text().substr(36, 4) == "acsp" &&
+           profile.text().substr(16, 4) == space;
+}
 
 double usableDPI(double dpi, double fallback) {
     return std::isfinite(dpi) && dpi > 0 ? dpi : fallback;
@@ -48,17 +69,13 @@ std::vector<ImageInfo> readImageInfo(const Bytes& data) {
     if (!format) {
         throw ImageError(data.empty() ? "no image data" : "not an image (JPEG, PNG, TIFF or JPEG 2000)");
     }
-    switch (*format) {
-    case ImageFormat::jpeg:
-        return {jpeg::readInfo(data)};
-    case ImageFormat::png:
-        return {png::readInfo(data)};
-    case ImageFormat::tiff:
-        return tiff::readInfo(data);
-    case ImageFormat::jpeg2000:
-        return {jpeg2000::readInfo(data)};
+    std::vector<ImageInfo> pages = readHeaders(data, *format);
+    for (ImageInfo& info : pages) {
+        if (!isProfileFor(info.colorSpace.iccProfile, info.colorSpace.model)) {
+            info.colorSpace.iccProfile = {};
+        }
     }
-    return {};
+    return pages;
 }
 
 void verifyEncoded(const Bytes& data, const ImageInfo& info) {

@@ -66,6 +66,9 @@ namespace jpeg2000 {
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_t> data, int level,
                                                                    std::size_t limit);
 
+/// Whether the bytes are an ICC profile for samples of this model; others are dropped wherever they turn up.
+[[nodiscard]] bool isProfileFor(const Bytes& profile, ColorModel model);
+
 /// Whether equal amounts of this space's components look like the sRGB grey of the same value, so that a grey image
 /// needs no profile.
 [[nodiscard]] bool hasNeutralSRGBAxis(const ColorSpace& space);

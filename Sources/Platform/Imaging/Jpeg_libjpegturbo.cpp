@@ -249,7 +249,7 @@ bool compress(Encoder& encoder, const Bitmap& bitmap, const JPEGOptions& options
     setParameters(encoder, bitmap, options);
     jpeg_start_compress(&encoder.cinfo, TRUE);
     const Bytes& profile = bitmap.colorSpace.iccProfile;
-    if (!profile.empty()) {
+    if (isProfileFor(profile, bitmap.colorSpace.model)) {
         jpeg_write_icc_profile(&encoder.cinfo, profile.data(), static_cast<unsigned>(profile.size()));
     }
     writeRows(encoder, bitmap, inverted);

@@ -232,8 +232,8 @@ void writeHeader(Writer& writer, const PackedImage& image) {
 }
 
 void writeCalibration(Writer& writer, const ColorSpace& space) {
-    if (!space.iccProfile.empty()) {
-        constexpr std::string_view name("ICC profile\0", 13); // ends the name; then the compression method, 0
+    if (isProfileFor(space.iccProfile, space.model)) {
+        constexpr std::string_view name("ICC profile\0\0", 13); // ends the name; then the compression method, 0
         std::vector<std::uint8_t> payload(name.begin(), name.end());
         if (const auto packed = deflateZlib(space.iccProfile.span(), 9, 0)) {
             payload.insert(payload.end(), packed->begin(), packed->end());

@@ -13,7 +13,7 @@ struct Reader {
     std::span<const std::uint8_t> rest;
     std::string message;
     Bitmap bitmap;
-    std::vector<png_bytep> rows;
+    int passes = 1;
     png_structp png = nullptr;
     png_infop info = nullptr;
 
@@ -42,8 +42,9 @@ void readBytes(png_structp png, png_bytep target, std::size_t count) {
 
 void onWarning(png_structp, png_const_charp) {}
 
-/// 1-bit grey stays packed; everything else becomes 8 or 16 bits a component, palettes rgb, tRNS alpha.
-void setTransforms(png_structp png, png_infop info) {
+/// 1-bit grey stays packed; everything else becomes 8 or 16 bits a component, palettes rgb, tRNS alpha. Gives the
+/// number of passes over the rows.
+int setTransforms(png_structp png, png_infop info) {
     const bool transparent = png_get_valid(png, info, PNG_INFO_tRNS) != 0;
     const png_byte type = png_get_color_type(png, info);
     const png_byte bits = png_get_bit_depth(png, info);
@@ -58,8 +59,9 @@ void setTransforms(png_structp png, png_infop info) {
     if (bits == 16 && std::endian::native == std::endian::little) {
         png_set_swap(png);
     }
-    png_set_interlace_handling(png);
+    const int passes = png_set_interlace_handling(png);
     png_read_update_info(png, info);
+    return passes;
 }
 
 bool readHeader(Reader& reader) {
@@ -72,7 +74,7 @@ bool readHeader(Reader& reader) {
     png_set_crc_action(reader.png, PNG_CRC_QUIET_USE, PNG_CRC_WARN_DISCARD);
     png_set_read_fn(reader.png, &reader, readBytes);
     png_read_info(reader.png, reader.info);
-    setTransforms(reader.png, reader.info);
+    reader.passes = setTransforms(reader.png, reader.info);
     return true;
 }
 
@@ -80,7 +82,12 @@ bool readPixels(Reader& reader) {
     if (setjmp(png_jmpbuf(reader.png))) {
         return false;
     }
-    png_read_image(reader.png, reader.rows.data());
+    // Row by row: pointers to all rows would outweigh a tall narrow picture.
+    for (int pass = 0; pass < reader.passes; ++pass) {
+        for (std::int64_t y = 0; y < reader.bitmap.height; ++y) {
+            png_read_row(reader.png, reader.bitmap.row(y), nullptr);
+        }
+    }
     png_read_end(reader.png, nullptr);
     return true;
 }
@@ -93,10 +100,6 @@ void makeBitmap(Reader& reader, const ImageInfo& info) {
                      info.colorSpace, alpha ? Alpha::straight : Alpha::none);
     if (png_get_rowbytes(reader.png, reader.info) != reader.bitmap.bytesPerRow) {
         throw ImageError("damaged PNG data (contradicting headers)");
-    }
-    reader.rows.reserve(static_cast<std::size_t>(reader.bitmap.height));
-    for (std::int64_t y = 0; y < reader.bitmap.height; ++y) {
-        reader.rows.push_back(reader.bitmap.row(y));
     }
 }
 

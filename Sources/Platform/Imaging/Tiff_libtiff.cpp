@@ -330,6 +330,9 @@ void verify(const Bytes& data, int page) {
     const File file(data);
     selectPage(file, page);
     const std::uint32_t blocks = TIFFIsTiled(file) ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
+    if (blocks > data.size()) { // each has an offset somewhere in the file
+        throw ImageError("truncated TIFF data");
+    }
     for (std::uint32_t i = 0; i < blocks; ++i) {
         const std::uint64_t offset = TIFFGetStrileOffset(file, i);
         if (offset >= data.size() || TIFFGetStrileByteCount(file, i) > data.size() - offset) {

@@ -42,7 +42,7 @@ StreamPtr passThrough(const ImageRep& rep) {
     if (rep.encoded().empty() || isMirrored(info.orientation)) {
         return nullptr;
     }
-    if (info.format == ImageFormat::jpeg && info.bitsPerComponent == 8) {
+    if (info.format == ImageFormat::jpeg && !info.arithmeticCoded) { // PDF readers know Huffman codes alone
         auto stream = streamFor(info, rep.encoded(), "/DCTDecode");
         stream->inverted = info.adobeInvertedCMYK;
         return stream;

@@ -123,7 +123,7 @@ TEST(JpegEncoder, cmykStaysCMYK) {
 
 TEST(JpegEncoder, aProfileGoesAlongAndAGammaGoesIntoTheSamples) {
     Bitmap profiled = makePhoto(30, 20);
-    profiled.colorSpace.iccProfile = Bytes(std::string(150000, 'p')); // three segments
+    profiled.colorSpace.iccProfile = makeProfile(ColorModel::rgb, 150000); // three segments
     EXPECT_EQ(readImageInfo(encoded(profiled)).front().colorSpace.iccProfile, profiled.colorSpace.iccProfile);
     Bitmap linear = Bitmap::make(16, 16, 8, {ColorModel::gray, {}, 1.0});
     std::fill(linear.samples.begin(), linear.samples.end(), std::uint8_t{55}); // a fifth of the light

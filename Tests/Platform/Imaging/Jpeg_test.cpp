@@ -98,12 +98,23 @@ TEST(Jpeg, takesOrientationAndResolutionFromExif) {
 
 TEST(Jpeg, joinsProfilePartsInOrder) {
     const std::string name("ICC_PROFILE\0", 12);
-    const Bytes one = withJPEGSegment(makeJPEG(), 0xE2, name + "\1\1whole");
-    EXPECT_EQ(readImageInfo(one).front().colorSpace.iccProfile.text(), "whole");
-    const Bytes two = withJPEGSegment(withJPEGSegment(makeJPEG(), 0xE2, name + "\1\2first"), 0xE2, name + "\2\2second");
-    EXPECT_EQ(readImageInfo(two).front().colorSpace.iccProfile.text(), "firstsecond");
-    const Bytes gap = withJPEGSegment(withJPEGSegment(makeJPEG(), 0xE2, name + "\1\3first"), 0xE2, name + "\3\3third");
-    EXPECT_TRUE(readImageInfo(gap).front().colorSpace.iccProfile.empty());
+    const Bytes profile = makeProfile(ColorModel::rgb, 500);
+    const auto put = [&](const Bytes& jpeg, const char* numbers, std::size_t from, std::size_t length) {
+        return withJPEGSegment(jpeg, 0xE2, name + numbers + std::string(profile.text().substr(from, length)));
+    };
+    const auto read = [](const Bytes& jpeg) { return readImageInfo(jpeg).front().colorSpace.iccProfile; };
+    EXPECT_EQ(read(put(makeJPEG(), "\1\1", 0, 500)), profile);
+    EXPECT_EQ(read(put(put(makeJPEG(), "\2\2", 300, 200), "\1\2", 0, 300)), profile);
+    EXPECT_TRUE(read(put(put(makeJPEG(), "\3\3", 300, 200), "\1\3", 0, 300)).empty()); // a part is missing
+}
+
+TEST(Jpeg, aProfileForOtherSamplesIsDropped) {
+    const std::string name("ICC_PROFILE\0\1\1", 14);
+    for (const Bytes& profile : {makeProfile(ColorModel::cmyk, 500), makeProfile(ColorModel::gray, 500),
+                                 Bytes(std::string(500, 'x')), Bytes(std::string(20, 'x'))}) {
+        const Bytes jpeg = withJPEGSegment(makeJPEG(), 0xE2, name + std::string(profile.text()));
+        EXPECT_TRUE(readImageInfo(jpeg).front().colorSpace.iccProfile.empty());
+    }
 }
 
 TEST(Jpeg, decodesAtTheSmallestScaleThatKeepsAReductionSharp) {

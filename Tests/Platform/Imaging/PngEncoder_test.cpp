@@ -165,7 +165,7 @@ TEST(PngEncoder, resolutionIsWrittenInWholePixelsPerMetre) {
 
 TEST(PngEncoder, profileAndGammaGoAlong) {
     Bitmap profiled = makePhoto(30, 20);
-    profiled.colorSpace.iccProfile = Bytes(std::string(3000, 'p'));
+    profiled.colorSpace.iccProfile = makeProfile(ColorModel::rgb, 3000);
     EXPECT_EQ(written(profiled).info.colorSpace.iccProfile, profiled.colorSpace.iccProfile);
     Bitmap calibrated = makePhoto(30, 20);
     calibrated.colorSpace.gamma = 1.0;
