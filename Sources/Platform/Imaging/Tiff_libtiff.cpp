@@ -308,6 +308,39 @@ Bitmap decodeViaRGBA(const File& file, const ImageInfo& info) {
     return bitmap;
 }
 
+/// Bytes of all strips or tiles. Throws where one lies outside the file.
+std::uint64_t storedBytes(const File& file, std::uint64_t fileSize) {
+    const std::uint32_t blocks = TIFFIsTiled(file) ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
+    if (blocks > fileSize) { // each has an offset somewhere in the file
+        throw ImageError("truncated TIFF data");
+    }
+    std::uint64_t sum = 0;
+    for (std::uint32_t i = 0; i < blocks; ++i) {
+        const std::uint64_t offset = TIFFGetStrileOffset(file, i);
+        const std::uint64_t count = TIFFGetStrileByteCount(file, i);
+        if (offset >= fileSize || count > fileSize - offset) {
+            throw ImageError("truncated TIFF data");
+        }
+        sum += count;
+    }
+    return sum;
+}
+
+/// What a header promises is bounded by what follows it, before any of it is reserved. Fax codes have no such bound: a
+/// white row of any length is one bit.
+void requireEnoughData(const File& file, const Layout& layout, const ImageInfo& info, std::uint64_t fileSize) {
+    const auto compression = file.get<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    constexpr std::array bounded = {COMPRESSION_NONE, COMPRESSION_PACKBITS,      COMPRESSION_LZW,
+                                    COMPRESSION_JPEG, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_DEFLATE};
+    constexpr std::uint64_t mostExpansion = 2600; // LZW's longest string for one code of 12 bits
+    const std::uint64_t stored = storedBytes(file, fileSize);
+    const std::uint64_t row = Bitmap::tightBytesPerRow(info.width, static_cast<int>(layout.samples), layout.bits);
+    if (std::find(bounded.begin(), bounded.end(), compression) != bounded.end() &&
+        row * static_cast<std::uint64_t>(info.height) / mostExpansion > stored) {
+        throw ImageError("truncated TIFF data");
+    }
+}
+
 } // namespace
 
 std::vector<ImageInfo> readInfo(const Bytes& data) {
@@ -329,16 +362,7 @@ std::vector<ImageInfo> readInfo(const Bytes& data) {
 void verify(const Bytes& data, int page) {
     const File file(data);
     selectPage(file, page);
-    const std::uint32_t blocks = TIFFIsTiled(file) ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
-    if (blocks > data.size()) { // each has an offset somewhere in the file
-        throw ImageError("truncated TIFF data");
-    }
-    for (std::uint32_t i = 0; i < blocks; ++i) {
-        const std::uint64_t offset = TIFFGetStrileOffset(file, i);
-        if (offset >= data.size() || TIFFGetStrileByteCount(file, i) > data.size() - offset) {
-            throw ImageError("truncated TIFF data");
-        }
-    }
+    (void)storedBytes(file, data.size());
 }
 
 Bitmap decode(const Bytes& data, const ImageInfo& info) {
@@ -348,6 +372,7 @@ Bitmap decode(const Bytes& data, const ImageInfo& info) {
     if (layout.indexed) {
         readPalette(file, layout);
     }
+    requireEnoughData(file, layout, info, data.size());
     return layout.viaRGBA ? decodeViaRGBA(file, info) : decodePlain(file, layout, info);
 }
 

@@ -204,3 +204,19 @@ TEST(Tiff, stripsBehindTheEndAreFoundWithoutDecoding) {
     EXPECT_THROW(verifyEncoded(cut, info), ImageError);
     EXPECT_THROW((void)decodeImage(cut, info), ImageError);
 }
+
+TEST(Tiff, aSmallFileThatClaimsManyPixelsIsRefusedBeforeAnyAreReserved) {
+    const Bytes small = convert(toNetpbm(photo(ColorModel::rgb)), "pamtotiff -lzw -truecolor -output=out in");
+    const auto claiming = [&](const std::string& side) {
+        return convert(small, "cp in out && tiffset -s 256 " + side + " out && tiffset -s 257 " + side +
+                                  " out && tiffset -s 278 " + side + " out");
+    };
+    const Bytes bomb = claiming("20000");
+    try {
+        (void)decodeImage(bomb, readImageInfo(bomb).front());
+        FAIL() << "more pixels than the data can hold";
+    } catch (const ImageError& error) {
+        EXPECT_STREQ(error.what(), "truncated TIFF data");
+    }
+    EXPECT_THROW((void)readImageInfo(claiming("60000")), ImageError);
+}
