@@ -104,19 +104,6 @@ template <class Texts> std::string together(const Texts& texts) {
     return all;
 }
 
-void unite(std::optional<Rect>& all, const Rect& box) {
-    if (!all) {
-        all = box;
-        return;
-    }
-    const double right = std::max(all->maxX(), box.maxX());
-    const double foot = std::max(all->maxY(), box.maxY());
-    all->x = std::min(all->x, box.x);
-    all->y = std::min(all->y, box.y);
-    all->width = right - all->x;
-    all->height = foot - all->y;
-}
-
 /// Unites what starts before `end`, which moves on with it; whether there was any.
 bool gather(std::vector<Stretch>::const_iterator& at, std::vector<Stretch>::const_iterator last, std::size_t& end,
             std::optional<Rect>& box) {
@@ -186,6 +173,19 @@ std::string squeezed(const std::string& text) {
         }
     }
     return result;
+}
+
+void unite(std::optional<Rect>& all, const Rect& box) {
+    if (!all) {
+        all = box;
+        return;
+    }
+    const double right = std::max(all->maxX(), box.maxX());
+    const double foot = std::max(all->maxY(), box.maxY());
+    all->x = std::min(all->x, box.x);
+    all->y = std::min(all->y, box.y);
+    all->width = right - all->x;
+    all->height = foot - all->y;
 }
 
 double overlap(const Rect& a, const Rect& b) {

@@ -44,6 +44,8 @@ struct Match {
 };
 /// None when the texts differ in more than white space.
 std::optional<std::vector<Match>> matched(const std::vector<ExpectedItem>& items, const std::vector<ReadPiece>& pieces);
+/// Makes `all` the smallest rectangle around itself and `box`.
+void unite(std::optional<Rect>& all, const Rect& box);
 /// Intersection over union.
 double overlap(const Rect& a, const Rect& b);
 
