@@ -14,5 +14,9 @@ struct Command {
 
 [[nodiscard]] Command addMake(CLI::App& tool);
 [[nodiscard]] Command addInfo(CLI::App& tool);
+[[nodiscard]] Command addRender(CLI::App& tool);
+[[nodiscard]] Command addThumbnail(CLI::App& tool);
+[[nodiscard]] Command addWatermark(CLI::App& tool);
+[[nodiscard]] Command addTextLayer(CLI::App& tool);
 
 } // namespace orvex::tool

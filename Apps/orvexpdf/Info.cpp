@@ -3,6 +3,7 @@
 #include "Input.h"
 #include "Interrupt.h"
 #include "Messages.h"
+#include "OpenPDF.h"
 #include "OrvexPDF/Manager.h"
 #include "Output.h"
 #include "Platform/Foundation/JSON.h"
@@ -48,12 +49,6 @@ struct FileInfo {
     std::int64_t documentBytes = 0;
     std::vector<PageInfo> pages;
 };
-
-[[noreturn]] void failToOpen(const std::string& path, const std::string& reason,
-                             std::optional<PDFOpenFailure> failure) {
-    const bool locked = failure == PDFOpenFailure::passwordNeeded;
-    throw Failure(locked ? ExitCode::passwordNeeded : ExitCode::inputUnusable, displayName(path) + ": " + reason);
-}
 
 PageInfo describePage(const OrvexPDFDocumentManager& manager, std::int64_t index) {
     const auto page = manager.page(index);

@@ -12,18 +12,6 @@ namespace {
 
 constexpr std::int64_t halfTurn = 180;
 
-/// Whether the boxes were found on the page as its orientation shows it, not on the pixels as they are stored. After a
-/// quarter turn the shape tells; otherwise nothing does, and recognisers mostly work on what is shown.
-bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation) {
-    const auto size = found.size ? found.size->cgSize() : std::nullopt;
-    if (!size || orientation % halfTurn == 0) {
-        return true;
-    }
-    const double shape = std::log(size->width / size->height);
-    const double storedShape = std::log(stored.width / stored.height);
-    return std::abs(shape + storedShape) <= std::abs(shape - storedShape);
-}
-
 OrvexPDFSqueezeModePtr presetFromFile(const std::string& path) {
     std::string why;
     auto preset = OrvexPDFSqueezeMode::from(readInput(path), &why);
@@ -45,6 +33,17 @@ OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath) {
     }
     const auto preset = getSqueezeMode(nameOrPath);
     return preset ? preset : presetFromFile(nameOrPath);
+}
+
+/// After a quarter turn the shape tells; otherwise nothing does, and recognisers mostly work on what is shown.
+bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation) {
+    const auto size = found.size ? found.size->cgSize() : std::nullopt;
+    if (!size || orientation % halfTurn == 0) {
+        return true;
+    }
+    const double shape = std::log(size->width / size->height);
+    const double storedShape = std::log(stored.width / stored.height);
+    return std::abs(shape + storedShape) <= std::abs(shape - storedShape);
 }
 
 OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFoundPage> found,

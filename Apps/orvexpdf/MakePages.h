@@ -29,6 +29,9 @@ using FoundPages = std::vector<std::shared_ptr<const OrvexFoundPage>>;
 /// A preset by its name (strong, medium, low) or from a JSON file; null for an empty text. Throws Failure.
 [[nodiscard]] OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath);
 
+/// Whether the boxes were found on the page as its orientation (degrees, clockwise) shows it, not on what is `stored`.
+[[nodiscard]] bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation);
+
 /// How the image, its text (may be null) and the settings make a page. The orientation that the image's file states
 /// turns the page; `turn` (degrees, clockwise) turns page and text layer on top of that.
 [[nodiscard]] OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFoundPage> found,

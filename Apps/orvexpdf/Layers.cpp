@@ -1,0 +1,96 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "MakePages.h"
+#include "OpenPDF.h"
+#include "PageRange.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace orvex::tool {
+
+namespace {
+
+struct LayerOptions {
+    std::string file;
+    std::string pages;
+    std::string text;
+    std::vector<std::string> found;
+    PDFOutput output;
+};
+
+constexpr auto watermarkExamples = R"(Examples:
+  orvexpdf watermark offer.pdf --text DRAFT -o draft.pdf
+      A banner near the bottom of every page.
+  orvexpdf watermark offer.pdf --text "Copy for the archive" --pages 1 --in-place
+      On the first page only, in the file itself.)";
+
+constexpr auto textLayerExamples = R"(Examples:
+  orvexpdf text-layer scan.pdf --found scan.json -o searchable.pdf
+      The n-th page of the found document becomes the text of the n-th page.
+  orvexpdf text-layer scan.pdf --found p7.json --pages 7 -o searchable.pdf
+      A found page for page 7.)";
+
+void watermark(const LayerOptions& options) {
+    checkPDFOutput(options.output, options.file);
+    const auto manager = openPDF(options.file);
+    for (const auto index : parsePages(options.pages, manager->pdfDoc->pageCount())) {
+        auto record = *manager->meta(index);
+        record.watermarkText = options.text;
+        record.setTextRotationTop();
+        manager->updateMeta(record, false);
+    }
+    savePDF(*manager, options.output, options.file);
+}
+
+void textLayer(const LayerOptions& options) {
+    checkPDFOutput(options.output, options.file);
+    const auto manager = openPDF(options.file);
+    const auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());
+    const auto found = readFoundPages(options.found, pages.size());
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        auto record = *manager->meta(pages[i]);
+        record.foundPage = found[i];
+        const Size stored = record.originalPage->bounds(PDFDisplayBox::media).size();
+        if (isFoundAsShown(*found[i], stored, record.originalPageRotation)) {
+            record.setTextRotationTop();
+        }
+        manager->updateMeta(record, false);
+    }
+    savePDF(*manager, options.output, options.file);
+}
+
+CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, LayerOptions& options) {
+    auto* app = tool.add_subcommand(name, what);
+    app->add_option("FILE", options.file, "The PDF; - for standard input")->required()->type_name("");
+    app->add_option("--pages", options.pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
+    app->add_option("-o,--output", options.output.path, "The PDF to write; - for standard output")
+        ->type_name("OUT.pdf");
+    app->add_flag("--in-place", options.output.inPlace, "Change the file itself");
+    return app;
+}
+
+} // namespace
+
+Command addWatermark(CLI::App& tool) {
+    auto options = std::make_shared<LayerOptions>();
+    auto* app = addCommon(tool, "watermark", "Put a banner on pages", *options);
+    app->add_option("--text", options->text, "What the banner says")->required()->type_name("TEXT");
+    app->footer(watermarkExamples);
+    return {app, [options] { watermark(*options); }};
+}
+
+Command addTextLayer(CLI::App& tool) {
+    auto options = std::make_shared<LayerOptions>();
+    auto* app = addCommon(tool, "text-layer", "Make pages searchable with recognised text", *options);
+    app->add_option("--found", options->found, "Recognised text as JSON: a found document or\nfound pages, in order")
+        ->required()
+        ->type_name("FILE.json")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->footer(textLayerExamples);
+    return {app, [options] { textLayer(*options); }};
+}
+
+} // namespace orvex::tool

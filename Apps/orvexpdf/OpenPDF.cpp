@@ -1,0 +1,42 @@
+#include "OpenPDF.h"
+
+#include "Failure.h"
+#include "Input.h"
+#include "Messages.h"
+#include "Output.h"
+
+namespace orvex::tool {
+
+void failToOpen(const std::string& path, const std::string& reason, std::optional<PDFOpenFailure> failure) {
+    const bool locked = failure == PDFOpenFailure::passwordNeeded;
+    throw Failure(locked ? ExitCode::passwordNeeded : ExitCode::inputUnusable, displayName(path) + ": " + reason);
+}
+
+std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path) {
+    const auto manager = OrvexPDFDocumentManager::create();
+    manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
+    if (!manager->load(readInput(path))) {
+        failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
+    }
+    return manager;
+}
+
+void checkPDFOutput(const PDFOutput& output, const std::string& input) {
+    if (output.inPlace == !output.path.empty()) {
+        throw Failure(ExitCode::usage, "either -o or --in-place is needed (see orvexpdf --help)");
+    }
+    if (output.inPlace && input == "-") {
+        throw Failure(ExitCode::usage, "--in-place: standard input has no place");
+    }
+    if (!output.inPlace) {
+        checkOutput(output.path, {input});
+    }
+}
+
+void savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input) {
+    const std::string& path = output.inPlace ? input : output.path;
+    writeOutput(path, [&](ByteSink& sink) { manager.write(sink); });
+    report("wrote " + (path == "-" ? "standard output" : path));
+}
+
+} // namespace orvex::tool

@@ -1,0 +1,14 @@
+// Pages as people name them: counted from 1, "3", "2-5", "1-3,7,9-end".
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orvex::tool {
+
+/// Indices from 0 in the order named; an empty text means all. Throws Failure (usage) for what is no range or names a
+/// page that a document of `count` pages does not have.
+[[nodiscard]] std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count);
+
+} // namespace orvex::tool

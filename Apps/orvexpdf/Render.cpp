@@ -1,0 +1,156 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "Input.h"
+#include "Interrupt.h"
+#include "Messages.h"
+#include "OpenPDF.h"
+#include "Output.h"
+#include "PageRange.h"
+#include "Platform/Imaging/Codecs.h"
+#include "Progress.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <memory>
+
+namespace orvex::tool {
+
+namespace {
+
+struct RenderOptions {
+    std::string file;
+    std::string page;
+    std::string pages;
+    std::string size;
+    std::int64_t dpi = 72;
+    bool debug = false;
+    std::string output;
+};
+
+constexpr auto renderExamples = R"(Examples:
+  orvexpdf render book.pdf --page 3 --dpi 150 -o page3.png
+      The third page as people see it, with annotations and watermark.
+  orvexpdf render book.pdf --pages 1-20 -o page-%03d.png
+      Twenty files: page-001.png to page-020.png.
+  orvexpdf render scan.pdf --page 1 --debug -o layer.png
+      With the text layer in colour, for layers that the page still carries.)";
+
+constexpr auto thumbnailExamples = R"(Examples:
+  orvexpdf thumbnail book.pdf --page 1 --size 200x200 -o cover.png
+      Fitted into 200 by 200 pixels, proportions kept.)";
+
+std::string numbered(const std::string& pattern, std::int64_t number) {
+    const auto start = pattern.find('%');
+    const auto end = pattern.find('d', start);
+    const std::string width =
+        start == std::string::npos || end == std::string::npos ? "?" : pattern.substr(start + 1, end - start - 1);
+    if (width.find_first_not_of("0123456789") != std::string::npos || width.size() > 2) {
+        throw Failure(ExitCode::usage, pattern + ": several pages need a number in the name, like page-%03d.png");
+    }
+    std::string digits = std::to_string(number);
+    const std::size_t wanted = width.empty() ? 0 : std::stoul(width);
+    digits.insert(0, digits.size() < wanted ? wanted - digits.size() : 0, '0');
+    return pattern.substr(0, start) + digits + pattern.substr(end + 1);
+}
+
+Size parseSize(const std::string& text) {
+    const auto cross = text.find('x');
+    const auto number = [&text](const std::string& word) {
+        std::int64_t value = 0;
+        const auto parsed = std::from_chars(word.data(), word.data() + word.size(), value);
+        if (parsed.ec != std::errc{} || parsed.ptr != word.data() + word.size() || value < 1) {
+            throw Failure(ExitCode::usage, "--size " + text + ": not a size like 200x300");
+        }
+        return static_cast<double>(value);
+    };
+    return {number(text.substr(0, cross)), number(cross == std::string::npos ? "" : text.substr(cross + 1))};
+}
+
+void writePNG(const Image& image, double dpi, const std::string& path) {
+    const auto png = encodePNG(*image.representations().front()->bitmap(), {dpi, dpi, 6});
+    if (!png) {
+        throw Failure(ExitCode::other, path + ": the picture cannot be encoded");
+    }
+    writeOutput(path, [&png](ByteSink& sink) { sink.write(png->span()); });
+}
+
+[[noreturn]] void failToRender(const RenderOptions& options, std::int64_t index, const std::string& reason) {
+    throw Failure(ExitCode::inputUnusable,
+                  displayName(options.file) + ": page " + std::to_string(index + 1) + ": " + reason);
+}
+
+void renderPage(OrvexPDFPage& page, std::int64_t index, const RenderOptions& options, const std::string& path) {
+    throwIfInterrupted();
+    page.debug = options.debug;
+    try {
+        writePNG(*page.render(options.dpi), static_cast<double>(options.dpi), path);
+    } catch (const OrvexPDFPageError& error) {
+        failToRender(options, index, error.what());
+    }
+}
+
+void render(const RenderOptions& options) {
+    if (options.page.empty() == options.pages.empty()) {
+        throw Failure(ExitCode::usage, "either --page or --pages is needed (see orvexpdf render --help)");
+    }
+    const auto manager = openPDF(options.file);
+    const auto& range = options.page.empty() ? options.pages : options.page;
+    const auto pages = parsePages(range, manager->pdfDoc->pageCount());
+    Progress progress("Rendering", pages.size());
+    for (const auto index : pages) {
+        const std::string path = options.pages.empty() ? options.output : numbered(options.output, index + 1);
+        checkOutput(path, {options.file});
+        renderPage(*manager->page(index), index, options, path);
+        progress.advance();
+    }
+    report("wrote " + std::to_string(pages.size()) + (pages.size() == 1 ? " picture" : " pictures"));
+}
+
+void thumbnail(const RenderOptions& options) {
+    const Size size = parseSize(options.size);
+    checkOutput(options.output, {options.file});
+    const auto manager = openPDF(options.file);
+    const auto pages = parsePages(options.page, manager->pdfDoc->pageCount());
+    const auto image = manager->page(pages.front())->thumbnail(size);
+    if (!image) {
+        failToRender(options, pages.front(), "cannot be rendered");
+    }
+    writePNG(*image, image->dpi(), options.output);
+}
+
+CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, RenderOptions& options) {
+    auto* app = tool.add_subcommand(name, what);
+    app->add_option("FILE", options.file, "The PDF; - for standard input")->required()->type_name("");
+    app->add_option("-o,--output", options.output, "The picture to write; - for standard output")
+        ->required()
+        ->type_name("OUT.png");
+    return app;
+}
+
+} // namespace
+
+Command addRender(CLI::App& tool) {
+    auto options = std::make_shared<RenderOptions>();
+    auto* app = addCommon(tool, "render", "Show pages as PNG pictures", *options);
+    app->add_option("--page", options->page, "The page to show, counted from 1")->type_name("N");
+    app->add_option("--pages", options->pages, "Several, like 1-3,7,9-end; -o then holds %d or %03d")
+        ->type_name("LIST");
+    app->add_option("--dpi", options->dpi, "Resolution; 72 unless told otherwise")
+        ->type_name("D")
+        ->check(CLI::Range(1, 10000));
+    app->add_flag("--debug", options->debug, "Text layers in colour");
+    app->footer(renderExamples);
+    return {app, [options] { render(*options); }};
+}
+
+Command addThumbnail(CLI::App& tool) {
+    auto options = std::make_shared<RenderOptions>();
+    auto* app = addCommon(tool, "thumbnail", "Show a page as a small PNG picture", *options);
+    app->add_option("--page", options->page, "The page to show, counted from 1")->required()->type_name("N");
+    app->add_option("--size", options->size, "The box to fit it into, in pixels")->required()->type_name("WxH");
+    app->footer(thumbnailExamples);
+    return {app, [options] { thumbnail(*options); }};
+}
+
+} // namespace orvex::tool

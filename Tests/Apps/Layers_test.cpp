@@ -1,0 +1,64 @@
+#include "ToolSupport.h"
+
+#include "Support/PDFFixture.h"
+
+namespace orvex::test {
+namespace {
+
+using testing::HasSubstr;
+
+class Layers : public ToolTest {
+protected:
+    void SetUp() override {
+        write("a.pdf", pdfFromPages({{"0 0 1 rg 0 0 9 9 re f"}, {"", "[0 0 300 200]", "/Rotate 90"}}));
+        write("found.json",
+              R"({"size":{"w":100,"h":100},"items":[{"text":"needle","box":{"x":10,"y":10,"w":50,"h":8}}]})");
+    }
+    [[nodiscard]] std::string textOf(const std::string& name, int page) const {
+        const auto number = std::to_string(page);
+        return oracle("pdftotext -f " + number + " -l " + number + " " + quoted(name) + " -");
+    }
+};
+
+TEST_F(Layers, AWatermarkStandsOnThePagesNamed) {
+    toolOutput("watermark a.pdf --text 'D\u00e9j\u00e0 vu' --pages 2 -o b.pdf");
+    expectSound("b.pdf");
+    EXPECT_EQ(textOf("b.pdf", 1), "\f");
+    EXPECT_THAT(textOf("b.pdf", 2), HasSubstr("D\u00e9j\u00e0 vu"));
+}
+
+TEST_F(Layers, AWatermarkOnATurnedPageIsUpright) {
+    toolOutput("watermark a.pdf --text DRAFT -o b.pdf");
+    // Near the bottom of the page as shown: 200 points wide, 300 high.
+    EXPECT_THAT(oracle("pdftotext -f 2 -l 2 -x 0 -y 270 -W 200 -H 30 b.pdf -"), HasSubstr("DRAFT"));
+}
+
+TEST_F(Layers, AFileIsChangedInPlaceOnlyWhenAsked) {
+    expectRefusal("orvexpdf watermark a.pdf --text DRAFT -o a.pdf", usage, {"is an input"});
+    expectRefusal("orvexpdf watermark a.pdf --text DRAFT", usage, {"--in-place"});
+    expectRefusal("orvexpdf watermark a.pdf --text DRAFT --in-place -o b.pdf", usage, {"--in-place"});
+    toolOutput("watermark a.pdf --text DRAFT --in-place");
+    expectSound("a.pdf");
+    EXPECT_THAT(textOf("a.pdf", 1), HasSubstr("DRAFT"));
+}
+
+TEST_F(Layers, RecognisedTextMakesAPageSearchableAndLeavesItsLooks) {
+    toolOutput("text-layer a.pdf --found found.json -o b.pdf");
+    expectSound("b.pdf");
+    EXPECT_EQ(textOf("b.pdf", 1), "needle\n\n\f");
+    oracle("pdftoppm -r 72 -png -f 1 -l 1 a.pdf before && pdftoppm -r 72 -png -f 1 -l 1 b.pdf after && "
+           "cmp before-1.png after-1.png");
+}
+
+TEST_F(Layers, MoreFoundPagesThanPagesAreRefused) {
+    expectRefusal("orvexpdf text-layer a.pdf --found found.json --found found.json --pages 2 -o b.pdf", unusable,
+                  {"found.json", "more found pages"});
+}
+
+TEST_F(Layers, APDFThatNeedsAPasswordIsRefused) {
+    oracle("qpdf --encrypt open owner 256 -- a.pdf locked.pdf");
+    expectRefusal("orvexpdf watermark locked.pdf --text DRAFT -o b.pdf", locked, {"password"});
+}
+
+} // namespace
+} // namespace orvex::test

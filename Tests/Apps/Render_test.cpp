@@ -1,0 +1,58 @@
+#include "ToolSupport.h"
+
+#include "Support/PDFFixture.h"
+
+namespace orvex::test {
+namespace {
+
+using testing::HasSubstr;
+
+class Render : public ToolTest {
+protected:
+    void SetUp() override {
+        write("a.pdf",
+              pdfFromPages({{showing("One")}, {showing("Two"), "[0 0 300 200]", "/Rotate 90"}, {showing("Three")}}));
+    }
+    [[nodiscard]] std::string kindOf(const std::string& name) const { return oracle("file -b " + quoted(name)); }
+};
+
+TEST_F(Render, APageBecomesAPictureAtTheResolution) {
+    toolOutput("render a.pdf --page 2 --dpi 144 -o b.png");
+    EXPECT_THAT(kindOf("b.png"), HasSubstr("PNG image data, 400 x 600"));
+    EXPECT_THAT(oracle("orvexpdf render a.pdf --page 1 -o - | file -"), HasSubstr("PNG image data, 612 x 792"));
+}
+
+TEST_F(Render, SeveralPagesTakeNumbersIntoTheirNames) {
+    toolOutput("render a.pdf --pages 1,3-end -o p-%03d.png");
+    EXPECT_EQ(names(), (std::vector<std::string>{"a.pdf", "p-001.png", "p-003.png"}));
+    expectRefusal("orvexpdf render a.pdf --pages 1-2 -o p.png", usage, {"page-%03d.png"});
+}
+
+TEST_F(Render, TheSamePixelsAsPopplerWithinAntiAliasing) {
+    toolOutput("render a.pdf --page 1 -o ours.png");
+    oracle("pdftoppm -r 72 -png -singlefile a.pdf theirs && gm compare -metric MAE ours.png theirs.png >report");
+    const std::string report = oracle("sed -n 's/^ *Total: *\\([0-9.]*\\).*/\\1/p' report");
+    EXPECT_LT(std::stod(report), 0.01) << report;
+}
+
+TEST_F(Render, WrongWordsAreRefused) {
+    expectRefusal("orvexpdf render a.pdf -o b.png", usage, {"--page"});
+    expectRefusal("orvexpdf render a.pdf --page 4 -o b.png", usage, {"3 pages"});
+    expectRefusal("orvexpdf render a.pdf --page x -o b.png", usage, {"1-3,7"});
+    expectRefusal("orvexpdf render a.pdf --page 1 -o nowhere/b.png", notWritten, {"nowhere"});
+    expectRefusal("orvexpdf thumbnail a.pdf --page 1 --size 20 -o b.png", usage, {"200x300"});
+    expectRefusal("orvexpdf render gone.pdf --page 1 -o b.png", unreadable, {"gone.pdf"});
+}
+
+TEST_F(Render, APageOfAbsurdSizeIsRefused) {
+    write("huge.pdf", pdfFromPages({{"", "[0 0 14400000 14400000]"}}));
+    expectRefusal("orvexpdf render huge.pdf --page 1 -o b.png", unusable, {"huge.pdf", "page 1", "cannotCreateBitmap"});
+}
+
+TEST_F(Render, AThumbnailFitsItsBox) {
+    toolOutput("thumbnail a.pdf --page 2 --size 100x60 -o t.png");
+    EXPECT_THAT(kindOf("t.png"), HasSubstr("PNG image data, 40 x 60"));
+}
+
+} // namespace
+} // namespace orvex::test
