@@ -183,7 +183,7 @@ Command addMake(CLI::App& tool) {
     app->add_option("--author", options->author, "The document's author")->type_name("TEXT");
     app->add_option("--dpi", options->dpi, "The images' resolution, whatever their files say")
         ->type_name("N")
-        ->check(CLI::Range(1.0, 100000.0));
+        ->check(CLI::Range(1.0, 100000.0).description(""));
     app->footer(examples);
     return {app, [options] { make(*options); }};
 }

@@ -2,9 +2,11 @@
 
 #include "Failure.h"
 #include "Input.h"
+#include "Interrupt.h"
 #include "Messages.h"
 #include "Platform/Foundation/Strings.h"
 #include "Platform/Imaging/Codecs.h"
+#include "Workers.h"
 
 #include <cmath>
 
@@ -58,12 +60,17 @@ void checkSize(const SourceImage& source) {
 } // namespace
 
 std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::optional<double> dpi) {
+    std::vector<std::vector<ImagePtr>> files(paths.size());
+    forEachInParallel(paths.size(), [&](std::size_t i) {
+        throwIfInterrupted();
+        files[i] = pagesOf(paths[i]);
+    });
     std::vector<SourceImage> sources;
-    for (const auto& path : paths) {
-        const auto pages = pagesOf(path);
+    for (std::size_t file = 0; file < files.size(); ++file) {
+        const auto& pages = files[file];
         for (std::size_t i = 0; i < pages.size(); ++i) {
             const auto page = pages.size() > 1 ? " (page " + std::to_string(i + 1) + ")" : "";
-            sources.push_back({displayName(path) + page, pages[i]});
+            sources.push_back({displayName(paths[file]) + page, pages[i]});
             if (dpi) {
                 setResolution(*pages[i], *dpi);
             }

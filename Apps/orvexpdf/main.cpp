@@ -11,6 +11,8 @@
 #include <new>
 #include <sstream>
 
+#include <malloc.h> // mallopt is glibc's
+
 namespace orvex::tool {
 
 namespace {
@@ -46,7 +48,7 @@ void addGeneralOptions(CLI::App& tool, GeneralOptions& options) {
                     "Least important messages to show: trace, debug, info, notice,\n"
                     "warning (unless told otherwise), error, critical or off")
         ->type_name("LEVEL")
-        ->check(CLI::IsMember(names));
+        ->check(CLI::IsMember(names).description(""));
     tool.add_flag("-q,--quiet", options.quiet, "No messages but the reason of a failure");
     tool.set_version_flag("--version", "orvexpdf " ORVEX_VERSION);
 }
@@ -56,6 +58,14 @@ void applyGeneralOptions(const GeneralOptions& options) {
         std::find_if(levels.begin(), levels.end(), [&](LogLevel level) { return name(level) == options.logLevel; });
     const auto fallback = options.quiet ? LogLevel::error : LogLevel::warning;
     configureMessages(chosen == levels.end() ? fallback : *chosen, options.quiet);
+}
+
+std::string whatIsWrong(const CLI::App& tool, const CLI::ParseError& error, int argc, char** argv) {
+    if (argc < 2) {
+        return "no command given";
+    }
+    const bool isMisnamed = tool.get_subcommands().empty() && *argv[1] != '-';
+    return isMisnamed ? std::string(argv[1]) + ": no such command" : error.what();
 }
 
 /// True when there is a command to run; help and the version are printed here.
@@ -69,9 +79,7 @@ bool parse(CLI::App& tool, int argc, char** argv) {
         printResult(text.str());
         return false;
     } catch (const CLI::ParseError& error) {
-        const bool misnamed = tool.get_subcommands().empty() && argc > 1 && *argv[1] != '-';
-        const std::string reason = misnamed ? std::string(argv[1]) + ": no such command" : error.what();
-        throw Failure(ExitCode::usage, oneLine(reason) + " (see orvexpdf --help)");
+        throw Failure(ExitCode::usage, oneLine(whatIsWrong(tool, error, argc, argv)) + " (see orvexpdf --help)");
     }
 }
 
@@ -117,6 +125,10 @@ ExitCode guarded(int argc, char** argv) {
 } // namespace orvex::tool
 
 int main(int argc, char** argv) {
+    // Scans come and go as blocks of megabytes: the heap keeps them instead of handing each back to the system.
+    constexpr int kept = 64 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, kept / 2);
+    ::mallopt(M_TRIM_THRESHOLD, kept);
     orvex::tool::reserveStandardOutput();
     orvex::tool::watchInterrupts();
     return static_cast<int>(orvex::tool::guarded(argc, argv));

@@ -128,7 +128,18 @@ void AtomicFile::write(std::span<const std::uint8_t> bytes) {
         buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
         return;
     }
+    put(bytes);
+}
+
+void AtomicFile::put(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t stretch = std::size_t{8} << 20;
     check(writeAll(descriptor_, bytes));
+    unsynced_ += bytes.size();
+    if (unsynced_ >= stretch) {
+        // The disk starts now, so that commit() waits for the rest only. Best effort: what matters is the sync there.
+        ::sync_file_range(descriptor_, 0, 0, SYNC_FILE_RANGE_WRITE);
+        unsynced_ = 0;
+    }
 }
 
 void AtomicFile::commit() {
@@ -144,7 +155,7 @@ void AtomicFile::commit() {
 }
 
 void AtomicFile::flush() {
-    check(writeAll(descriptor_, buffer_));
+    put(buffer_);
     buffer_.clear();
 }
 

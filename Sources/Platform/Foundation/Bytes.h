@@ -94,6 +94,7 @@ private:
     void openInPlace();
     void openTemporary(const std::filesystem::path& destination);
     void flush();
+    void put(std::span<const std::uint8_t> bytes);
     void check(int systemError);
     [[noreturn]] void fail(int systemError);
     void discard() noexcept;
@@ -102,6 +103,7 @@ private:
     std::filesystem::path destination_; ///< with links followed
     std::filesystem::path temporary_;   ///< empty when there is nothing to remove
     int descriptor_ = -1;
+    std::size_t unsynced_ = 0; ///< written since the disk was last set going
     std::vector<std::uint8_t> buffer_;
 };
 
