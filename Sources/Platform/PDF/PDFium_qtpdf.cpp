@@ -70,10 +70,18 @@ std::uint8_t overWhite(int value, int alpha) {
 void copyRowOverWhite(const QRgb* from, std::uint8_t* to, std::int64_t width) {
     for (std::int64_t x = 0; x < width; ++x, to += 3) {
         const QRgb pixel = from[x];
-        const int alpha = qAlpha(pixel);
-        to[0] = overWhite(qRed(pixel), alpha);
-        to[1] = overWhite(qGreen(pixel), alpha);
-        to[2] = overWhite(qBlue(pixel), alpha);
+        const QRgb alpha = pixel >> 24;
+        if (alpha == 0 || alpha == 255) { // nearly all pixels: paper that nothing marked, or marked to the full
+            const QRgb shown = alpha == 0 ? ~QRgb{0} : pixel;
+            to[0] = static_cast<std::uint8_t>(shown >> 16);
+            to[1] = static_cast<std::uint8_t>(shown >> 8);
+            to[2] = static_cast<std::uint8_t>(shown);
+        } else {
+            const int a = static_cast<int>(alpha);
+            to[0] = overWhite(qRed(pixel), a);
+            to[1] = overWhite(qGreen(pixel), a);
+            to[2] = overWhite(qBlue(pixel), a);
+        }
     }
 }
 

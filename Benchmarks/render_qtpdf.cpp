@@ -1,0 +1,181 @@
+// First pages of real files at 72 dpi: our pixels and our time against Qt PDF called directly, our pixels against
+// poppler's and MuPDF's. Prints one line per odd page and a summary.
+#include "OrvexPDF/Document.h"
+#include "Platform/Imaging/Codecs.h"
+#include "Platform/PDF/Renderer.h"
+#include "Support/Command.h"
+#include "Support/TempFolder.h"
+
+#include <QtGui/QImage>
+#include <QtPdf/QPdfDocument>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace orvex;
+using Clock = std::chrono::steady_clock;
+
+constexpr double tolerance =
+    6; // mean difference per sample, of 255: other rasterisers' edges and fonts, nothing missing
+constexpr int repeats = 3;
+
+double millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+struct Timed {
+    std::optional<Bitmap> bitmap;
+    double milliseconds = 0;
+};
+
+/// A page of an open document: what a viewer asks for again and again.
+Timed ours(PDFPage& page, std::int64_t width, std::int64_t height) {
+    const auto start = Clock::now();
+    auto bitmap = render(page, {width, height, true, true});
+    return {std::move(bitmap), millisecondsSince(start)};
+}
+
+Bitmap rgbOverWhite(const QImage& image) {
+    Bitmap bitmap;
+    bitmap.width = image.width();
+    bitmap.height = image.height();
+    bitmap.bytesPerRow = Bitmap::tightBytesPerRow(bitmap.width, 3, 8);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            for (const int value : {qRed(pixel), qGreen(pixel), qBlue(pixel)}) {
+                bitmap.samples.push_back(
+                    static_cast<std::uint8_t>((value * qAlpha(pixel) + 255 * (255 - qAlpha(pixel))) / 255));
+            }
+        }
+    }
+    return bitmap;
+}
+
+Timed direct(QPdfDocument& document, std::int64_t width, std::int64_t height) {
+    const auto start = Clock::now();
+    QPdfDocumentRenderOptions options;
+    options.setRenderFlags(QPdfDocumentRenderOptions::RenderFlag::Annotations);
+    const QImage image = document.render(0, {static_cast<int>(width), static_cast<int>(height)}, options);
+    const double time = millisecondsSince(start);
+    return {image.isNull() ? std::nullopt : std::optional(rgbOverWhite(image)), time};
+}
+
+std::optional<Bitmap> otherTool(const std::string& command, const std::string& path) {
+    const test::TempFolder folder;
+    const std::string out = (folder.path() / "page").string();
+    test::run("cd " + test::quoted(folder.path().string()) + " && timeout 60 " + command + " " + test::quoted(path) +
+              (command.starts_with("pdftoppm") ? " page" : " 1"));
+    try {
+        return convertToSRGB(*Image::fromData(readFile(out + ".png"))->representations().front()->bitmap());
+    } catch (const std::exception&) { // the tool could not read the page
+        return std::nullopt;
+    }
+}
+
+/// Mean difference per sample after bringing `b` to the size of `a`; grey counts as three equal samples.
+std::optional<double> difference(const std::optional<Bitmap>& a, const std::optional<Bitmap>& b) {
+    if (!a || !b) {
+        return std::nullopt;
+    }
+    const Bitmap same = a->width == b->width && a->height == b->height ? *b : resample(*b, a->width, a->height);
+    const auto sample = [](const Bitmap& bitmap, std::int64_t x, std::int64_t y, int channel) {
+        const int colors = bitmap.colorSpace.components();
+        return static_cast<double>(bitmap.row(y)[x * bitmap.channels() + std::min(channel, colors - 1)]);
+    };
+    double total = 0;
+    for (std::int64_t y = 0; y < a->height; ++y) {
+        for (std::int64_t x = 0; x < a->width; ++x) {
+            for (int channel = 0; channel < 3; ++channel) {
+                total += std::abs(sample(*a, x, y, channel) - sample(same, x, y, channel));
+            }
+        }
+    }
+    return total / static_cast<double>(a->width * a->height * 3);
+}
+
+struct Shares {
+    int poppler = 0;
+    int mupdf = 0;
+    int either = 0;
+    int compared = 0;
+};
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values.empty() ? 0 : values[values.size() / 2];
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Shares us;
+    Shares qt;
+    double oursTotal = 0;
+    double directTotal = 0;
+    int pages = 0;
+    for (int i = 1; i < argc; ++i) {
+        const std::string path = std::filesystem::absolute(argv[i]).string();
+        const auto document = OrvexPDFDocument::fromFile(path);
+        if (!document || document->pageCount() == 0) {
+            continue;
+        }
+        const Rect media = document->page(0)->bounds(PDFDisplayBox::media);
+        const bool cropped = document->page(0)->bounds(PDFDisplayBox::crop) != media;
+        const bool upright = document->page(0)->rotation() % 180 == 0;
+        const auto width = std::max<std::int64_t>(1, std::llround(upright ? media.width : media.height));
+        const auto height = std::max<std::int64_t>(1, std::llround(upright ? media.height : media.width));
+        if (!isRenderable(width, height)) {
+            continue;
+        }
+        std::vector<double> oursTimes;
+        std::vector<double> directTimes;
+        QPdfDocument opened(nullptr);
+        opened.load(QString::fromStdString(path));
+        Timed mine = ours(*document->page(0), width, height); // opens the file
+        Timed plain = direct(opened, width, height);
+        for (int repeat = 0; repeat < repeats; ++repeat) {
+            plain = direct(opened, width, height);
+            mine = ours(*document->page(0), width, height);
+            oursTimes.push_back(mine.milliseconds);
+            directTimes.push_back(plain.milliseconds);
+        }
+        ++pages;
+        oursTotal += median(oursTimes);
+        directTotal += median(directTimes);
+        const auto poppler = otherTool("pdftoppm -r 72 -png -singlefile -f 1", path);
+        const auto mupdf = otherTool("mutool draw -q -r 72 -o page.png", path);
+        const auto judge = [&](const Timed& timed, Shares& shares) {
+            const auto p = difference(timed.bitmap, poppler);
+            const auto m = difference(timed.bitmap, mupdf);
+            ++shares.compared;
+            shares.poppler += p && *p <= tolerance ? 1 : 0;
+            shares.mupdf += m && *m <= tolerance ? 1 : 0;
+            const bool good = (p && *p <= tolerance) || (m && *m <= tolerance);
+            shares.either += good ? 1 : 0;
+            return good;
+        };
+        const bool good = judge(mine, us);
+        const bool qtGood = judge(plain, qt);
+        if (!good) {
+            std::printf("differs %s (Qt PDF alone %s%s)\n", path.c_str(), qtGood ? "agrees" : "differs as well",
+                        cropped ? ", cropped" : "");
+        }
+    }
+    std::printf("pages %d, tolerance %.0f of 255\n", pages, tolerance);
+    std::printf("          near poppler  near MuPDF  near either\n");
+    std::printf("ours      %12d %11d %12d\n", us.poppler, us.mupdf, us.either);
+    std::printf("Qt PDF    %12d %11d %12d\n", qt.poppler, qt.mupdf, qt.either);
+    std::printf("time of rendering: ours %.0f ms, Qt PDF directly %.0f ms, ratio %.3f\n", oursTotal, directTotal,
+                oursTotal / directTotal);
+    return EXIT_SUCCESS;
+}
