@@ -211,20 +211,21 @@ OrvexFoundPage foundPage(const std::vector<ExpectedItem>& items, Size size) {
     return page;
 }
 
-std::shared_ptr<OrvexPDFPage> whitePage() {
+ImagePtr whiteImage() {
     auto bitmap = std::make_shared<Bitmap>();
     bitmap->width = static_cast<std::int64_t>(pageWidth);
     bitmap->height = static_cast<std::int64_t>(pageHeight);
     bitmap->colorSpace.model = ColorModel::gray;
     bitmap->bytesPerRow = static_cast<std::size_t>(bitmap->width);
     bitmap->samples.assign(static_cast<std::size_t>(bitmap->width * bitmap->height), 255);
-    return OrvexPDFPage::fromImage(Image::fromBitmap(bitmap));
+    return Image::fromBitmap(bitmap);
 }
 
 std::shared_ptr<OrvexPDFDocument> documentOf(const std::vector<Case>& cases) {
     auto document = std::make_shared<OrvexPDFDocument>();
+    const ImagePtr image = whiteImage();
     for (const auto& c : cases) {
-        const auto page = whitePage();
+        const auto page = OrvexPDFPage::fromImage(image);
         page->foundPage = std::make_shared<const OrvexFoundPage>(foundPage(c.items, Size{pageWidth, pageHeight}));
         document->insertPage(page, document->pageCount());
     }
@@ -441,8 +442,8 @@ std::string pixels(const test::SavedDocument& saved, const std::string& command)
 void expectSamePixels(const OrvexPDFDocument& with, const OrvexPDFDocument& without) {
     const test::SavedDocument layered(with);
     const test::SavedDocument plain(without);
-    const std::string poppler = R"(sh -c 'pdftoppm -r 100 "$1" "$0"')";
-    const std::string mupdf = R"(sh -c 'mutool draw -q -r 100 -o "$0-%d.ppm" "$1"')";
+    const std::string poppler = R"(sh -c 'pdftoppm -r 72 "$1" "$0"')";
+    const std::string mupdf = R"(sh -c 'mutool draw -q -r 72 -o "$0-%d.ppm" "$1"')";
     for (const auto& command : {poppler, mupdf}) {
         const std::string seen = pixels(layered, command);
         EXPECT_GT(seen.size(), 100'000U);
