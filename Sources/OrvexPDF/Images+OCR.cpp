@@ -21,7 +21,7 @@ ImagePtr orvexOCRImage(OrvexPDFPage& page) {
     constexpr double scale = 300.0 / 72.0;
     const Rect media = page.bounds(PDFDisplayBox::media);
     const double edge = std::max({media.width, media.height, leastEdge}) * scale;
-    const ImagePtr thumbnail = page.thumbnail72DPI({edge, edge});
+    ImagePtr thumbnail = page.thumbnail72DPI({edge, edge});
     const auto png = orvexDataForPNG(*thumbnail);
     try {
         return png ? Image::fromData(*png) : thumbnail;

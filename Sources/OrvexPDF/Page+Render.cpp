@@ -109,7 +109,7 @@ ImagePtr OrvexPDFPage::thumbnail72DPI(Size size) {
     ImagePtr thumb = thumbnail({size.width / scale, size.height / scale});
     thumb = thumb ? thumb : std::make_shared<Image>();
     warnUnlessDPI(*thumb, scale * 72, "Thumbnail with unexpected DPI: ");
-    const auto result = std::make_shared<Image>(Size{scale * thumb->size().width, scale * thumb->size().height});
+    auto result = std::make_shared<Image>(Size{scale * thumb->size().width, scale * thumb->size().height});
     if (!thumb->representations().empty()) {
         const ImageRepPtr rep = thumb->representations().front();
         rep->setSize({static_cast<double>(rep->pixelsWide()), static_cast<double>(rep->pixelsHigh())});

@@ -25,9 +25,9 @@ struct PageRaster {
 
 /// The crop box of a page as shown, scaled to the raster, over white: 8-bit RGB. Empty when PDFium cannot read it.
 /// Threads: any.
-[[nodiscard]] std::optional<Bitmap> rasterPage(const PDFSource& source, int page, const PageRaster& raster);
+[[nodiscard]] std::optional<Bitmap> rasterPage(const PDFSource& source, int page, const PageRaster& request);
 /// The same for the only page of a file that is not kept.
-[[nodiscard]] std::optional<Bitmap> rasterFirstPage(const Bytes& file, const PageRaster& raster);
+[[nodiscard]] std::optional<Bitmap> rasterFirstPage(const Bytes& file, const PageRaster& request);
 
 /// The source goes away: whatever was kept of it for reading goes, too.
 void closeInPDFium(const PDFSource& source);
