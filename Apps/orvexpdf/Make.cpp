@@ -63,6 +63,16 @@ void requireFonts() {
     }
 }
 
+/// Decodes the image only to hear what is wrong with it.
+void requirePixels(const Image& image, const std::string& name) {
+    const auto rep = image.bestRepresentation();
+    try {
+        (void)rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh());
+    } catch (const ImageError& error) {
+        throw Failure(ExitCode::inputUnusable, name + ": " + error.what());
+    }
+}
+
 /// Gives up the image itself once its page is made: with many scans it is the memory that matters.
 OrvexPDFPagePtr generate(OrvexPDFDocumentManager& manager, SourceImage& source, OrvexPDFPageMeta& record) {
     throwIfInterrupted();
@@ -72,12 +82,7 @@ OrvexPDFPagePtr generate(OrvexPDFDocumentManager& manager, SourceImage& source, 
         throw Failure(ExitCode::inputUnusable, source.name + ": no page can be made from it");
     }
     if (record.squeeze && content->image == record.originalImage) {
-        // Nothing was encoded, so nothing could be decoded; decoding once more says why.
-        try {
-            (void)content->image->bestRepresentation()->bitmap();
-        } catch (const ImageError& error) {
-            throw Failure(ExitCode::inputUnusable, source.name + ": " + error.what());
-        }
+        requirePixels(*content->image, source.name); // nothing was encoded: could nothing be decoded?
     }
     source.image.reset();
     record.originalImage.reset();
@@ -95,7 +100,8 @@ std::vector<OrvexPDFPagePtr> generateAll(OrvexPDFDocumentManager& manager, std::
     return pages;
 }
 
-void addPages(OrvexPDFDocumentManager& manager, const MakeOptions& options) {
+/// Adds all pages; returns the names of what they were made from.
+std::vector<std::string> addPages(OrvexPDFDocumentManager& manager, const MakeOptions& options) {
     const auto squeeze = readPreset(options.squeeze);
     auto sources = readImages(options.images, options.dpi);
     const auto found = readFoundPages(options.found, sources.size());
@@ -109,12 +115,26 @@ void addPages(OrvexPDFDocumentManager& manager, const MakeOptions& options) {
         records.back().watermarkText = options.watermark;
     }
     const auto pages = generateAll(manager, sources, records);
+    std::vector<std::string> names;
     for (std::size_t i = 0; i < pages.size(); ++i) {
         manager.insert(pages[i], -1, records[i]);
+        names.push_back(sources[i].name);
     }
+    return names;
 }
 
-std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path) {
+/// Some images are decoded only when they are written; the writer does not know their files.
+[[noreturn]] void blame(const OrvexPDFDocumentManager& manager, const std::vector<std::string>& names,
+                        const PDFWriteError& error) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto page = manager.page(static_cast<std::int64_t>(i));
+        requirePixels(*std::get<ImagePageContent>(page->content()).image, names[i]);
+    }
+    throw Failure(ExitCode::other, error.what());
+}
+
+/// Writes the file; returns its size. `names` tell what the pages were made from.
+std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path, const std::vector<std::string>& names) {
     class Counter final : public ByteSink {
     public:
         explicit Counter(ByteSink& target) : target_(target) {}
@@ -128,11 +148,15 @@ std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path) {
         ByteSink& target_;
     };
     std::int64_t size = 0;
-    writeOutput(path, [&](ByteSink& sink) {
-        Counter counter(sink);
-        manager.write(counter);
-        size = counter.count;
-    });
+    try {
+        writeOutput(path, [&](ByteSink& sink) {
+            Counter counter(sink);
+            manager.write(counter);
+            size = counter.count;
+        });
+    } catch (const PDFWriteError& error) {
+        blame(manager, names, error);
+    }
     return size;
 }
 
@@ -140,7 +164,7 @@ void make(const MakeOptions& options) {
     checkOptions(options);
     const auto manager = OrvexPDFDocumentManager::create();
     manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
-    addPages(*manager, options);
+    const auto names = addPages(*manager, options);
     if (options.title) {
         manager->pdfDoc->setTitle(*options.title);
     }
@@ -148,7 +172,7 @@ void make(const MakeOptions& options) {
         manager->pdfDoc->setAuthor(*options.author);
     }
     const auto count = manager->pdfDoc->pageCount();
-    const auto size = save(*manager, options.output);
+    const auto size = save(*manager, options.output, names);
     report("wrote " + (options.output == "-" ? "standard output" : options.output) + ": " + std::to_string(count) +
            (count == 1 ? " page, " : " pages, ") + formatByteCount(size));
 }

@@ -48,6 +48,20 @@ TEST_F(BadInput, ImagesWithGarbageInsideDoNotCrash) {
     }
 }
 
+TEST_F(BadInput, ImagesThatBreakOnlyWhenTheyAreDecodedAreNamed) {
+    oracle("printf '%%!\\n1 1 3 { 9 mul 72 exch 300 300 rectfill showpage } for' | "
+           "gs -q -sDEVICE=tiff24nc -sCompression=lzw -r72 -g612x792 -o good.tiff -");
+    std::string damaged(read("good.tiff").text());
+    const auto page = damaged.size() / 3;
+    for (std::size_t at = page + page / 3; at < page + page / 2; ++at) {
+        damaged[at] = static_cast<char>(0xff);
+    }
+    write("bad.tiff", damaged);
+    for (const std::string squeeze : {"", " --squeeze strong"}) {
+        expectRefusal("orvexpdf make good.tiff bad.tiff -o out.pdf" + squeeze, unusable, {"bad.tiff (page 2)"});
+    }
+}
+
 TEST_F(BadInput, MissingAndUnreadableFiles) {
     copySample("2-letter.jpg", "a.jpg");
     oracle("mkdir folder");

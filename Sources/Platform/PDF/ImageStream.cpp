@@ -115,7 +115,8 @@ std::shared_ptr<const ImageStream> makeImageStream(const Image& image) {
         throw ImageError("the image has no pixels");
     }
     auto stream = passThrough(*rep);
-    return stream ? stream : fromSamples(*rep->bitmap());
+    // Decoded anew rather than kept by the image: pages by the hundred would hold their samples until the end.
+    return stream ? stream : fromSamples(*rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh()));
 }
 
 } // namespace orvex
