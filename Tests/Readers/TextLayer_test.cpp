@@ -6,9 +6,8 @@
 #include "Platform/Text/Bidi.h"
 #include "Platform/Text/Font.h"
 #include "Support/Command.h"
-#include "Support/PDFFixture.h"
-#include "Support/Readers.h"
 #include "Support/SavedDocument.h"
+#include "Support/TextLayerCase.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,25 +19,13 @@ namespace orvex {
 namespace {
 
 using test::ExpectedItem;
+using test::Lines;
+using test::naturalWidth;
 using test::Reader;
-using Lines = std::vector<std::string>;
+using Case = test::TextLayerCase;
 
 constexpr double pageWidth = 600;
 constexpr double pageHeight = 800;
-
-struct Case {
-    std::string name;
-    std::vector<ExpectedItem> items;
-    Lines lines; ///< what is to be read
-    /// What a reader reads instead, for a reason that no encoding changes; none where that is beyond description.
-    std::map<Reader, Lines> others;
-    std::set<Reader> butForBlanks; ///< readers that get the characters right and misplace blanks
-    bool overlaps = true;          ///< whether boxes are compared; otherwise they only have to be covered
-};
-
-double naturalWidth(const std::string& text, double height) {
-    return Font::require("Helvetica")->lineWidth(text) * height;
-}
 
 /// One item per line, a little narrower than Helvetica.
 Case lineItems(const std::string& name, const Lines& lines, std::map<Reader, Lines> others = {}) {
@@ -202,15 +189,6 @@ std::vector<Case> allCases() {
     return cases;
 }
 
-OrvexFoundPage foundPage(const std::vector<ExpectedItem>& items, Size size) {
-    OrvexFoundPage page{OrvexFoundSize(size)};
-    page.items.emplace();
-    for (const auto& item : items) {
-        page.items->emplace_back(item.text, OrvexFoundBox(item.box));
-    }
-    return page;
-}
-
 ImagePtr whiteImage() {
     auto bitmap = std::make_shared<Bitmap>();
     bitmap->width = static_cast<std::int64_t>(pageWidth);
@@ -226,71 +204,10 @@ std::shared_ptr<OrvexPDFDocument> documentOf(const std::vector<Case>& cases) {
     const ImagePtr image = whiteImage();
     for (const auto& c : cases) {
         const auto page = OrvexPDFPage::fromImage(image);
-        page->foundPage = std::make_shared<const OrvexFoundPage>(foundPage(c.items, Size{pageWidth, pageHeight}));
+        page->foundPage = test::foundPage(c.items, {pageWidth, pageHeight});
         document->insertPage(page, document->pageCount());
     }
     return document;
-}
-
-bool covers(const Rect& outer, const Rect& inner) {
-    constexpr double tolerance = 0.3;
-    return outer.x <= inner.x + tolerance && outer.maxX() >= inner.maxX() - tolerance &&
-           outer.y <= inner.y + tolerance && outer.maxY() >= inner.maxY() - tolerance;
-}
-
-/// What lies on an item's box, where the order of the texts differs from the items' own.
-std::vector<test::Match> lyingOn(const std::vector<ExpectedItem>& items, const std::vector<test::ReadPiece>& pieces) {
-    std::vector<test::Match> matches;
-    for (const auto& item : items) {
-        std::optional<Rect> all;
-        for (const auto& piece : pieces) {
-            if (covers(item.box, {piece.box.midX(), piece.box.midY(), 0, 0})) {
-                test::unite(all, piece.box);
-            }
-        }
-        matches.push_back({item.box, all.value_or(Rect{}), item.text});
-    }
-    return matches;
-}
-
-void expectBoxes(const Case& c, const std::vector<test::ReadPiece>& pieces, bool inOrder) {
-    const auto matches = inOrder ? test::matched(c.items, pieces) : lyingOn(c.items, pieces);
-    ASSERT_TRUE(matches) << "the boxes hold another text";
-    for (const auto& [item, read, text] : *matches) {
-        if (c.overlaps) {
-            EXPECT_GE(test::overlap(item, read), 0.9) << text;
-        } else {
-            EXPECT_TRUE(covers(read, item)) << text;
-        }
-    }
-}
-
-Lines withoutBlanks(const Lines& lines) {
-    Lines result;
-    std::ranges::transform(lines, std::back_inserter(result), test::squeezed);
-    return result;
-}
-
-bool holdsRightToLeft(const Case& c) {
-    return std::ranges::any_of(c.lines,
-                               [](const auto& line) { return line.find_first_of("\xD6\xD7\xD8\xD9") != line.npos; });
-}
-
-void expectReads(const Case& c, Reader reader, const test::ReadPage& page) {
-    SCOPED_TRACE(c.name);
-    const auto other = c.others.find(reader);
-    if (other != c.others.end() && other->second.empty()) {
-        return;
-    }
-    const Lines& expected = other == c.others.end() ? c.lines : other->second;
-    if (c.butForBlanks.contains(reader)) {
-        EXPECT_EQ(withoutBlanks(page.lines), withoutBlanks(expected));
-    } else {
-        EXPECT_EQ(page.lines, expected);
-    }
-    if (other == c.others.end() || holdsRightToLeft(c)) {
-        expectBoxes(c, page.pieces, !holdsRightToLeft(c));
-    }
 }
 
 class TextLayer : public testing::TestWithParam<Reader> {};
@@ -304,120 +221,7 @@ TEST_P(TextLayer, IsReadBackExactly) {
     const auto pages = test::read(GetParam(), saved.path());
     ASSERT_GE(pages.size(), cases.size());
     for (std::size_t i = 0; i < cases.size(); ++i) {
-        expectReads(cases[i], GetParam(), pages[i]);
-    }
-}
-
-/// A page of a file with the layer turned to match the page's rotation: found boxes are those of the page as shown.
-struct LoadedPage {
-    int rotation;
-    Rect media;
-    Rect crop;
-};
-
-const std::vector<LoadedPage> loadedPages = [] {
-    const Rect plain{0, 0, 600, 800};
-    const Rect offset{100, -200, 600, 800};
-    std::vector<LoadedPage> pages;
-    for (const int rotation : {0, 90, 180, 270}) {
-        pages.push_back({rotation, plain, plain});
-        pages.push_back({rotation, offset, offset});
-        pages.push_back({rotation, offset, {140, -180, 550, 750}});
-    }
-    return pages;
-}();
-
-/// A size as it is shown.
-Size turned(const Size& size, int rotation) {
-    return rotation % 180 == 0 ? size : Size{size.height, size.width};
-}
-
-/// Where a rectangle of page space is shown in `view`, a box of the page, from the view's upper left corner.
-Rect shown(const Rect& rect, const Rect& view, int rotation) {
-    switch (rotation) {
-    case 90:
-        return {rect.y - view.y, rect.x - view.x, rect.height, rect.width};
-    case 180:
-        return {view.maxX() - rect.maxX(), rect.y - view.y, rect.width, rect.height};
-    case 270:
-        return {view.maxY() - rect.maxY(), view.maxX() - rect.maxX(), rect.height, rect.width};
-    default:
-        return {rect.x - view.x, view.maxY() - rect.maxY(), rect.width, rect.height};
-    }
-}
-
-/// The rectangle of page space that is shown as `rect`.
-Rect inPageSpace(const Rect& rect, const Rect& view, int rotation) {
-    switch (rotation) {
-    case 90:
-        return {view.x + rect.y, view.y + rect.x, rect.height, rect.width};
-    case 180:
-        return {view.maxX() - rect.maxX(), view.y + rect.y, rect.width, rect.height};
-    case 270:
-        return {view.maxX() - rect.maxY(), view.maxY() - rect.maxX(), rect.height, rect.width};
-    default:
-        return {view.x + rect.x, view.maxY() - rect.maxY(), rect.width, rect.height};
-    }
-}
-
-/// Readers show the crop box. Qt PDF gives PDFium's boxes in page space, upside down by the height of what is shown.
-Rect asReported(const Rect& box, const LoadedPage& page, Reader reader) {
-    const Rect rect = inPageSpace(box, page.media, page.rotation);
-    if (reader == Reader::pdfium) {
-        return {rect.x, turned(page.crop.size(), page.rotation).height - rect.maxY(), rect.width, rect.height};
-    }
-    return shown(rect, page.crop, page.rotation);
-}
-
-std::string boxEntry(const std::string& key, const Rect& box) {
-    std::ostringstream out;
-    out << key << " [" << box.x << ' ' << box.y << ' ' << box.maxX() << ' ' << box.maxY() << "]";
-    return out.str();
-}
-
-std::vector<ExpectedItem> itemsOfLoadedPages() {
-    const double height = 20;
-    std::vector<ExpectedItem> items;
-    double y = 100;
-    for (const std::string line : {"A line of text", "and another one"}) {
-        items.push_back({line, {90, y, naturalWidth(line, height), height}});
-        y += 50;
-    }
-    return items;
-}
-
-std::shared_ptr<OrvexPDFDocument> documentOfLoadedPages() {
-    std::vector<test::FixturePage> pages;
-    for (const auto& page : loadedPages) {
-        pages.push_back({"q 0 0 1 rg 200 300 9 9 re f Q", boxEntry("", page.media),
-                         boxEntry("/CropBox", page.crop) + " /Rotate " + std::to_string(page.rotation)});
-    }
-    auto document = OrvexPDFDocument::fromData(test::pdfFromPages(pages));
-    for (std::size_t i = 0; i < loadedPages.size(); ++i) {
-        const auto page = document->orvexPage(static_cast<std::int64_t>(i));
-        page->textRotation = loadedPages[i].rotation;
-        page->foundPage = std::make_shared<const OrvexFoundPage>(
-            foundPage(itemsOfLoadedPages(), turned(loadedPages[i].media.size(), loadedPages[i].rotation)));
-    }
-    return document;
-}
-
-TEST_P(TextLayer, StandsRightOnTurnedAndOffsetPages) {
-    if (!test::hasReader(GetParam())) {
-        GTEST_SKIP() << test::name(GetParam()) << " is not installed";
-    }
-    const test::SavedDocument saved(*documentOfLoadedPages());
-    const auto pages = test::read(GetParam(), saved.path());
-    ASSERT_GE(pages.size(), loadedPages.size());
-    for (std::size_t i = 0; i < loadedPages.size(); ++i) {
-        const LoadedPage& page = loadedPages[i];
-        Case c{boxEntry("/CropBox", page.crop) + " turned by " + std::to_string(page.rotation),
-               itemsOfLoadedPages(),
-               {"A line of text", "and another one"}};
-        for (auto& item : c.items) {
-            item.box = asReported(item.box, page, GetParam());
-        }
-        expectReads(c, GetParam(), pages[i]);
+        test::expectReads(cases[i], GetParam(), pages[i]);
     }
 }
 
@@ -429,28 +233,6 @@ INSTANTIATE_TEST_SUITE_P(InEveryReader, TextLayer,
                              std::erase(name, '-');
                              return name;
                          });
-
-/// Every page as pixels, one after the other.
-std::string pixels(const test::SavedDocument& saved, const std::string& command) {
-    const test::TempFolder folder;
-    const std::string out = test::quoted((folder.path() / "page").string());
-    const auto result = test::run(command + " " + out + " " + test::quoted(saved.path()) + " && cat " + out + "*");
-    EXPECT_EQ(result.exitCode, 0) << result.errors;
-    return result.output;
-}
-
-void expectSamePixels(const OrvexPDFDocument& with, const OrvexPDFDocument& without) {
-    const test::SavedDocument layered(with);
-    const test::SavedDocument plain(without);
-    const std::string poppler = R"(sh -c 'pdftoppm -r 72 "$1" "$0"')";
-    const std::string mupdf = R"(sh -c 'mutool draw -q -r 72 -o "$0-%d.ppm" "$1"')";
-    for (const auto& command : {poppler, mupdf}) {
-        const std::string seen = pixels(layered, command);
-        EXPECT_GT(seen.size(), 100'000U);
-        EXPECT_TRUE(seen == pixels(plain, command)) << command;
-    }
-}
-
 TEST(TextLayerLook, IsTheSameWithAndWithoutIt) {
     if (!test::hasReader(Reader::poppler) || !test::hasReader(Reader::mupdf)) {
         GTEST_SKIP() << "poppler or MuPDF is not installed";
@@ -460,13 +242,7 @@ TEST(TextLayerLook, IsTheSameWithAndWithoutIt) {
     for (auto& c : cases) {
         c.items.clear();
     }
-    expectSamePixels(*with, *documentOf(cases));
-    const auto loaded = documentOfLoadedPages();
-    const auto bare = documentOfLoadedPages();
-    for (const auto& page : bare->orvexPages()) {
-        page->foundPage = nullptr;
-    }
-    expectSamePixels(*loaded, *bare);
+    test::expectSamePixels(*with, *documentOf(cases));
 }
 
 class PDFAConversion : public testing::TestWithParam<int> {};
@@ -489,7 +265,7 @@ TEST_P(PDFAConversion, KeepsTheLayerAndKeepsItInvisible) {
     const auto pages = test::read(Reader::poppler, converted);
     ASSERT_GE(pages.size(), cases.size());
     for (std::size_t i = 0; i < cases.size(); ++i) {
-        expectReads(cases[i], Reader::poppler, pages[i]);
+        test::expectReads(cases[i], Reader::poppler, pages[i]);
     }
     const auto image = test::run("pdftoppm -r 40 -gray " + test::quoted(converted) + " | tail -c 100000");
     EXPECT_EQ(std::ranges::count(image.output, '\xFF'), std::ssize(image.output)) << "something shows";
