@@ -23,9 +23,7 @@ using testing::IsEmpty;
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
 std::shared_ptr<OrvexPDFPage> blankPage(const std::string& mediaBox = "[0 0 500 1000]") {
-    static std::vector<std::shared_ptr<OrvexPDFDocument>> documents; // pages live as long as what they came from
-    documents.push_back(OrvexPDFDocument::fromData(test::pdfFromPages({{"", mediaBox, ""}})));
-    return documents.back()->orvexPage(0);
+    return OrvexPDFDocument::fromData(test::pdfFromPages({{"", mediaBox, ""}}))->orvexPage(0);
 }
 
 OrvexFoundItem item(const std::string& text, const Rect& box) {
