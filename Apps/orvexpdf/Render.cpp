@@ -2,6 +2,7 @@
 #include "Failure.h"
 #include "Input.h"
 #include "Interrupt.h"
+#include "MakePages.h"
 #include "Messages.h"
 #include "OpenPDF.h"
 #include "Output.h"
@@ -25,6 +26,7 @@ struct RenderOptions {
     std::string size;
     std::int64_t dpi = 72;
     bool debug = false;
+    std::vector<std::string> found;
     std::string output;
 };
 
@@ -33,8 +35,8 @@ constexpr auto renderExamples = R"(Examples:
       The third page as people see it, with annotations and watermark.
   orvexpdf render book.pdf --pages 1-20 -o page-%03d.png
       Twenty files: page-001.png to page-020.png.
-  orvexpdf render scan.pdf --page 1 --debug -o layer.png
-      With the text layer in colour, for layers that the page still carries.)";
+  orvexpdf render scan.pdf --page 1 --found scan.json --debug -o layer.png
+      Where recognised text would stand, in colour over the page.)";
 
 constexpr auto thumbnailExamples = R"(Examples:
   orvexpdf thumbnail book.pdf --page 1 --size 200x200 -o cover.png
@@ -82,7 +84,6 @@ void writePNG(const Image& image, double dpi, const std::string& path) {
 
 void renderPage(OrvexPDFPage& page, std::int64_t index, const RenderOptions& options, const std::string& path) {
     throwIfInterrupted();
-    page.debug = options.debug;
     try {
         writePNG(*page.render(options.dpi), static_cast<double>(options.dpi), path);
     } catch (const OrvexPDFPageError& error) {
@@ -97,12 +98,15 @@ void render(const RenderOptions& options) {
     const auto manager = openPDF(options.file);
     const auto& range = options.page.empty() ? options.pages : options.page;
     const auto pages = parsePages(range, manager->pdfDoc->pageCount());
+    const auto found = readFoundPages(options.found, pages.size());
     Progress progress("Rendering", pages.size());
-    for (const auto index : pages) {
-        const std::string path = options.pages.empty() ? options.output : numbered(options.output, index + 1);
+    for (std::size_t i = 0; i < pages.size(); ++i, progress.advance()) {
+        const std::string path = options.pages.empty() ? options.output : numbered(options.output, pages[i] + 1);
         checkOutput(path, {options.file});
-        renderPage(*manager->page(index), index, options, path);
-        progress.advance();
+        OrvexPDFPage& page = *manager->page(pages[i]);
+        page.debug = options.debug;
+        page.foundPage = i < found.size() ? found[i] : nullptr;
+        renderPage(page, pages[i], options, path);
     }
     report("wrote " + std::to_string(pages.size()) + (pages.size() == 1 ? " picture" : " pictures"));
 }
@@ -139,7 +143,11 @@ Command addRender(CLI::App& tool) {
     app->add_option("--dpi", options->dpi, "Resolution; 72 unless told otherwise")
         ->type_name("D")
         ->check(CLI::Range(1, 10000));
-    app->add_flag("--debug", options->debug, "Text layers in colour");
+    app->add_option("--found", options->found, "Recognised text to lay over the pages, as JSON")
+        ->type_name("FILE.json")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->add_flag("--debug", options->debug, "The laid text in colour, over boxes");
     app->footer(renderExamples);
     return {app, [options] { render(*options); }};
 }

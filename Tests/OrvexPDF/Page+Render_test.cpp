@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <fstream>
+#include <future>
 #include <limits>
 
 namespace orvex {
@@ -135,6 +136,25 @@ TEST(PageRendering, ImagePagesRenderLikeLoadedOnes) {
     const auto again = page->image(72);
     EXPECT_EQ(shadeAt(*again, 50, 150), red);
     EXPECT_EQ(shadeAt(*again, 150, 50), white);
+}
+
+TEST(PageRendering, SeveralThreadsRenderTheSameFile) {
+    const auto document = squarePage("[0 0 300 200]");
+    const auto expected = document->orvexPage(0)->image(72)->representations().front()->bitmap()->samples;
+    std::vector<std::future<bool>> results;
+    for (int i = 0; i < 4; ++i) {
+        results.push_back(std::async(std::launch::async, [&document, &expected] {
+            bool same = true;
+            for (int round = 0; round < 5; ++round) {
+                const auto image = document->orvexPage(0)->image(72);
+                same = same && image->representations().front()->bitmap()->samples == expected;
+            }
+            return same;
+        }));
+    }
+    for (auto& result : results) {
+        EXPECT_TRUE(result.get());
+    }
 }
 
 TEST(Thumbnail, FitsThePageAsShownAndKeepsItsProportions) {

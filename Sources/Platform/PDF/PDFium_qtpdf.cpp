@@ -8,6 +8,8 @@
 #include <QtPdf/QPdfDocument>
 #include <QtPdf/QPdfSelection>
 
+#include <algorithm>
+#include <bit>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -63,37 +65,49 @@ struct PDFium {
 };
 
 /// `value` with `alpha` over white.
-std::uint8_t overWhite(int value, int alpha) {
-    return static_cast<std::uint8_t>((value * alpha + 255 * (255 - alpha) + 127) / 255);
+QRgb overWhite(QRgb value, QRgb alpha) {
+    return (value * alpha + 255 * (255 - alpha) + 127) / 255;
 }
 
-void copyRowOverWhite(const QRgb* from, std::uint8_t* to, std::int64_t width) {
-    for (std::int64_t x = 0; x < width; ++x, to += 3) {
-        const QRgb pixel = from[x];
-        const QRgb alpha = pixel >> 24;
-        if (alpha == 0 || alpha == 255) { // nearly all pixels: paper that nothing marked, or marked to the full
-            const QRgb shown = alpha == 0 ? ~QRgb{0} : pixel;
-            to[0] = static_cast<std::uint8_t>(shown >> 16);
-            to[1] = static_cast<std::uint8_t>(shown >> 8);
-            to[2] = static_cast<std::uint8_t>(shown);
-        } else {
-            const int a = static_cast<int>(alpha);
-            to[0] = overWhite(qRed(pixel), a);
-            to[1] = overWhite(qGreen(pixel), a);
-            to[2] = overWhite(qBlue(pixel), a);
-        }
+/// PDFium's blue, green, red, alpha as opaque red, green, blue, alpha.
+QRgb shown(QRgb pixel) {
+    const QRgb alpha = pixel >> 24;
+    const QRgb red = overWhite(pixel >> 16 & 0xFF, alpha);
+    const QRgb green = overWhite(pixel >> 8 & 0xFF, alpha);
+    const QRgb blue = overWhite(pixel & 0xFF, alpha);
+    return 0xFF000000 | blue << 16 | green << 8 | red;
+}
+
+/// The same for pixels that are opaque or empty, without arithmetic.
+QRgb shownWhole(QRgb pixel) {
+    const QRgb swapped = (pixel & 0xFF00FF00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
+    return pixel >> 24 == 0 ? ~QRgb{0} : swapped;
+}
+
+/// Nearly all rows hold paper that nothing marked and pixels marked to the full; those go through registers whole.
+void copyRowOverWhite(const QRgb* from, QRgb* to, std::int64_t width) {
+    QRgb partial = 0;
+    for (std::int64_t x = 0; x < width; ++x) {
+        partial |= ((from[x] >> 24) + 1) & 0xFE;
+    }
+    if (partial == 0) {
+        std::transform(from, from + width, to, shownWhole);
+    } else {
+        std::transform(from, from + width, to, shown);
     }
 }
 
 Bitmap overWhite(const QImage& image) {
+    static_assert(std::endian::native == std::endian::little, "pixels are put together as little-endian words");
     Bitmap bitmap;
     bitmap.width = image.width();
     bitmap.height = image.height();
-    bitmap.bytesPerRow = Bitmap::tightBytesPerRow(bitmap.width, 3, 8);
+    bitmap.alpha = Alpha::straight;
+    bitmap.bytesPerRow = Bitmap::tightBytesPerRow(bitmap.width, bitmap.channels(), 8);
     bitmap.samples.resize(bitmap.bytesPerRow * static_cast<std::size_t>(bitmap.height));
     for (std::int64_t y = 0; y < bitmap.height; ++y) {
         const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(static_cast<int>(y)));
-        copyRowOverWhite(row, bitmap.row(y), bitmap.width);
+        copyRowOverWhite(row, reinterpret_cast<QRgb*>(bitmap.row(y)), bitmap.width);
     }
     return bitmap;
 }
