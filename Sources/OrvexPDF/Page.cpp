@@ -9,17 +9,17 @@ namespace orvex {
 
 namespace {
 
-/// Turns about the middle of a box that has its corner at the origin; a quarter turn is scaled so that a layer made for
-/// the box fits it again. By design every angle but a half turn is scaled so.
-AffineTransform textRotationTransform(const Size& box, std::int64_t degrees) {
+/// Turns about the middle of the box; a quarter turn is scaled so that a layer made for the box fits it again. By
+/// design every angle but a half turn is scaled so.
+AffineTransform textRotationTransform(const Rect& box, std::int64_t degrees) {
     const bool halfTurn = degrees == 180 || degrees == -180;
     const double sx = halfTurn ? 1 : box.height / box.width;
     const double sy = halfTurn ? 1 : box.width / box.height;
     return AffineTransform{}
-        .translated(box.width / 2, box.height / 2)
+        .translated(box.midX(), box.midY())
         .rotated(static_cast<double>(degrees) * std::numbers::pi / 180)
         .scaled(sx, sy)
-        .translated(-box.width / 2, -box.height / 2);
+        .translated(-box.midX(), -box.midY());
 }
 
 } // namespace
@@ -34,8 +34,12 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
         PDFPage::draw(box, context);
     }
     const ScopedState overlay(context);
+    const Rect drawn = bounds(box);
     if (const std::int64_t degrees = textRotation % 360; degrees != 0) {
-        context.concatenate(textRotationTransform(bounds(box).size(), degrees));
+        context.concatenate(textRotationTransform(drawn, degrees));
+    }
+    if (drawn.x != 0 || drawn.y != 0) { // what follows is drawn from the box's corner
+        context.concatenate(AffineTransform{}.translated(drawn.x, drawn.y));
     }
     if (UserDefaults::standard().boolForKey("debug")) {
         debug = true; // by design it stays on when the setting goes off again

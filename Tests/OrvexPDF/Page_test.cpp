@@ -97,6 +97,25 @@ TEST(Page, OtherTurnsRotateAndScaleToTheBox) {
     }
 }
 
+TEST(Page, WithAnOffsetBoxTheTurnIsAboutItsMiddleAndTheLayerStartsAtItsCorner) {
+    const auto document =
+        OrvexPDFDocument::fromData(pdfFromPages({{"", "[100 -50 400 150]", "/CropBox [150 0 350 100]"}}));
+    const auto page = document->orvexPage(0);
+    for (const std::int64_t degrees : {-450, -90, 45, 89, 90, 180}) {
+        page->textRotation = degrees;
+        for (const auto box : {PDFDisplayBox::media, PDFDisplayBox::crop}) {
+            RecordingContext context;
+            page->draw(box, context);
+            const auto& operations = context.operations();
+            const Rect bounds = page->bounds(box);
+            const Point middle = operations.at(4).transform.apply(Point{bounds.midX(), bounds.midY()});
+            EXPECT_NEAR(middle.x, bounds.midX(), 1e-9) << degrees;
+            EXPECT_NEAR(middle.y, bounds.midY(), 1e-9) << degrees;
+            EXPECT_EQ(operations.at(5).transform, AffineTransform{}.translated(bounds.x, bounds.y)) << degrees;
+        }
+    }
+}
+
 TEST(Page, AQuarterTurnFillsTheBoxAgain) {
     const Rect box = turn(90).apply(Rect{0, 0, 300, 200});
     EXPECT_NEAR(box.x, 0, 1e-9);

@@ -169,8 +169,7 @@ void Composer::buildTree() {
 }
 
 void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
-    const Rect media = page.bounds(PDFDisplayBox::media);
-    ContentStreamContext context(invisible_, outlines_, freePrefix(object), {media.x, media.y});
+    ContentStreamContext context(invisible_, outlines_, freePrefix(object));
     page.draw(PDFDisplayBox::media, context);
     if (page.rotation() != pageRotation(object)) {
         object.replaceKey("/Rotate", QPDFObjectHandle::newInteger(page.rotation()));

@@ -49,7 +49,6 @@ void ContentStreamContext::restoreState() {
     fillAlpha_ = savedAlphas_.back();
     savedAlphas_.pop_back();
     (contentDrawn_ ? after_ : before_) += "Q\n";
-    moveToOrigin();
 }
 
 void ContentStreamContext::concatenate(const AffineTransform& transform) {
@@ -113,15 +112,6 @@ void ContentStreamContext::fillAndStrokeRoundedRect(const Rect& rect, double rad
 
 void ContentStreamContext::drawPageContent(const PDFPage& /*page*/, PDFDisplayBox /*box*/) {
     contentDrawn_ = true;
-    moveToOrigin();
-}
-
-/// Page content stands in page space, everything else relative to the box: the shift follows the content's own state.
-void ContentStreamContext::moveToOrigin() {
-    if (contentDrawn_ && savedAlphas_.empty() && origin_ != Point{}) {
-        appendNumbers({1, 0, 0, 1, origin_.x, origin_.y}, "cm");
-        origin_ = {};
-    }
 }
 
 void ContentStreamContext::drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline) {

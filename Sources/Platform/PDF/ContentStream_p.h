@@ -24,10 +24,9 @@ struct DrawnResources {
 
 class ContentStreamContext final : public GraphicsContext {
 public:
-    /// Names in the page's resources start with `prefix`; `origin` is the lower left corner of the drawn box in page
-    /// space. The fonts collect what is shown.
-    ContentStreamContext(InvisibleFont& invisible, OutlineFonts& outlines, std::string prefix, Point origin)
-        : invisible_(invisible), outlines_(outlines), prefix_(std::move(prefix)), origin_(origin) {}
+    /// Names in the page's resources start with `prefix`. The fonts collect what is shown.
+    ContentStreamContext(InvisibleFont& invisible, OutlineFonts& outlines, std::string prefix)
+        : invisible_(invisible), outlines_(outlines), prefix_(std::move(prefix)) {}
 
     void saveState() override;
     void restoreState() override;
@@ -50,7 +49,6 @@ public:
 
 private:
     void requireContent() const;
-    void moveToOrigin();
     void setFillAlpha(double alpha);
     void appendNumbers(std::initializer_list<double> numbers, std::string_view operation);
     void drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline);
@@ -58,7 +56,6 @@ private:
     InvisibleFont& invisible_;
     OutlineFonts& outlines_;
     std::string prefix_;
-    Point origin_;
     std::string before_;
     std::string after_;
     DrawnResources resources_;

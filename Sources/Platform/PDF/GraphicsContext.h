@@ -1,5 +1,5 @@
-// The one drawing door: everything that is drawn on a page goes through these operations. Space is PDF user space
-// (points, y up, the lower left corner of the box that is drawn at the origin). Targets: a page's content stream
+// The one drawing door: everything that is drawn on a page goes through these operations. Space is the page's
+// own (points, y up, its boxes where the file puts them). Targets: a page's content stream
 // (ContentStreamContext) and a recorder for tests.
 #pragma once
 

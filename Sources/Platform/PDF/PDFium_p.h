@@ -23,8 +23,8 @@ struct PageRaster {
     bool smooth = true; ///< anti-aliased text, paths and images
 };
 
-/// The crop box of a page as shown, scaled to the raster, over white: 8-bit RGB with an opaque alpha channel. Empty when PDFium cannot read it.
-/// Threads: any.
+/// The crop box of a page as shown, scaled to the raster, over white: 8-bit RGB with an opaque alpha channel. Empty
+/// when PDFium cannot read it. Threads: any.
 [[nodiscard]] std::optional<Bitmap> rasterPage(const PDFSource& source, int page, const PageRaster& request);
 /// The same for the only page of a file that is not kept.
 [[nodiscard]] std::optional<Bitmap> rasterFirstPage(const Bytes& file, const PageRaster& request);

@@ -20,9 +20,9 @@ struct RenderRequest {
 /// Whether a bitmap of this size can be asked for: at least one pixel, at most 1 GiB of them.
 [[nodiscard]] bool isRenderable(std::int64_t width, std::int64_t height);
 
-/// The page's media box, scaled to the request, over white: 8-bit RGB with an opaque alpha channel. Empty for sizes that are not renderable
-/// and for pages that cannot be rendered. Needs no display and no application object. Threads: any; two
-/// renderings take turns.
+/// The page's media box, scaled to the request, over white: 8-bit RGB with an opaque alpha channel. Empty for sizes
+/// that are not renderable and for pages that cannot be rendered. Needs no display and no application object. Threads:
+/// any; two renderings take turns.
 [[nodiscard]] std::optional<Bitmap> render(PDFPage& page, const RenderRequest& request);
 
 } // namespace orvex
