@@ -18,6 +18,13 @@ constexpr Rect letter{0, 0, 612, 792};
 constexpr std::size_t headerWindow = 1024; // readers accept a header that is preceded by that much junk
 constexpr int treeDepthLimit = 64;
 
+/// qpdf makes a static object when it first closes a file, and needs it for closing. Made as early as this it outlives
+/// the documents that a host keeps in statics of its own.
+[[maybe_unused]] const bool qpdfHasItsStatics = [] {
+    QPDF::create()->emptyPDF();
+    return true;
+}();
+
 bool hasHeader(const Bytes& bytes) {
     return bytes.text().substr(0, headerWindow).find("%PDF-") != std::string_view::npos;
 }

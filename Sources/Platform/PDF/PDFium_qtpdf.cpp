@@ -48,20 +48,33 @@ private:
 struct PDFium {
     std::mutex mutex;
     std::unique_ptr<OpenFile> last;
+    bool ended = false; ///< Qt's statics are going or gone
 
-    /// Lives for ever: Qt's own statics are gone when ours would be destroyed.
+    /// Lives for ever: a host's statics may hold documents, which close after ours would be destroyed.
     static PDFium& shared() {
         static auto& pdfium = *new PDFium;
         return pdfium;
     }
 
     QPdfDocument* open(const PDFSource& source, int page) {
+        if (ended) {
+            return nullptr;
+        }
         if (!last || !last->isOf(source.bytes())) {
             last.reset();
             last = std::make_unique<OpenFile>(source.bytes(), source.password());
         }
+        static const Ending ending; // made after Qt's statics, so destroyed before them
         return last->withPage(page);
     }
+
+    struct Ending {
+        ~Ending() {
+            const std::lock_guard lock(shared().mutex);
+            shared().last.reset();
+            shared().ended = true;
+        }
+    };
 };
 
 /// `value` with `alpha` over white.

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 
 namespace orvex {
@@ -134,6 +135,21 @@ TEST(PDFDocument, ChangedInformationReadsBackWithoutSaving) {
     PDFDocument document;
     document.setInfo(PDFInfoKey::title, "T");
     EXPECT_EQ(document.info(PDFInfoKey::title), "T");
+}
+
+/// Keeps documents in a static that is older than anything a file brings with it, and ends the process.
+[[noreturn]] void leaveWithDocumentsOpen() {
+    static std::vector<std::shared_ptr<PDFDocument>> kept;
+    for (int i = 0; i < 2; ++i) {
+        kept.push_back(opened(pagesShowing({"A"})));
+        EXPECT_TRUE(kept.back()->page(0)->hasText());
+    }
+    std::exit(0);
+}
+
+TEST(PDFDocumentDeathTest, StaticsOfTheHostMayHoldDocuments) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe"; // a new process, in which nothing was opened before
+    EXPECT_EXIT(leaveWithDocumentsOpen(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace
