@@ -135,6 +135,7 @@ std::optional<Bitmap> raster(QPdfDocument* document, int page, const PageRaster&
     for (const Flag aliased : {Flag::TextAliased, Flag::PathAliased}) {
         flags.setFlag(aliased, !request.smooth);
     }
+    flags.setFlag(Flag::ForceHalftone, !request.smooth); // images stay finely interpolated all the same
     QPdfDocumentRenderOptions options;
     options.setRenderFlags(flags);
     const QSize size(static_cast<int>(request.width), static_cast<int>(request.height));

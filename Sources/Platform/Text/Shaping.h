@@ -39,7 +39,7 @@ struct ShapedLine {
 };
 
 /// Shapes one line of UTF-8 text. Characters that the font lacks come from other installed faces; those that none has
-/// show as the font's missing-glyph box. Threads: any.
+/// show as a box. Threads: any.
 [[nodiscard]] ShapedLine shapeLine(std::string_view utf8, const Font& font);
 
 /// As measureText(), for text that is shown: shaped, and with the advances of the faces that show it.

@@ -80,23 +80,33 @@ std::u32string decoded(std::string_view utf8) {
     return text;
 }
 
-/// The face for each character: the wanted one where it can, and marks with what they stand on.
-std::vector<FontFile> chooseFiles(std::u32string_view text, const Font& font) {
+/// A line on its way to glyphs, character by character.
+struct Line {
+    std::u32string text;  ///< what it says
+    std::u32string shown; ///< what is drawn for it: the same, or a box for what no face has
+    std::vector<FontFile> files;
+};
+
+/// The face for each character: the wanted one where it can, and marks with what they stand on. Where no installed face
+/// has a character, a box stands for it; many faces' own missing glyph is blank.
+void chooseFiles(Line& line, const Font& font) {
+    constexpr char32_t box = U'\u25A1';
     const FontFile own{font.path(), 0};
     const Face& wanted = Faces::shared().open(own);
-    std::vector<FontFile> files;
-    for (const char32_t character : text) {
-        const bool withPrevious = !files.empty() && takesNoRoom(character) &&
-                                  (Faces::shared().open(files.back()).has(character) || !wanted.has(character));
+    for (char32_t& character : line.shown) {
+        const bool withPrevious = !line.files.empty() && takesNoRoom(character) &&
+                                  (Faces::shared().open(line.files.back()).has(character) || !wanted.has(character));
         if (withPrevious) {
-            files.push_back(files.back());
+            line.files.push_back(line.files.back());
         } else if (wanted.has(character)) {
-            files.push_back(own);
+            line.files.push_back(own);
+        } else if (auto other = Faces::shared().standIn(character, font.isBold())) {
+            line.files.push_back(*other);
         } else {
-            files.push_back(Faces::shared().standIn(character, font.isBold()).value_or(own));
+            character = box;
+            line.files.push_back(wanted.has(box) ? own : Faces::shared().standIn(box, font.isBold()).value_or(own));
         }
     }
-    return files;
 }
 
 /// A cluster's text goes to its first glyph: from its own start to the start of the cluster that follows in the text.
@@ -113,13 +123,13 @@ void giveText(ShapedRun& run, std::span<const hb_glyph_info_t> infos, std::u32st
     }
 }
 
-/// Glyphs of text[start, start + length), all of one face and direction.
-ShapedRun shapeRun(std::u32string_view text, std::size_t start, std::size_t length, bool rightToLeft,
-                   const FontFile& file) {
+/// Glyphs of the characters from `start` on, `length` of them, all of one face and direction.
+ShapedRun shapeRun(const Line& line, std::size_t start, std::size_t length, bool rightToLeft) {
+    const FontFile& file = line.files[start];
     const Face& face = Faces::shared().open(file);
     const HbBuffer buffer(hb_buffer_create());
-    hb_buffer_add_utf32(buffer.get(), reinterpret_cast<const std::uint32_t*>(text.data()),
-                        static_cast<int>(text.size()), static_cast<unsigned>(start), static_cast<int>(length));
+    hb_buffer_add_utf32(buffer.get(), reinterpret_cast<const std::uint32_t*>(line.shown.data()),
+                        static_cast<int>(line.shown.size()), static_cast<unsigned>(start), static_cast<int>(length));
     hb_buffer_set_direction(buffer.get(), rightToLeft ? HB_DIRECTION_RTL : HB_DIRECTION_LTR);
     hb_buffer_guess_segment_properties(buffer.get());
     hb_shape(face.font.get(), buffer.get(), nullptr, 0);
@@ -136,43 +146,44 @@ ShapedRun shapeRun(std::u32string_view text, std::size_t start, std::size_t leng
         glyph.offset = {positions[i].x_offset / face.unitsPerEm, positions[i].y_offset / face.unitsPerEm};
         run.glyphs.push_back(std::move(glyph));
     }
-    giveText(run, {infos, count}, text, start + length);
+    giveText(run, {infos, count}, line.text, start + length);
     return run;
 }
 
-void appendRuns(ShapedLine& line, std::u32string_view text, const DirectionRun& direction,
-                const std::vector<FontFile>& files) {
+void appendRuns(ShapedLine& shaped, const Line& line, const DirectionRun& direction) {
     std::vector<ShapedRun> runs;
     const std::size_t end = direction.start + direction.length;
     for (std::size_t start = direction.start; start < end;) {
         std::size_t next = start + 1;
-        while (next < end && files[next] == files[start]) {
+        while (next < end && line.files[next] == line.files[start]) {
             ++next;
         }
-        runs.push_back(shapeRun(text, start, next - start, direction.rightToLeft, files[start]));
+        runs.push_back(shapeRun(line, start, next - start, direction.rightToLeft));
         start = next;
     }
     if (direction.rightToLeft) {
         std::ranges::reverse(runs);
     }
-    std::ranges::move(runs, std::back_inserter(line.runs));
+    std::ranges::move(runs, std::back_inserter(shaped.runs));
 }
 
 } // namespace
 
 ShapedLine shapeLine(std::string_view utf8, const Font& font) {
-    const std::u32string text = decoded(utf8);
-    const auto files = chooseFiles(text, font);
-    ShapedLine line;
-    for (const auto& direction : directionRuns(text)) {
-        appendRuns(line, text, direction, files);
+    Line line;
+    line.text = decoded(utf8);
+    line.shown = line.text;
+    chooseFiles(line, font);
+    ShapedLine shaped;
+    for (const auto& direction : directionRuns(line.text)) {
+        appendRuns(shaped, line, direction);
     }
-    for (const auto& run : line.runs) {
+    for (const auto& run : shaped.runs) {
         for (const auto& glyph : run.glyphs) {
-            line.width += glyph.advance;
+            shaped.width += glyph.advance;
         }
     }
-    return line;
+    return shaped;
 }
 
 TextExtent measureShownText(std::string_view utf8, const Font& font, double size) {

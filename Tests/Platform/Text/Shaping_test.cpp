@@ -37,11 +37,13 @@ TEST(Shaping, RightToLeftTextComesInTheOrderShown) {
     EXPECT_EQ(textOf(shaped("abc \u05d0\u05d1")), U"abc \u05d1\u05d0");
 }
 
-TEST(Shaping, CharactersThatNoFaceHasShowAsTheMissingGlyph) {
-    const auto line = shaped("\U0010FFFD");
-    ASSERT_EQ(line.runs.size(), 1U);
-    EXPECT_EQ(line.runs.front().glyphs.front().id, 0U);
-    EXPECT_GT(line.width, 0);
+TEST(Shaping, CharactersThatNoFaceHasShowAsABox) {
+    const auto missing = shaped("\U0010FFFD");
+    const auto box = shaped("\u25A1");
+    ASSERT_EQ(missing.runs.size(), 1U);
+    EXPECT_EQ(missing.runs.front().glyphs.front().id, box.runs.front().glyphs.front().id);
+    EXPECT_EQ(textOf(missing), U"\U0010FFFD");
+    EXPECT_GT(missing.width, 0);
 }
 
 TEST(Shaping, AnEmptyLineHasNoWidth) {
