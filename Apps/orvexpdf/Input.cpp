@@ -2,9 +2,11 @@
 
 #include "Failure.h"
 #include "Interrupt.h"
+#include "MappedFile.h"
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -37,6 +39,9 @@ Bytes readStandardInput() {
 Bytes readInput(const std::string& path) {
     if (path == "-") {
         return readStandardInput();
+    }
+    if (auto bytes = mapFile(path)) {
+        return std::move(*bytes);
     }
     try {
         return readFile(path);

@@ -1,6 +1,7 @@
 #include "Interrupt.h"
 
 #include "Failure.h"
+#include "MappedFile.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -21,11 +22,15 @@ void watchInterrupts() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         std::signal(signal, notice);
     }
+    surviveCutFiles();
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void throwIfInterrupted() {
+    if (isMappedFileCut()) {
+        throw Failure(ExitCode::inputUnreadable, "an input was cut short while it was being read");
+    }
     if (const int signal = noticed; signal != 0) {
         throw Interrupted(signal);
     }

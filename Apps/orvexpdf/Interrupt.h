@@ -18,6 +18,7 @@ private:
 
 /// Takes note of interrupts from now on. Closed pipes and size limits become ordinary write errors.
 void watchInterrupts();
+/// Throws Interrupted, or Failure when an input was cut short meanwhile: for loops, and before results are final.
 void throwIfInterrupted();
 /// Ends the process as the signal would have ended it.
 [[noreturn]] void dieOf(const Interrupted& interrupt);

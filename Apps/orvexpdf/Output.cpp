@@ -90,6 +90,7 @@ void reserveStandardOutput() {
 }
 
 void printResult(std::string_view text) {
+    throwIfInterrupted();
     StandardOutput output;
     output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
     output.flush();
@@ -121,6 +122,7 @@ void writeOutput(const std::string& path, const std::function<void(ByteSink&)>& 
         AtomicFile file(path);
         InterruptibleSink sink(file);
         produce(sink);
+        throwIfInterrupted();
         file.commit();
     } catch (const FileError& error) {
         throw Failure(ExitCode::outputFailed, error.what());
