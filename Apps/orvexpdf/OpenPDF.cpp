@@ -13,7 +13,7 @@ void failToOpen(const std::string& path, const std::string& reason, std::optiona
 }
 
 std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path) {
-    const auto manager = OrvexPDFDocumentManager::create();
+    auto manager = OrvexPDFDocumentManager::create();
     manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
     if (!manager->load(readInput(path))) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
