@@ -24,6 +24,21 @@ OrvexPDFDocumentPtr squarePage(const std::string& mediaBox, const std::string& m
     return OrvexPDFDocument::fromData(pdfFromPages({{"1 0 0 rg 0 0 100 100 re f", mediaBox, more}}));
 }
 
+/// A page of 300 x 200 points with a blue annotation in the upper right corner, 100 points wide.
+OrvexPDFPagePtr annotatedPage(const std::string& annotation, const std::string& page = {},
+                              const std::string& content = {}) {
+    return OrvexPDFDocument::fromData(
+               Bytes(test::pdfFromObjects({
+                   "<< /Type /Catalog /Pages 2 0 R >>",
+                   "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                   "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 300 200] /Contents 5 0 R " + page +
+                       " /Annots [<< /Type /Annot /Rect [200 100 300 200] /AP << /N 4 0 R >> " + annotation + " >>] >>",
+                   test::streamBody("0 0 1 rg 0 0 100 100 re f", "/Type /XObject /Subtype /Form /BBox [0 0 100 100]"),
+                   test::streamBody(content),
+               })))
+        ->orvexPage(0);
+}
+
 struct Shade {
     int red = 0;
     int green = 0;
@@ -38,6 +53,7 @@ Shade shadeAt(const Image& image, std::int64_t x, std::int64_t y) {
 }
 constexpr Shade red{255, 0, 0};
 constexpr Shade white{255, 255, 255};
+constexpr Shade blue{0, 0, 255};
 
 OrvexPDFPageErrorCode failureOf(OrvexPDFPage& page, double width, double height) {
     try {
@@ -84,23 +100,29 @@ TEST(PageRendering, TheWholeMediaBoxIsShownWhateverTheCropBoxSays) {
 }
 
 TEST(PageRendering, BareImagesHaveNoWatermarkAndNoAnnotations) {
-    const auto page =
-        OrvexPDFDocument::fromData(
-            Bytes(test::pdfFromObjects({
-                "<< /Type /Catalog /Pages 2 0 R >>",
-                "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-                "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 300 200] /Annots [<< /Type /Annot /Subtype /Square /F 4 "
-                "/Rect [200 100 300 200] /AP << /N 4 0 R >> >>] >>",
-                test::streamBody("0 0 1 rg 0 0 100 100 re f", "/Type /XObject /Subtype /Form /BBox [0 0 100 100]"),
-            })))
-            ->orvexPage(0);
+    const auto page = annotatedPage("/Subtype /Square /F 4");
     page->watermarkText = "DRAFT";
     const auto bare = page->image(72);
     const auto complete = page->render(72);
     EXPECT_EQ(shadeAt(*bare, 150, 195), white);
     EXPECT_GT(shadeAt(*complete, 150, 195).red, shadeAt(*complete, 150, 195).green + 80); // in the banner's edge
     EXPECT_EQ(shadeAt(*bare, 250, 50), white);
-    EXPECT_EQ(shadeAt(*complete, 250, 50), (Shade{0, 0, 255}));
+    EXPECT_EQ(shadeAt(*complete, 250, 50), blue);
+}
+
+TEST(PageRendering, FormFieldsShowInCompletePicturesOnly) {
+    const std::string field = "/Subtype /Widget /FT /Tx /T (name) ";
+    EXPECT_EQ(shadeAt(*annotatedPage(field + "/F 4")->render(72), 250, 50), blue);
+    EXPECT_EQ(shadeAt(*annotatedPage(field + "/F 4")->image(72), 250, 50), white);
+    for (const char* unseen : {"/F 1", "/F 2", "/F 32"}) { // invisible, hidden, not for viewing
+        EXPECT_EQ(shadeAt(*annotatedPage(field + unseen)->render(72), 250, 50), white) << unseen;
+    }
+}
+
+TEST(PageRendering, AFormFieldStandsWhereItsPageIsTurnedAndWhateverItsContentLeft) {
+    const std::string field = "/Subtype /Widget /FT /Btn /T (box) /AS /Yes /F 4";
+    EXPECT_EQ(shadeAt(*annotatedPage(field, "/Rotate 90")->render(72), 150, 250), blue);
+    EXPECT_EQ(shadeAt(*annotatedPage(field, {}, "0.1 0 0 -0.1 50 50 cm q (unfinished")->render(72), 250, 50), blue);
 }
 
 TEST(PageRendering, SizesThatNoBitmapCanHaveAreNamedErrors) {

@@ -24,6 +24,8 @@ public:
              const std::map<PDFInfoKey, std::string>& info);
     /// Crops no page to less than its media box.
     void showMediaBoxes();
+    /// Makes what form fields look like part of the pages' content.
+    void showFields();
     /// Throws PDFWriteError, and whatever the sink throws.
     void write(ByteSink& sink);
 
@@ -35,6 +37,7 @@ private:
     void buildTree();
     void drawPage(PDFPage& page, QPDFObjectHandle object);
     void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn);
+    void surroundContent(QPDFObjectHandle object, const std::string& before, const std::string& after);
     void wrapContent(QPDFObjectHandle object);
     void finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn);
     void addResources(QPDFObjectHandle page, const DrawnResources& drawn);

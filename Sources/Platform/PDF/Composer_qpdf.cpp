@@ -3,6 +3,7 @@
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/Deflate_p.h"
 #include "Platform/PDF/FileWriter_p.h"
+#include "Platform/PDF/FormAppearances_p.h"
 
 #include <qpdf/Pl_String.hh>
 #include <qpdf/QPDFExc.hh>
@@ -89,6 +90,15 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
 void Composer::showMediaBoxes() {
     for (auto& page : objects_) {
         page.replaceKey("/CropBox", rectangleArray(pageBox(page, PDFDisplayBox::media)));
+    }
+}
+
+void Composer::showFields() {
+    for (auto& page : objects_) {
+        if (orvex::showsFields(page)) {
+            surroundContent(page, "q\n", "Q\n"); // may change the page's resources, so it goes first
+            page.getKey("/Contents").appendItem(contentStream(takeFieldAppearances(page)));
+        }
     }
 }
 
@@ -182,22 +192,26 @@ void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
 }
 
 void Composer::finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn) {
+    surroundContent(object, drawn.before(), drawn.after());
+    addResources(object, drawn.resources());
+}
+
+void Composer::surroundContent(QPDFObjectHandle object, const std::string& before, const std::string& after) {
     ContentBalance balance = measureBalance(joinedContent(object));
     if (balance.unterminated) {
         wrapContent(object);
         balance = {};
     }
     auto contents = QPDFObjectHandle::newArray();
-    contents.appendItem(contentStream(balance.opening() + drawn.before()));
+    contents.appendItem(contentStream(balance.opening() + before));
     auto own = object.getKey("/Contents");
     for (auto& stream : own.isArray() ? own.getArrayAsVector() : std::vector<QPDFObjectHandle>{own}) {
         if (stream.isStream()) {
             contents.appendItem(stream);
         }
     }
-    contents.appendItem(contentStream(balance.closing() + drawn.after()));
+    contents.appendItem(contentStream(balance.closing() + after));
     object.replaceKey("/Contents", contents);
-    addResources(object, drawn.resources());
 }
 
 /// Content that ends inside a token would swallow what follows: as a form it ends where it ends.

@@ -31,6 +31,8 @@ public:
     [[nodiscard]] int rotation(int page) const;
     [[nodiscard]] std::string info(PDFInfoKey key) const;
     [[nodiscard]] bool hasText(int page) const;
+    /// Whether a form field of the page shows something.
+    [[nodiscard]] bool showsFields(int page) const;
 
     /// A second parse of the same bytes, for a writer to change.
     [[nodiscard]] std::shared_ptr<QPDF> reopen() const;

@@ -1,6 +1,7 @@
 #include "Platform/PDF/PDFSource_p.h"
 
 #include "Platform/Foundation/Strings.h"
+#include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/PDFium_p.h"
 
 #include <qpdf/QPDFExc.hh>
@@ -167,6 +168,11 @@ bool PDFSource::hasText(int page) const {
         state.store(present ? TextState::present : TextState::absent);
     }
     return state.load() == TextState::present;
+}
+
+bool PDFSource::showsFields(int page) const {
+    const std::lock_guard lock(mutex_);
+    return orvex::showsFields(pages_.at(static_cast<std::size_t>(page)));
 }
 
 std::shared_ptr<QPDF> PDFSource::reopen() const {

@@ -20,20 +20,23 @@ bool drawsMarks(PDFPage& page) {
     return context.drewMarks();
 }
 
-/// A page of a file that looks as that file shows it: PDFium can read it where it is.
+/// A page of a file that looks as that file shows it: PDFium can read it where it is. Qt PDF draws no form fields.
 const LoadedPageContent* asInItsFile(PDFPage& page, bool complete) {
     const auto* loaded = std::get_if<LoadedPageContent>(&page.content());
     const bool same = loaded != nullptr && page.rotation() == loaded->source->rotation(loaded->index) &&
                       page.bounds(PDFDisplayBox::crop) == page.bounds(PDFDisplayBox::media) &&
-                      !(complete && drawsMarks(page));
+                      !(complete && (drawsMarks(page) || loaded->source->showsFields(loaded->index)));
     return same ? loaded : nullptr;
 }
 
 /// A file of the page alone, cropped to nothing less than its media box.
-Bytes composed(const PDFPagePtr& page) {
+Bytes composed(const PDFPagePtr& page, bool fields) {
     const std::vector<PDFPagePtr> pages{page};
     Composer composer(nullptr, pages, {});
     composer.showMediaBoxes();
+    if (fields) {
+        composer.showFields();
+    }
     ByteCollector file;
     composer.write(file);
     return file.take();
@@ -62,7 +65,7 @@ std::optional<Bitmap> render(PDFPage& page, const RenderRequest& request) {
     try {
         // The composer only borrows the page, and only while this runs.
         const PDFPagePtr borrowed(std::shared_ptr<void>(), &page);
-        return rasterFirstPage(composed(request.complete ? borrowed : barePage(page)), raster);
+        return rasterFirstPage(composed(request.complete ? borrowed : barePage(page), request.complete), raster);
     } catch (const PDFWriteError&) { // a page that cannot be written cannot be shown
         return std::nullopt;
     }

@@ -1,0 +1,69 @@
+#include "Platform/PDF/FormAppearances_p.h"
+
+#include "Platform/PDF/PDFSource_p.h"
+
+#include <qpdf/QPDFAnnotationObjectHelper.hh>
+
+#include <algorithm>
+
+namespace orvex {
+
+namespace {
+
+/// An annotation whose only appearance has no states looks the same in all of them; qpdf would find none.
+QPDFAnnotationObjectHelper fieldOf(QPDFObjectHandle annotation) {
+    auto appearances = annotation.getKey("/AP");
+    if (appearances.isDictionary() && appearances.getKey("/N").isStream()) {
+        annotation = annotation.shallowCopy();
+        annotation.removeKey("/AS");
+    }
+    return {annotation};
+}
+
+bool isShownField(QPDFObjectHandle annotation) {
+    if (!annotation.isDictionary() || !annotation.getKey("/Subtype").isNameAndEquals("/Widget")) {
+        return false;
+    }
+    auto field = fieldOf(annotation);
+    constexpr int unseen = an_invisible | an_hidden | an_no_view;
+    return (field.getFlags() & unseen) == 0 && field.getAppearanceStream("/N").isStream();
+}
+
+/// A copy of the page's dictionary of XObjects, in resources of the page's own.
+QPDFObjectHandle ownXObjects(QPDFObjectHandle page) {
+    auto resources = inheritedAttribute(page, "/Resources");
+    resources = resources.isDictionary() ? resources.shallowCopy() : QPDFObjectHandle::newDictionary();
+    auto objects = resources.getKey("/XObject");
+    objects = objects.isDictionary() ? objects.shallowCopy() : QPDFObjectHandle::newDictionary();
+    resources.replaceKey("/XObject", objects);
+    page.replaceKey("/Resources", resources);
+    return resources.getKey("/XObject");
+}
+
+} // namespace
+
+bool showsFields(QPDFObjectHandle page) {
+    auto annotations = page.getKey("/Annots");
+    return annotations.isArray() && std::ranges::any_of(annotations.getArrayAsVector(), isShownField);
+}
+
+std::string takeFieldAppearances(QPDFObjectHandle page) {
+    std::string operators;
+    auto kept = QPDFObjectHandle::newArray();
+    auto objects = ownXObjects(page);
+    int resource = 0;
+    for (auto& annotation : page.getKey("/Annots").getArrayAsVector()) {
+        if (!isShownField(annotation)) {
+            kept.appendItem(annotation);
+            continue;
+        }
+        const std::string name = "/OrvexField" + std::to_string(++resource);
+        auto field = fieldOf(annotation);
+        operators += field.getPageContentForAppearance(name, pageRotation(page));
+        objects.replaceKey(name, field.getAppearanceStream("/N"));
+    }
+    page.replaceKey("/Annots", kept);
+    return operators;
+}
+
+} // namespace orvex
