@@ -51,21 +51,6 @@ std::string OrvexPDFDocumentManager::append(OrvexPDFPagePtr page) {
     return insert(std::move(page), -1, {});
 }
 
-std::string OrvexPDFDocumentManager::insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
-    auto copy = meta;
-    if (!copy.originalImage) {
-        copy.originalImage = image;
-    }
-    if (auto page = OrvexPDFPage::fromImage(image)) {
-        _insert(std::move(page), atIndex, copy);
-    }
-    return meta.id;
-}
-
-std::string OrvexPDFDocumentManager::append(const ImagePtr& image, const OrvexPDFPageMeta& meta) {
-    return insert(image, -1, meta);
-}
-
 void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
     constexpr std::string_view function = "_insert(page:atIndex:meta:)";
     debugLine(function, "Insert at: ", atIndex);

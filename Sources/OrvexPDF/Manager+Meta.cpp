@@ -1,9 +1,24 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Images.h"
 #include "OrvexPDF/Manager.h"
+#include "OrvexPDF/Manager_p.h"
 #include "Platform/Foundation/Strings.h"
 
 namespace orvex {
+
+namespace {
+
+/// Whether the page, saved by itself, takes fewer than `count` bytes.
+bool isSmallerThan(std::int64_t count, OrvexPDFPage& page) {
+    ByteCounter counter;
+    try {
+        return page.createDocumentFromPage()->write(counter) && counter.count() < count;
+    } catch (const PDFWriteError&) {
+        return false;
+    }
+}
+
+} // namespace
 
 OrvexPDFPagePtr OrvexPDFDocumentManager::generatePage(const OrvexPDFPageMeta& meta) {
     OrvexPDFPagePtr page;
@@ -38,12 +53,35 @@ OrvexPDFPagePtr OrvexPDFDocumentManager::pageFromOriginalImage(const OrvexPDFPag
     return page;
 }
 
-/// Without a way to render pages, a preset on a page has no image to work on: such a page is copied, too.
 OrvexPDFPagePtr OrvexPDFDocumentManager::pageFromOriginalPage(const OrvexPDFPageMeta& meta) {
+    if (auto raster = meta.squeeze ? rasterOfOriginalPage(meta) : nullptr) {
+        return raster;
+    }
     auto page = meta.originalPage->clone();
     if (page) {
         page->foundPage = meta.foundPage;
         page->textRotation = meta.textRotation;
+    }
+    return page;
+}
+
+/// Null when the page cannot be rendered or takes fewer bytes as it is.
+OrvexPDFPagePtr OrvexPDFDocumentManager::rasterOfOriginalPage(const OrvexPDFPageMeta& meta) {
+    const auto optimized = optimizeImage(*meta.originalPage, meta.squeeze);
+    if (!optimized) {
+        return nullptr;
+    }
+    // Recognised text over a page that has text of its own: only an image gets rid of the latter, whatever its size.
+    const bool isTextKeeping = meta.foundPage && meta.originalPageHasText;
+    if (!isTextKeeping && isSmallerThan(optimized->count, *meta.originalPage)) {
+        return nullptr;
+    }
+    auto page = OrvexPDFPage::fromImage(optimized->image);
+    if (page) {
+        page->foundPage = meta.foundPage;
+        // The image is upright as shown: the turn that the source has is in it already.
+        const auto turnBack = multiplyOrDie(meta.originalPageRotation, -1, "the source page's rotation");
+        page->textRotation = addOrDie(meta.textRotation, turnBack, "the text layer's rotation");
     }
     return page;
 }

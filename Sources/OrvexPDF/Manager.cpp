@@ -1,6 +1,7 @@
 #include "OrvexPDF/Manager.h"
 
 #include "OrvexPDF/Alias.h"
+#include "OrvexPDF/Manager_p.h"
 #include "Platform/Foundation/Strings.h"
 
 #include <algorithm>
@@ -40,12 +41,6 @@ std::optional<Bytes> serialise(const OrvexPDFDocument& document, std::string_vie
         return std::nullopt;
     }
 }
-
-class ByteCounter final : public ByteSink {
-public:
-    void write(std::span<const std::uint8_t> bytes) override { count += static_cast<std::int64_t>(bytes.size()); }
-    std::int64_t count = 0;
-};
 
 } // namespace
 
@@ -156,7 +151,7 @@ void OrvexPDFDocumentManager::measure() {
     ByteCounter counter; // what dataRepresentation() would hold, without holding it
     try {
         if (write(counter)) {
-            setDocumentBytes(counter.count);
+            setDocumentBytes(counter.count());
         }
     } catch (const PDFWriteError& error) {
         warningLine("updateDocumentBytes()", std::string("Error ") + error.what());

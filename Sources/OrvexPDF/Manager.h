@@ -91,12 +91,9 @@ public:
 
     // Manager+Edit.cpp: edits, each undoable
     /// Inserts with a copy of the record and returns the record's id, also when nothing was inserted: when the index is
-    /// refused, the page is null or the image cannot fill a page.
+    /// refused or the page is null.
     std::string insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     std::string append(OrvexPDFPagePtr page);
-    /// The image is placed as it is; presets take effect when the page is generated from its record.
-    std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
-    std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
     void remove(std::int64_t pageAt);
     void remove(const OrvexPDFPagePtr& page);
     /// Swaps page and record. With `force` a copy of the page goes in, as it would be read back from a saved file.
@@ -108,6 +105,17 @@ public:
     /// A quarter turn through the page's record, whose rotation grows or shrinks by 90 without being reduced.
     void rotate(std::int64_t pageAt, bool left);
 
+    // Manager+Insert.cpp: images and documents, each undoable
+    /// The image is placed as it is; presets take effect when the page is generated from its record. Returns the
+    /// record's id, also when nothing was inserted.
+    std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
+    /// The document's library pages themselves, in one step, each with a new record that has no source: until the host
+    /// gives a record one, its page cannot be generated anew. Returns the records' ids in page order; none when the
+    /// index is refused, which a line on standard output tells, or the document is null.
+    std::vector<std::string> insert(const OrvexPDFDocumentPtr& document, std::int64_t atIndex);
+    std::vector<std::string> append(const OrvexPDFDocumentPtr& document);
+
     // Manager.cpp: lookups
     [[nodiscard]] OrvexPDFPagePtr page(std::int64_t at) const;
     /// A copy; an index equal to the page count is fatal.
@@ -117,7 +125,9 @@ public:
 
     // Manager+Meta.cpp: pages from records
     /// The page that the record describes; null without a usable source (fatal when debug lines are on). The document
-    /// is not touched. Throws std::invalid_argument for a rotation that is no multiple of 90.
+    /// is not touched. A page of a file is copied; with a preset it becomes an image where that takes fewer bytes than
+    /// the page does by itself, or where recognised text takes the place of its own.
+    /// Throws std::invalid_argument for a rotation that is no multiple of 90.
     [[nodiscard]] OrvexPDFPagePtr generatePage(const OrvexPDFPageMeta& meta);
     /// Generates and swaps in, undoably. Nothing happens when no page can be made or the id is unknown.
     void updateMeta(const OrvexPDFPageMeta& meta, bool force);
@@ -133,6 +143,7 @@ private:
 
     void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     void _remove(std::int64_t pageAt);
+    std::string insertPageOfDocument(const OrvexPDFPagePtr& page, std::int64_t atIndex);
 
     void beginBatch();
     void endBatch();
@@ -143,6 +154,7 @@ private:
 
     [[nodiscard]] static OrvexPDFPagePtr pageFromOriginalImage(const OrvexPDFPageMeta& meta);
     [[nodiscard]] static OrvexPDFPagePtr pageFromOriginalPage(const OrvexPDFPageMeta& meta);
+    [[nodiscard]] static OrvexPDFPagePtr rasterOfOriginalPage(const OrvexPDFPageMeta& meta);
     void announceGenerated(OrvexPDFPage& page) const;
 
     std::string lastLoadError_;
