@@ -1,0 +1,115 @@
+#include "Platform/PDF/Reading/CompositeGlyphs_p.h"
+
+#include <algorithm>
+
+namespace orvex {
+
+namespace {
+
+const CompositeFontParts::Metrics* find(const std::vector<CompositeFontParts::Metrics>& metrics, std::uint32_t id) {
+    const auto after = std::ranges::upper_bound(metrics, id, {}, &CompositeFontParts::Metrics::first);
+    return after != metrics.begin() && id <= std::prev(after)->last ? &*std::prev(after) : nullptr;
+}
+
+} // namespace
+
+CompositeGlyphs::CompositeGlyphs(CompositeFontParts parts) : parts_(std::move(parts)) {}
+
+CompositeGlyphs::~CompositeGlyphs() {
+    for (auto& slot : oneByte_) {
+        delete slot.load();
+    }
+    for (auto& slot : twoByte_) {
+        delete slot.load();
+    }
+}
+
+TextGlyph CompositeGlyphs::next(std::string_view& string) const {
+    CMap::Code code;
+    if (parts_.encoding->isTwoByte() && string.size() >= 2) {
+        code.value = static_cast<std::uint32_t>((static_cast<std::uint8_t>(string[0]) << 8) |
+                                                static_cast<std::uint8_t>(string[1]));
+        code.length = 2;
+    } else {
+        code = parts_.encoding->next(string);
+    }
+    string.remove_prefix(code.length);
+    return glyph(code);
+}
+
+const TextGlyph& CompositeGlyphs::glyph(CMap::Code code) const {
+    const std::uint32_t number = code.value / pageSize;
+    const CMap::Code first{number * static_cast<std::uint32_t>(pageSize), code.length};
+    if (code.length == 2) {
+        return page(twoByte_[number], first).glyphs[code.value % pageSize];
+    }
+    if (code.length == 1) {
+        return page(oneByte_[number], first).glyphs[code.value % pageSize];
+    }
+    const std::lock_guard lock(longMutex_);
+    auto& kept = longer_[(std::uint64_t{code.length} << 32U) | number];
+    if (!kept) {
+        kept = makePage(first);
+    }
+    return kept->glyphs[code.value % pageSize];
+}
+
+/// Two threads may make the same page; the first one's stays.
+const CompositeGlyphs::Page& CompositeGlyphs::page(std::atomic<const Page*>& slot, CMap::Code first) const {
+    const Page* present = slot.load(std::memory_order_acquire);
+    if (present == nullptr) {
+        auto made = makePage(first);
+        if (slot.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel)) {
+            present = made.release();
+        }
+    }
+    return *present;
+}
+
+std::unique_ptr<const CompositeGlyphs::Page> CompositeGlyphs::makePage(CMap::Code first) const {
+    auto page = std::make_unique<Page>();
+    std::array<std::size_t, pageSize + 1> ends{};
+    for (std::size_t i = 0; i < pageSize; ++i) {
+        const CMap::Code code{first.value + static_cast<std::uint32_t>(i), first.length};
+        page->glyphs.at(i) = makeGlyph(code, page->texts);
+        ends.at(i + 1) = page->texts.size();
+    }
+    for (std::size_t i = 0; i < pageSize; ++i) {
+        page->glyphs.at(i).text = std::string_view(page->texts).substr(ends.at(i), ends.at(i + 1) - ends.at(i));
+    }
+    return page;
+}
+
+TextGlyph CompositeGlyphs::makeGlyph(CMap::Code code, std::string& text) const {
+    TextGlyph glyph;
+    glyph.code = code.value;
+    glyph.length = code.length;
+    glyph.wordSpace = code.length == 1 && code.value == ' ';
+    const std::uint32_t id = parts_.encoding->identifier(code).value_or(0);
+    const auto* horizontal = find(parts_.widths, id);
+    const float width = horizontal != nullptr ? horizontal->advance : parts_.width;
+    if (!parts_.encoding->isVertical()) {
+        glyph.advance = width;
+    } else if (const auto* vertical = find(parts_.verticals, id)) {
+        glyph.advance = vertical->advance;
+        glyph.originX = vertical->originX;
+        glyph.originY = vertical->originY;
+    } else {
+        glyph.advance = parts_.advance;
+        glyph.originX = width / 2;
+        glyph.originY = parts_.originY;
+    }
+    const std::size_t start = text.size();
+    if (parts_.toUnicode) {
+        parts_.toUnicode->appendText(text, code.value);
+    }
+    if (text.size() == start && parts_.ofIdentifiers) {
+        parts_.ofIdentifiers->appendText(text, id);
+    }
+    if (text.size() == start && parts_.fallback) {
+        text += parts_.fallback(id);
+    }
+    return glyph;
+}
+
+} // namespace orvex

@@ -1,0 +1,64 @@
+// The glyphs of a composite font: codes of one to four bytes, looked up when they are first met.
+#pragma once
+
+#include "Platform/PDF/Reading/CMap_p.h"
+#include "Platform/PDF/Reading/TextFont_p.h"
+
+#include <atomic>
+#include <deque>
+#include <shared_mutex>
+#include <unordered_map>
+
+namespace orvex {
+
+/// What a composite font is made of.
+struct CompositeFontParts {
+    /// Identifiers `first` to `last` have these values.
+    struct Metrics {
+        std::uint32_t first;
+        std::uint32_t last;
+        float advance;                  ///< w0, or w1y
+        float originX = 0, originY = 0; ///< vertical only
+    };
+    std::shared_ptr<const CMap> encoding;
+    std::shared_ptr<const CMap> toUnicode;                         ///< from codes; may be null
+    std::shared_ptr<const CMap> ofIdentifiers;                     ///< texts of identifiers; may be null
+    std::function<std::string(std::uint32_t identifier)> fallback; ///< asked last; may be empty
+    std::vector<Metrics> widths;                                   ///< settled: sorted, apart
+    std::vector<Metrics> verticals;                                ///< the same
+    float width = 1;                                               ///< of identifiers that `widths` lacks
+    float originY = 0.88F;
+    float advance = -1; ///< vertical, of identifiers that `verticals` lacks
+};
+
+/// Threads: any.
+class CompositeGlyphs {
+public:
+    explicit CompositeGlyphs(CompositeFontParts parts);
+    ~CompositeGlyphs();
+    CompositeGlyphs(const CompositeGlyphs&) = delete;
+    CompositeGlyphs& operator=(const CompositeGlyphs&) = delete;
+
+    TextGlyph next(std::string_view& string) const;
+
+private:
+    static constexpr std::size_t pageSize = 64;
+    /// Glyphs of neighbouring codes.
+    struct Page {
+        std::array<TextGlyph, pageSize> glyphs;
+        std::string texts;
+    };
+    [[nodiscard]] const TextGlyph& glyph(CMap::Code code) const;
+    [[nodiscard]] const Page& page(std::atomic<const Page*>& slot, CMap::Code first) const;
+    [[nodiscard]] std::unique_ptr<const Page> makePage(CMap::Code first) const;
+    [[nodiscard]] TextGlyph makeGlyph(CMap::Code code, std::string& text) const;
+
+    CompositeFontParts parts_;
+    mutable std::array<std::atomic<const Page*>, 256 / pageSize> oneByte_{};
+    mutable std::array<std::atomic<const Page*>, 65536 / pageSize> twoByte_{};
+    mutable std::mutex longMutex_;
+    mutable std::unordered_map<std::uint64_t, std::unique_ptr<const Page>>
+        longer_; ///< of codes of three and four bytes
+};
+
+} // namespace orvex

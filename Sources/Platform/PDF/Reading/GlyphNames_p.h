@@ -1,0 +1,20 @@
+// What the names of glyphs say: "Aacute", "uni00C1", "f_f_i", "a.sc" as text.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace orvex {
+
+/// UTF-8 for each name (without a slash), by the rules of the Adobe glyph list; empty where a name tells nothing. Many
+/// names at once cost less than one by one. Threads: any.
+[[nodiscard]] std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names);
+
+/// The characters of those names that the Adobe glyph list holds; its rarer names are looked up through FreeType.
+[[nodiscard]] std::unordered_map<std::string_view, char32_t>
+charactersOfRareGlyphNames(std::span<const std::string_view> names);
+
+} // namespace orvex

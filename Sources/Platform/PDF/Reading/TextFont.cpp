@@ -1,0 +1,26 @@
+#include "Platform/PDF/Reading/CompositeGlyphs_p.h"
+#include "Platform/PDF/Reading/TextFont_p.h"
+
+namespace orvex {
+
+TextFont::TextFont() = default;
+TextFont::~TextFont() = default;
+
+TextGlyph TextFont::nextComposite(std::string_view& string) const {
+    return composite_->next(string);
+}
+
+std::shared_ptr<const TextFont> TextFontCache::font(QPDFObjectHandle font) {
+    const QPDFObjGen id = font.getObjGen();
+    if (!id.isIndirect()) {
+        return TextFont::make(font);
+    }
+    const std::lock_guard lock(mutex_);
+    auto& kept = fonts_[id];
+    if (!kept) {
+        kept = TextFont::make(font);
+    }
+    return kept;
+}
+
+} // namespace orvex
