@@ -14,16 +14,28 @@ void debug(std::string_view function, const std::string& message) {
     moduleLogger().log(LogLevel::debug, file, function, [&] { return message; });
 }
 
-/// Profiles of scanners and of inks may outweigh the picture: a large one goes into the samples.
-BitmapPtr withoutLargeProfile(BitmapPtr bitmap) {
-    constexpr std::size_t large = 16 << 10;
-    if (bitmap->colorSpace.iccProfile.size() <= large) {
-        return bitmap;
+/// Null when the pixels cannot be had.
+BitmapPtr wholeBitmap(const ImageRep& rep) {
+    try {
+        return rep.bitmapAtLeast(rep.pixelsWide(), rep.pixelsHigh()); // unlike bitmap() it does not keep them
+    } catch (const ImageError&) {
+        return nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
     }
-    return std::make_shared<const Bitmap>(convertToSRGB(*bitmap));
+}
+
+void warnOfQuality(std::string_view function, double quality) {
+    moduleLogger().log(LogLevel::warning, file, function,
+                       [&] { return "Only values between >0 and <=1 allowed, received " + describe(quality); });
 }
 
 } // namespace
+
+BitmapPtr cgImage(const Image& image) {
+    const ImageRepPtr rep = image.bestRepresentation();
+    return rep ? wholeBitmap(*rep) : nullptr;
+}
 
 std::optional<EncoderSamples> encoderSamples(const Image& image) {
     if (image.representations().empty()) {
@@ -31,16 +43,12 @@ std::optional<EncoderSamples> encoderSamples(const Image& image) {
     }
     const ImageRepPtr& rep = image.representations().front();
     const auto perInch = [](std::int64_t pixels, double points) { return static_cast<double>(pixels) * 72 / points; };
-    try {
-        // As many pixels as there are: bitmapAtLeast() does not keep them.
-        return EncoderSamples{withoutLargeProfile(rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh())),
-                              perInch(rep->pixelsWide(), rep->size().width),
-                              perInch(rep->pixelsHigh(), rep->size().height)};
-    } catch (const ImageError&) {
-        return std::nullopt;
-    } catch (const std::bad_alloc&) {
+    BitmapPtr bitmap = wholeBitmap(*rep);
+    if (!bitmap) {
         return std::nullopt;
     }
+    return EncoderSamples{std::move(bitmap), perInch(rep->pixelsWide(), rep->size().width),
+                          perInch(rep->pixelsHigh(), rep->size().height)};
 }
 
 std::optional<Bytes> encodePNG(const EncoderSamples& samples, std::size_t limit) {
@@ -53,8 +61,7 @@ std::optional<Bytes> encodePNG(const EncoderSamples& samples, std::size_t limit)
 
 std::optional<Bytes> encodeJPEG(const EncoderSamples& samples, double quality) {
     if (!(quality >= 0 && quality <= 1)) {
-        moduleLogger().log(LogLevel::warning, file, "orvexDataForJPGRepresentation(quality:)",
-                           [&] { return "Only values between >0 and <=1 allowed, received " + describe(quality); });
+        warnOfQuality("orvexDataForJPGRepresentation(quality:)", quality);
     }
     return encodeJPEG(*samples.bitmap, {quality, samples.dpiX, samples.dpiY});
 }
@@ -75,6 +82,35 @@ std::optional<Bytes> orvexDataForJPG(const Image& image, double quality) {
 std::optional<Bytes> orvexDataForJPGRepresentation(const Image& image, double quality) {
     const auto samples = encoderSamples(image);
     return samples ? encodeJPEG(*samples, quality) : std::nullopt;
+}
+
+std::optional<Bytes> orvexDataForJPG2000(const Image& image, double quality) {
+    if (!(quality > 0 && quality <= 1)) {
+        warnOfQuality("orvexDataForJPG2000(quality:)", quality);
+    }
+    const auto samples = encoderSamples(image);
+    return samples ? encodeJPEG2000(*samples->bitmap, {quality, samples->dpiX, samples->dpiY}) : std::nullopt;
+}
+
+std::optional<Bytes> orvexDataForPNGCoreImage(const Image& image) {
+    const BitmapPtr bitmap = cgImage(image);
+    PNGOptions options;
+    options.keepsLayout = true;
+    options.statesSRGB = true;
+    return bitmap ? encodePNG(convertToDeepSRGB(*bitmap), options) : std::nullopt;
+}
+
+std::optional<Bytes> orvexDataForJPGCoreImage(const Image& image, double quality) {
+    const BitmapPtr bitmap = cgImage(image);
+    return bitmap ? encodeJPEG(convertToSRGB(*bitmap), {quality}) : std::nullopt;
+}
+
+std::optional<Bytes> orvexDataForJPGCGImage(const Image& image, double quality) {
+    const BitmapPtr bitmap = cgImage(image);
+    JPEGOptions options;
+    options.quality = quality;
+    options.orientation = 1;
+    return bitmap ? encodeJPEG(*bitmap, options) : std::nullopt;
 }
 
 namespace {
@@ -110,17 +146,12 @@ ImagePtr orvexImageWithRotation(const ImagePtr& image, std::int64_t rotation) {
     const Turn turn = turnFor(quarterTurns);
     debug(function, std::string(turn.name));
     debug(function, "orientation " + std::to_string(turn.orientation));
-    const ImageRepPtr rep = image->bestRepresentation();
-    if (!rep) {
+    const BitmapPtr bitmap = cgImage(*image);
+    if (!bitmap) {
         return image;
     }
-    try {
-        const int clockwise = turn.orientation == 6 ? 1 : turn.orientation == 3 ? 2 : 3;
-        return Image::fromBitmap(std::make_shared<const Bitmap>(
-            turned(*rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh()), clockwise)));
-    } catch (const ImageError&) {
-        return image;
-    }
+    const int clockwise = turn.orientation == 6 ? 1 : turn.orientation == 3 ? 2 : 3;
+    return Image::fromBitmap(std::make_shared<const Bitmap>(turned(*bitmap, clockwise)));
 }
 
 } // namespace orvex

@@ -68,8 +68,8 @@ ImagePtr drawnOnSurface(const Image& image, const ImageRep& rep, const Target& t
     }
     BitmapPtr bitmap = drawn(rep, width, height);
     if (bitmap && bitmap->alpha != Alpha::none) {
-        // The surface has no alpha: what was transparent shows the paper.
-        bitmap = std::make_shared<const Bitmap>(flattenedOverWhite(*bitmap));
+        // The surface has no alpha and starts black: so does what was transparent.
+        bitmap = std::make_shared<const Bitmap>(flattenedOverBlack(*bitmap));
     }
     return bitmap ? imageOf(std::move(bitmap), image) : nullptr;
 }

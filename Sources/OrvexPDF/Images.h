@@ -46,12 +46,29 @@ struct OrvexImageMeta {
 /// The square on the longer side.
 [[nodiscard]] Size sizeWithBoxOfMaxEdge(const Size& size);
 
-/// The platform image's encoders; empty when the image has no representation or cannot be decoded.
+// Images+Encoders.cpp: three routes to encoded bytes. All are empty when the image has no representation or cannot be
+// decoded; qualities are fractions, 1 = best; transparent parts become white in JPEG.
+
+// The first representation as it is: its resolution and its colour profile go along, grey stays grey.
 [[nodiscard]] std::optional<Bytes> orvexDataForPNG(const Image& image);
 [[nodiscard]] std::optional<Bytes> orvexDataForPNGRepresentation(const Image& image);
-/// `quality` is a fraction, 1 = best; outside 0 to 1 it is logged as a warning and used all the same.
+/// A quality outside 0 to 1 is logged as a warning and used all the same.
 [[nodiscard]] std::optional<Bytes> orvexDataForJPG(const Image& image, double quality);
 [[nodiscard]] std::optional<Bytes> orvexDataForJPGRepresentation(const Image& image, double quality);
+/// A JP2 file; alpha is kept, quality 1 loses nothing. Here 0 is logged as well.
+[[nodiscard]] std::optional<Bytes> orvexDataForJPG2000(const Image& image, double quality);
+
+// The image's pixels (see cgImage) converted to sRGB, at 72 dpi. Qualities are not checked.
+/// RGBA of 16 bits, whatever the pixels are.
+[[nodiscard]] std::optional<Bytes> orvexDataForPNGCoreImage(const Image& image);
+[[nodiscard]] std::optional<Bytes> orvexDataForJPGCoreImage(const Image& image, double quality);
+
+/// The image's pixels (see cgImage) in their own colours, at 72 dpi, with EXIF orientation 1. The quality is not
+/// checked.
+[[nodiscard]] std::optional<Bytes> orvexDataForJPGCGImage(const Image& image, double quality);
+
+/// The pixels of the representation that has the most; null without one, or when it cannot be decoded.
+[[nodiscard]] BitmapPtr cgImage(const Image& image);
 /// Turned clockwise by whole quarter turns of `rotation` degrees; the very input for none. Its size in points is its
 /// size in pixels.
 [[nodiscard]] ImagePtr orvexImageWithRotation(const ImagePtr& image, std::int64_t rotation);

@@ -33,6 +33,7 @@ LIBRARIES = {
     "libpng": r"png\.h",
     "libtiff": r"tiff",
     "lcms2": r"lcms2",
+    "openjp2": r"openjpeg\.h",
     "zimg": r"zimg",
     "libdeflate": r"libdeflate\.h",
     "zlib": r"zlib\.h",

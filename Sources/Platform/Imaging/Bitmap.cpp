@@ -1,6 +1,7 @@
 #include "Platform/Imaging/Codecs_p.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace orvex {
@@ -138,6 +139,31 @@ Bitmap mirrored(const Bitmap& bitmap, bool horizontally, bool vertically) {
     return rearranged(bitmap, false,
                       {horizontally ? bitmap.width - 1 : 0, vertically ? bitmap.height - 1 : 0, horizontally ? -1 : 1,
                        0, 0, vertically ? -1 : 1});
+}
+
+namespace {
+
+template <class Sample> void unpremultiplyRow(Sample* row, std::int64_t width, std::size_t channels) {
+    const std::uint64_t most = std::numeric_limits<Sample>::max();
+    for (std::int64_t x = 0; x < width; ++x, row += channels) {
+        const std::uint64_t alpha = row[channels - 1];
+        for (std::size_t c = 0; c + 1 < channels && alpha > 0; ++c) {
+            row[c] = static_cast<Sample>(std::min(most, (row[c] * most + alpha / 2) / alpha));
+        }
+    }
+}
+
+} // namespace
+
+void unpremultiply(Bitmap& bitmap) {
+    const auto channels = static_cast<std::size_t>(bitmap.channels());
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        if (bitmap.bitsPerComponent == 16) {
+            unpremultiplyRow(reinterpret_cast<std::uint16_t*>(bitmap.row(y)), bitmap.width, channels);
+        } else {
+            unpremultiplyRow(bitmap.row(y), bitmap.width, channels);
+        }
+    }
 }
 
 } // namespace orvex

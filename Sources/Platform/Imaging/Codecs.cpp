@@ -45,7 +45,7 @@ std::vector<ImageInfo> readHeaders(const Bytes& data, ImageFormat format) {
 bool isProfileFor(const Bytes& profile, ColorModel model) {
     constexpr std::size_t headerSize = 128;
     const std::string_view space = model == ColorModel::gray ? "GRAY" : model == ColorModel::rgb ? "RGB " : "CMYK";
-    return profile.size() > headerSize && profile.text().substr(36, 4) == "acsp" &&
+    return profile.size() > headerSize && profile.size() <= largestProfile && profile.text().substr(36, 4) == "acsp" &&
            profile.text().substr(16, 4) == space;
 }
 
@@ -87,7 +87,7 @@ void verifyEncoded(const Bytes& data, const ImageInfo& info) {
     case ImageFormat::tiff:
         return tiff::verify(data, info.page);
     case ImageFormat::jpeg2000:
-        return;
+        return jpeg2000::verify(data);
     }
 }
 
@@ -100,9 +100,9 @@ Bitmap decodeImage(const Bytes& data, const ImageInfo& info) {
     case ImageFormat::tiff:
         return tiff::decode(data, info);
     case ImageFormat::jpeg2000:
-        break;
+        return jpeg2000::decode(data, info);
     }
-    throw ImageError("JPEG 2000 images cannot be decoded yet");
+    throw ImageError("not an image");
 }
 
 Bitmap decodeJPEGAtLeast(const Bytes& data, const ImageInfo& info, std::int64_t width, std::int64_t height) {

@@ -30,6 +30,9 @@ struct PNGOptions {
     int level = automaticLevel; ///< 0 to 12, libdeflate's scale; automatic: the best that stays quick for the size
     /// An encoder that passes this many bytes has lost and gives nothing. 0: no limit.
     std::size_t limit = 0;
+    /// Stores the samples in their own layout and depth, not in the smallest that holds them.
+    bool keepsLayout = false;
+    bool statesSRGB = false; ///< says that the samples are sRGB, where they carry neither a profile nor a gamma
     static constexpr int automaticLevel = -1;
 };
 /// Lossless and as small as we can make it: samples that are grey are stored grey, two-level ones with 1 bit, few
@@ -43,18 +46,27 @@ struct JPEGOptions {
     double dpiY = 72;
     /// An encoder that passes this many bytes has lost and gives nothing. 0: no limit.
     std::size_t limit = 0;
+    int orientation = 0; ///< EXIF orientation to state, 1 to 8; 0: none
 };
 /// Baseline with optimised Huffman tables. Transparent parts become white; samples that are grey are stored grey; CMYK
 /// stays CMYK. Quality 0.9 and above keeps full chroma. A profile goes along. Empty beyond 65535 pixels a side.
 [[nodiscard]] std::optional<Bytes> encodeJPEG(const Bitmap& bitmap, const JPEGOptions& options);
+
+/// A JP2 file: quality 1 without loss, below it about what JPEG gives for the same number. Alpha is kept; CMYK becomes
+/// sRGB. Resolution and a profile go along; `limit` and `orientation` do not count. Empty beyond 2^28 samples.
+[[nodiscard]] std::optional<Bytes> encodeJPEG2000(const Bitmap& bitmap, const JPEGOptions& options);
 
 /// High-quality reduction or enlargement (Lanczos, after an area average where the reduction is strong). Alpha is
 /// weighted in. 1-bit input gives 8-bit grey. Throws ImageError for sizes below 1 or above 2 GiB of samples.
 [[nodiscard]] Bitmap resample(const Bitmap& bitmap, std::int64_t width, std::int64_t height);
 /// 8-bit (or 16-bit, kept) RGB or grey in sRGB, through the profile where there is one; alpha kept.
 [[nodiscard]] Bitmap convertToSRGB(const Bitmap& bitmap);
+/// The same picture as RGBA of 16 bits in sRGB.
+[[nodiscard]] Bitmap convertToDeepSRGB(const Bitmap& bitmap);
 /// Laid over white paper (no ink); 8 bits. Without alpha the same samples.
 [[nodiscard]] Bitmap flattenedOverWhite(const Bitmap& bitmap);
+/// Laid over black, as on a surface that nothing was drawn on yet. Without alpha the same samples.
+[[nodiscard]] Bitmap flattenedOverBlack(const Bitmap& bitmap);
 /// Turned clockwise by quarter turns, 0 to 3.
 [[nodiscard]] Bitmap turned(const Bitmap& bitmap, int quarterTurns);
 /// Mirrored left to right and/or top to bottom.

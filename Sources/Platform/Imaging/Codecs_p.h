@@ -3,11 +3,15 @@
 
 #include "Platform/Imaging/Codecs.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
 
 namespace orvex {
+
+/// No device's profile comes near; what is larger counts as none.
+inline constexpr std::size_t largestProfile = 4 << 20;
 
 inline constexpr std::uint64_t maximumSampleBytes = std::uint64_t{2} << 30;
 
@@ -34,6 +38,8 @@ struct ExifTags {
 };
 /// `tiff` starts at the byte-order mark. Damaged tags are left out; nothing is thrown.
 [[nodiscard]] ExifTags readExif(std::span<const std::uint8_t> tiff);
+/// A JPEG segment's payload that states this orientation and nothing else.
+[[nodiscard]] std::array<std::uint8_t, 32> exifWithOrientation(int orientation);
 
 namespace jpeg {
 [[nodiscard]] ImageInfo readInfo(const Bytes& data);
@@ -56,15 +62,13 @@ void verify(const Bytes& data, int page);
 
 namespace jpeg2000 {
 [[nodiscard]] ImageInfo readInfo(const Bytes& data);
+void verify(const Bytes& data);
+/// Both sides halved so many times.
+[[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info, int halvings = 0);
 } // namespace jpeg2000
 
-/// zlib data of unknown size; empty when it is damaged or larger than `limit`.
-[[nodiscard]] std::optional<std::vector<std::uint8_t>> inflateZlib(std::span<const std::uint8_t> data,
-                                                                   std::size_t limit);
-
-/// A zlib stream; empty when it would pass `limit` bytes (0: no limit). Levels 0 to 12.
-[[nodiscard]] std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_t> data, int level,
-                                                                   std::size_t limit);
+/// Colours that alpha was multiplied into, without it.
+void unpremultiply(Bitmap& bitmap);
 
 /// Whether the bytes are an ICC profile for samples of this model; others are dropped wherever they turn up.
 [[nodiscard]] bool isProfileFor(const Bytes& profile, ColorModel model);

@@ -1,8 +1,11 @@
-// libdeflate: whole-buffer inflating and checksums (compression sits with the PNG encoder's needs).
+// libdeflate: whole buffers and checksums.
+#include "Platform/Imaging/Deflate.h"
+
 #include "Platform/Imaging/Png_p.h"
 
 #include <algorithm>
 #include <memory>
+#include <new>
 
 #include <libdeflate.h>
 
@@ -40,6 +43,16 @@ std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_
     std::vector<std::uint8_t> result(capacity);
     result.resize(libdeflate_zlib_compress(deflater.get(), data.data(), data.size(), result.data(), result.size()));
     return result.empty() ? std::nullopt : std::optional(std::move(result));
+}
+
+Bytes deflate(std::span<const std::uint8_t> data) {
+    constexpr int level = 9;
+    auto compressed = deflateZlib(data, level, 0);
+    if (!compressed) {
+        throw std::bad_alloc(); // without a limit nothing else fails
+    }
+    compressed->shrink_to_fit();
+    return Bytes(std::move(*compressed));
 }
 
 namespace png {

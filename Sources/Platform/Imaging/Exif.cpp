@@ -81,4 +81,12 @@ ExifTags readExif(std::span<const std::uint8_t> tiff) {
     return {orientation, tags.xResolution * scale, tags.yResolution * scale};
 }
 
+std::array<std::uint8_t, 32> exifWithOrientation(int orientation) {
+    return {'E', 'x',  'i', 'f', 0, 0,       // what the segment is
+            'M', 'M',  0,   42,  0, 0, 0, 8, // big-endian, directory at 8
+            0,   1,                          // one entry
+            1,   0x12, 0,   3,   0, 0, 0, 1, 0, static_cast<std::uint8_t>(orientation), 0, 0, // one short number
+            0,   0,    0,   0};                                                               // no further directory
+}
+
 } // namespace orvex

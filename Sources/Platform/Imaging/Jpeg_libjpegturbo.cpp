@@ -252,6 +252,10 @@ bool compress(Encoder& encoder, const Bitmap& bitmap, const JPEGOptions& options
     if (isProfileFor(profile, bitmap.colorSpace.model)) {
         jpeg_write_icc_profile(&encoder.cinfo, profile.data(), static_cast<unsigned>(profile.size()));
     }
+    if (options.orientation != 0) {
+        const auto exif = exifWithOrientation(options.orientation);
+        jpeg_write_marker(&encoder.cinfo, JPEG_APP0 + 1, exif.data(), static_cast<unsigned>(exif.size()));
+    }
     writeRows(encoder, bitmap, inverted);
     jpeg_finish_compress(&encoder.cinfo);
     return true;
@@ -270,7 +274,7 @@ std::optional<Bytes> encodeJPEG(const Bitmap& bitmap, const JPEGOptions& options
         return std::nullopt;
     }
     Simplified simplified(bitmap);
-    simplified.apply(withoutGamma).apply(asBytes).apply(flattened).apply(withoutUnusedColor);
+    simplified.apply(withoutGamma).apply(asBytes).apply(overWhite).apply(withoutUnusedColor);
     const Bitmap& samples = simplified.bitmap();
     std::vector<std::uint8_t> inverted(samples.colorSpace.model == ColorModel::cmyk ? samples.bytesPerRow : 0);
     Encoder encoder;

@@ -1,4 +1,5 @@
 // Writes PNG: the filter that pays is found on samples of the picture, then everything is deflated in one go.
+#include "Platform/Imaging/Deflate.h"
 #include "Platform/Imaging/Png_p.h"
 
 #include <algorithm>
@@ -231,7 +232,7 @@ void writeHeader(Writer& writer, const PackedImage& image) {
     writer.chunk("IHDR", payload);
 }
 
-void writeCalibration(Writer& writer, const ColorSpace& space) {
+void writeCalibration(Writer& writer, const ColorSpace& space, bool statesSRGB) {
     if (isProfileFor(space.iccProfile, space.model)) {
         constexpr std::string_view name("ICC profile\0\0", 13); // ends the name; then the compression method, 0
         std::vector<std::uint8_t> payload(name.begin(), name.end());
@@ -243,6 +244,9 @@ void writeCalibration(Writer& writer, const ColorSpace& space) {
         std::vector<std::uint8_t> payload;
         Writer::append32(payload, static_cast<std::uint32_t>(std::lround(100000 / space.gamma)));
         writer.chunk("gAMA", payload);
+    } else if (statesSRGB) {
+        constexpr std::uint8_t perceptual = 0;
+        writer.chunk("sRGB", {&perceptual, 1});
     }
 }
 
@@ -263,14 +267,14 @@ std::optional<Bytes> encodePNG(const Bitmap& bitmap, const PNGOptions& options) 
     if (bitmap.colorSpace.model == ColorModel::cmyk) {
         return std::nullopt;
     }
-    const png::PackedImage image = png::packForPNG(bitmap);
+    const png::PackedImage image = options.keepsLayout ? png::packAsIs(bitmap) : png::packForPNG(bitmap);
     const auto compressed = png::compressRows(image, options);
     if (!compressed) {
         return std::nullopt;
     }
     png::Writer writer(compressed->size() + 1024);
     png::writeHeader(writer, image);
-    png::writeCalibration(writer, image.colorSpace);
+    png::writeCalibration(writer, image.colorSpace, options.statesSRGB);
     png::writeResolution(writer, options);
     if (!image.palette.empty()) {
         writer.chunk("PLTE", image.palette);

@@ -1,4 +1,5 @@
 // PNG chunks: headers, truncation checks and the compressed data as a PDF can embed it, without a decoder.
+#include "Platform/Imaging/Deflate.h"
 #include "Platform/Imaging/Png_p.h"
 
 #include <algorithm>
@@ -43,21 +44,6 @@ void walkChunks(const Bytes& data, bool checked, const std::function<bool(const 
         more = visit(chunk) && chunk.type != "IEND";
         offset += length + chunkOverhead;
     }
-}
-
-int channelsOf(ColorType type) {
-    switch (type) {
-    case ColorType::gray:
-    case ColorType::palette:
-        return 1;
-    case ColorType::grayAlpha:
-        return 2;
-    case ColorType::rgb:
-        return 3;
-    case ColorType::rgbAlpha:
-        return 4;
-    }
-    return 0;
 }
 
 bool isLegal(ColorType type, int bits) {
@@ -105,7 +91,6 @@ void readResolution(const Bytes& payload, ImageInfo& info) {
 }
 
 void readProfile(const Bytes& payload, ImageInfo& info) {
-    constexpr std::size_t largestProfile = 16 << 20;
     const std::size_t name = payload.text().find('\0');
     if (name == std::string_view::npos || name + 2 > payload.size()) {
         return;
@@ -148,6 +133,21 @@ std::size_t filteredSize(const ImageInfo& info) {
 }
 
 } // namespace
+
+int channelsOf(ColorType type) {
+    switch (type) {
+    case ColorType::gray:
+    case ColorType::palette:
+        return 1;
+    case ColorType::grayAlpha:
+        return 2;
+    case ColorType::rgb:
+        return 3;
+    case ColorType::rgbAlpha:
+        return 4;
+    }
+    return 0;
+}
 
 ImageInfo readInfo(const Bytes& data) {
     ImageInfo info;

@@ -98,25 +98,6 @@ PackedImage emptyImage(const Bitmap& bitmap, ColorType type, int depth) {
     return image;
 }
 
-/// Whole samples, as they are; 16 bits turned to big-endian.
-PackedImage packPlain(const Bitmap& bitmap) {
-    const bool alpha = bitmap.alpha != Alpha::none;
-    const ColorType type = bitmap.colorSpace.model == ColorModel::gray
-                               ? (alpha ? ColorType::grayAlpha : ColorType::gray)
-                               : (alpha ? ColorType::rgbAlpha : ColorType::rgb);
-    PackedImage image = emptyImage(bitmap, type, bitmap.bitsPerComponent);
-    for (std::int64_t y = 0; y < bitmap.height; ++y) {
-        std::copy_n(bitmap.row(y), image.rowBytes,
-                    image.rows.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(y) * image.rowBytes));
-    }
-    if (bitmap.bitsPerComponent == 16 && std::endian::native == std::endian::little) {
-        for (std::size_t i = 0; i + 1 < image.rows.size(); i += 2) {
-            std::swap(image.rows[i], image.rows[i + 1]);
-        }
-    }
-    return image;
-}
-
 /// Each pixel through `valueOf`, packed to the image's depth.
 template <class ValueOf> void packSmall(const Bitmap& bitmap, PackedImage& image, ValueOf valueOf) {
     const int channels = bitmap.channels();
@@ -169,7 +150,7 @@ PackedImage packGray(const Bitmap& bitmap, const ColorTable& table) {
         return packPalette(bitmap, table);
     }
     if (bits == 8) {
-        return packPlain(bitmap);
+        return packAsIs(bitmap);
     }
     PackedImage image = emptyImage(bitmap, ColorType::gray, bits);
     packSmall(bitmap, image, [bits](const std::uint8_t* pixel) { return *pixel >> (8 - bits); });
@@ -179,36 +160,43 @@ PackedImage packGray(const Bitmap& bitmap, const ColorTable& table) {
 PackedImage packBytes(const Bitmap& bitmap) {
     ColorTable table;
     if (!countColors(bitmap, table)) {
-        return packPlain(bitmap);
+        return packAsIs(bitmap);
     }
     if (bitmap.channels() == 1) {
         return packGray(bitmap, table);
     }
     const bool fits = bitmap.colorSpace.model == ColorModel::rgb || bitmap.colorSpace.iccProfile.empty();
-    return fits ? packPalette(bitmap, table) : packPlain(bitmap);
+    return fits ? packPalette(bitmap, table) : packAsIs(bitmap);
 }
 
 } // namespace
 
 std::size_t PackedImage::channels() const {
-    switch (type) {
-    case ColorType::gray:
-    case ColorType::palette:
-        return 1;
-    case ColorType::grayAlpha:
-        return 2;
-    case ColorType::rgb:
-        return 3;
-    case ColorType::rgbAlpha:
-        return 4;
-    }
-    return 0;
+    return static_cast<std::size_t>(channelsOf(type));
 }
 
 PackedImage packForPNG(const Bitmap& bitmap) {
     Simplified simplified(bitmap);
     simplified.apply(withoutUnusedDepth).apply(withoutUnusedAlpha).apply(withoutUnusedColor);
-    return simplified.bitmap().bitsPerComponent == 8 ? packBytes(simplified.bitmap()) : packPlain(simplified.bitmap());
+    return simplified.bitmap().bitsPerComponent == 8 ? packBytes(simplified.bitmap()) : packAsIs(simplified.bitmap());
+}
+
+PackedImage packAsIs(const Bitmap& bitmap) {
+    const bool alpha = bitmap.alpha != Alpha::none;
+    const ColorType type = bitmap.colorSpace.model == ColorModel::gray
+                               ? (alpha ? ColorType::grayAlpha : ColorType::gray)
+                               : (alpha ? ColorType::rgbAlpha : ColorType::rgb);
+    PackedImage image = emptyImage(bitmap, type, bitmap.bitsPerComponent);
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        std::copy_n(bitmap.row(y), image.rowBytes,
+                    image.rows.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(y) * image.rowBytes));
+    }
+    if (bitmap.bitsPerComponent == 16 && std::endian::native == std::endian::little) {
+        for (std::size_t i = 0; i + 1 < image.rows.size(); i += 2) {
+            std::swap(image.rows[i], image.rows[i + 1]);
+        }
+    }
+    return image;
 }
 
 } // namespace orvex::png

@@ -14,6 +14,9 @@ inline constexpr std::size_t chunkOverhead = 12; ///< length, type and CRC
 
 enum class ColorType : std::uint8_t { gray = 0, rgb = 2, palette = 3, grayAlpha = 4, rgbAlpha = 6 };
 
+/// Channels that a pixel stores: one for a palette.
+[[nodiscard]] int channelsOf(ColorType type);
+
 /// Samples as PNG stores them, unfiltered: packed to `depth` bits, most significant first, big-endian.
 struct PackedImage {
     std::int64_t width = 0;
@@ -34,6 +37,8 @@ struct PackedImage {
 
 /// The smallest of PNG's pixel formats that holds the bitmap without loss. Not for CMYK.
 [[nodiscard]] PackedImage packForPNG(const Bitmap& bitmap);
+/// Whole samples, as they are.
+[[nodiscard]] PackedImage packAsIs(const Bitmap& bitmap);
 
 /// The reflected CRC-32 of PNG and zlib.
 [[nodiscard]] std::uint32_t crc32(std::span<const std::uint8_t> data);

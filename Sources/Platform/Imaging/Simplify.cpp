@@ -3,6 +3,7 @@
 #include "Platform/Imaging/Codecs_p.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace orvex {
 namespace {
@@ -137,29 +138,75 @@ std::optional<Bitmap> asBytes(const Bitmap& bitmap) {
     return bitmap.bitsPerComponent == 1 ? unpacked(bitmap) : narrowed(bitmap);
 }
 
-std::optional<Bitmap> flattened(const Bitmap& bitmap) {
-    if (bitmap.alpha == Alpha::none) {
-        return std::nullopt;
-    }
+namespace {
+
+template <class Sample> void layRows(const Bitmap& bitmap, Bitmap& result, bool bright) {
+    constexpr std::uint64_t most = std::numeric_limits<Sample>::max();
     const auto colors = static_cast<std::size_t>(bitmap.colorSpace.components());
-    const unsigned white = bitmap.colorSpace.model == ColorModel::cmyk ? 0 : 255;
-    Bitmap result = Bitmap::make(bitmap.width, bitmap.height, 8, bitmap.colorSpace);
+    const std::uint64_t paper = bright == (bitmap.colorSpace.model != ColorModel::cmyk) ? most : 0;
     for (std::int64_t y = 0; y < bitmap.height; ++y) {
-        const std::uint8_t* source = bitmap.row(y);
-        std::uint8_t* target = result.row(y);
+        const auto* source = reinterpret_cast<const Sample*>(bitmap.row(y));
+        auto* target = reinterpret_cast<Sample*>(result.row(y));
         for (std::int64_t x = 0; x < bitmap.width; ++x, source += colors + 1, target += colors) {
-            const unsigned alpha = source[colors];
+            const std::uint64_t alpha = source[colors];
             for (std::size_t c = 0; c < colors; ++c) {
-                target[c] = static_cast<std::uint8_t>((source[c] * alpha + white * (255 - alpha) + 127) / 255);
+                target[c] = static_cast<Sample>((source[c] * alpha + paper * (most - alpha) + most / 2) / most);
             }
         }
     }
+}
+
+/// Over white or over black, whichever way round the samples count.
+Bitmap laidOver(const Bitmap& bitmap, bool bright) {
+    Bitmap result = Bitmap::make(bitmap.width, bitmap.height, bitmap.bitsPerComponent, bitmap.colorSpace);
+    bitmap.bitsPerComponent == 16 ? layRows<std::uint16_t>(bitmap, result, bright)
+                                  : layRows<std::uint8_t>(bitmap, result, bright);
     return result;
+}
+
+} // namespace
+
+std::optional<Bitmap> overWhite(const Bitmap& bitmap) {
+    return bitmap.alpha == Alpha::none ? std::nullopt : std::optional(laidOver(bitmap, true));
 }
 
 Bitmap flattenedOverWhite(const Bitmap& bitmap) {
     Simplified simplified(bitmap);
-    return simplified.apply(asBytes).apply(flattened).bitmap();
+    return simplified.apply(asBytes).apply(overWhite).bitmap();
+}
+
+Bitmap flattenedOverBlack(const Bitmap& bitmap) {
+    return bitmap.alpha == Alpha::none ? bitmap : laidOver(bitmap, false);
+}
+
+namespace {
+
+/// Grey or RGB of either depth, with or without alpha, as deep RGBA.
+template <class Sample> void deepenRows(const Bitmap& bitmap, Bitmap& result) {
+    constexpr unsigned factor = 65535u / std::numeric_limits<Sample>::max();
+    const auto channels = static_cast<std::size_t>(bitmap.channels());
+    const std::size_t step = bitmap.colorSpace.components() == 1 ? 0 : 1;
+    const bool opaque = bitmap.alpha == Alpha::none;
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        const auto* source = reinterpret_cast<const Sample*>(bitmap.row(y));
+        auto* target = reinterpret_cast<std::uint16_t*>(result.row(y));
+        for (std::int64_t x = 0; x < bitmap.width; ++x, source += channels) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                *target++ = static_cast<std::uint16_t>(source[c * step] * factor);
+            }
+            *target++ = opaque ? std::uint16_t{65535} : static_cast<std::uint16_t>(source[channels - 1] * factor);
+        }
+    }
+}
+
+} // namespace
+
+Bitmap convertToDeepSRGB(const Bitmap& bitmap) {
+    const Bitmap standard = convertToSRGB(bitmap);
+    Bitmap result = Bitmap::make(bitmap.width, bitmap.height, 16, {ColorModel::rgb, {}, 0}, Alpha::straight);
+    standard.bitsPerComponent == 16 ? deepenRows<std::uint16_t>(standard, result)
+                                    : deepenRows<std::uint8_t>(standard, result);
+    return result;
 }
 
 } // namespace orvex

@@ -18,8 +18,8 @@ namespace orvex {
 [[nodiscard]] bool hasEqualComponents(const Bitmap& bitmap);
 /// 1 or 16 bits as bytes, rounded.
 [[nodiscard]] std::optional<Bitmap> asBytes(const Bitmap& bitmap);
-/// Laid over white (no ink). Eight bits only.
-[[nodiscard]] std::optional<Bitmap> flattened(const Bitmap& bitmap);
+/// Laid over white (no ink).
+[[nodiscard]] std::optional<Bitmap> overWhite(const Bitmap& bitmap);
 
 /// A bitmap, or what it was simplified to so far.
 class Simplified {

@@ -45,7 +45,4 @@ private:
     Bitmap& bitmap_;
 };
 
-/// Associated alpha to straight alpha.
-void unpremultiply(Bitmap& bitmap);
-
 } // namespace orvex::tiff

@@ -1,7 +1,7 @@
 #include "Platform/PDF/Composer_p.h"
 
+#include "Platform/Imaging/Deflate.h"
 #include "Platform/PDF/ContentBalance_p.h"
-#include "Platform/PDF/Deflate_p.h"
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
 

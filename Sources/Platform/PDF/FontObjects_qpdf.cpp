@@ -1,6 +1,6 @@
 #include "Platform/PDF/FontObjects_p.h"
 
-#include "Platform/PDF/Deflate_p.h"
+#include "Platform/Imaging/Deflate.h"
 
 #include <qpdf/QPDF.hh>
 

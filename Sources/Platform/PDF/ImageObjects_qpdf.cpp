@@ -1,6 +1,6 @@
 #include "Platform/PDF/ImageObjects_p.h"
 
-#include "Platform/PDF/Deflate_p.h"
+#include "Platform/Imaging/Deflate.h"
 #include "Platform/PDF/Digest_p.h"
 
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "Platform/PDF/ImageStream_p.h"
 
 #include "Platform/Imaging/Codecs.h"
-#include "Platform/PDF/Deflate_p.h"
+#include "Platform/Imaging/Deflate.h"
 
 #include <cstring>
 

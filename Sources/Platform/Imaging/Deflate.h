@@ -1,0 +1,24 @@
+// zlib streams of whole buffers.
+#pragma once
+
+#include "Platform/Foundation/Bytes.h"
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace orvex {
+
+/// zlib data of unknown size; empty when it is damaged or larger than `limit` bytes.
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> inflateZlib(std::span<const std::uint8_t> data,
+                                                                   std::size_t limit);
+
+/// A zlib stream; empty when it would pass `limit` bytes (0: no limit). Levels 0 to 12.
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_t> data, int level,
+                                                                   std::size_t limit);
+
+/// A zlib stream at a level that is worth its time in a file. Throws std::bad_alloc.
+[[nodiscard]] Bytes deflate(std::span<const std::uint8_t> data);
+
+} // namespace orvex
