@@ -31,5 +31,7 @@ struct CompositeFont {
 
 /// A code or a UTF-16 unit as four hexadecimal digits.
 void appendHexUnit(std::string& out, std::uint32_t unit);
+/// A character as UTF-16, in hexadecimal digits.
+void appendUTF16(std::string& out, char32_t character);
 
 } // namespace orvex

@@ -11,15 +11,6 @@ namespace orvex {
 
 namespace {
 
-void appendUTF16(std::string& out, char32_t character) {
-    if (character < 0x10000) {
-        appendHexUnit(out, character);
-    } else {
-        appendHexUnit(out, 0xD800 + ((character - 0x10000) >> 10));
-        appendHexUnit(out, 0xDC00 + ((character - 0x10000) & 0x3FF));
-    }
-}
-
 QPDFObjectHandle compressedStream(QPDF& pdf, const Bytes& bytes) {
     auto stream = QPDFObjectHandle::newStream(&pdf, std::string(deflate(bytes.span()).text()));
     stream.getDict().replaceKey("/Filter", QPDFObjectHandle::newName("/FlateDecode"));
@@ -101,6 +92,15 @@ void appendHexUnit(std::string& out, std::uint32_t unit) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     for (const unsigned shift : {12U, 8U, 4U, 0U}) {
         out += digits[(unit >> shift) & 0xF];
+    }
+}
+
+void appendUTF16(std::string& out, char32_t character) {
+    if (character < 0x10000) {
+        appendHexUnit(out, character);
+    } else {
+        appendHexUnit(out, 0xD800 + ((character - 0x10000) >> 10));
+        appendHexUnit(out, 0xDC00 + ((character - 0x10000) & 0x3FF));
     }
 }
 

@@ -18,8 +18,20 @@ class RunWriter {
 public:
     RunWriter(std::string& content, double size, double x, double y) : content_(content), size_(size), x_(x), y_(y) {}
 
-    void show(const ShapedGlyph& glyph) {
-        if (glyph.offset != Point{}) {
+    /// `standsForAnother`: the font's Unicode map knows the glyph as other text.
+    void show(const ShapedGlyph& glyph, bool standsForAnother) {
+        if (standsForAnother) {
+            close();
+            content_ += "/Span << /ActualText <FEFF";
+            for (const char32_t character : glyph.text) {
+                appendUTF16(content_, character);
+            }
+            content_ += "> >> BDC\n";
+            open(x_ + glyph.offset.x * size_, y_ + glyph.offset.y * size_);
+            code(glyph);
+            close();
+            content_ += "EMC\n";
+        } else if (glyph.offset != Point{}) {
             close();
             open(x_ + glyph.offset.x * size_, y_ + glyph.offset.y * size_);
             code(glyph);
@@ -90,8 +102,8 @@ void OutlineFonts::appendLine(std::string& content, const std::function<std::str
         Glyphs& used = faces_[run.font];
         RunWriter writer(content, size, x, y);
         for (const auto& glyph : run.glyphs) {
-            used.try_emplace(glyph.id, Use{glyph.ownAdvance, glyph.text});
-            writer.show(glyph);
+            const auto& use = used.try_emplace(glyph.id, Use{glyph.ownAdvance, glyph.text}).first->second;
+            writer.show(glyph, use.text != glyph.text);
         }
         writer.close();
         x = writer.x();
