@@ -27,7 +27,8 @@ std::string streamBody(const std::string& data, const std::string& dictionary) {
     return "<< " + dictionary + " /Length " + std::to_string(data.size()) + " >>\nstream\n" + data + "\nendstream";
 }
 
-Bytes pdfFromPages(const std::vector<FixturePage>& pages, const std::string& info, const std::string& catalog) {
+Bytes pdfFromPages(const std::vector<FixturePage>& pages, const std::string& info, const std::string& catalog,
+                   const std::vector<std::string>& objects) {
     constexpr std::size_t firstPage = 5;
     std::string kids;
     std::vector<std::string> bodies{"<< /Type /Catalog /Pages 2 0 R " + catalog + " >>", "",
@@ -42,6 +43,7 @@ Bytes pdfFromPages(const std::vector<FixturePage>& pages, const std::string& inf
                          " >>");
         bodies.push_back(streamBody(pages[i].content));
     }
+    bodies.insert(bodies.end(), objects.begin(), objects.end());
     bodies[1] = "<< /Type /Pages /Kids [" + kids + "] /Count " + std::to_string(pages.size()) + " >>";
     return Bytes(pdfFromObjects(bodies, info.empty() ? "" : "/Info 4 0 R"));
 }

@@ -18,9 +18,10 @@ struct FixturePage {
     std::string mediaBox = "[0 0 612 792]";
     std::string more; ///< further entries of the page dictionary
 };
-/// A file of pages whose resources hold Helvetica as /F1.
-Bytes pdfFromPages(const std::vector<FixturePage>& pages, const std::string& info = {},
-                   const std::string& catalog = {});
+/// A file of pages whose resources hold Helvetica as /F1. The first page is object 5, the next 7, and so on; `objects`
+/// are numbered from behind the last page's content.
+Bytes pdfFromPages(const std::vector<FixturePage>& pages, const std::string& info = {}, const std::string& catalog = {},
+                   const std::vector<std::string>& objects = {});
 /// Operators that show `text` in Helvetica, 24 points, at (72, 700).
 std::string showing(const std::string& text);
 

@@ -38,4 +38,8 @@ std::string SavedDocument::tool(const std::string& command) const {
     return run(command + " " + quoted(path())).output;
 }
 
+std::string SavedDocument::show(const std::string& part) const {
+    return run("mutool show " + quoted(path()) + " " + quoted(part)).output;
+}
+
 } // namespace orvex::test

@@ -19,6 +19,8 @@ public:
     [[nodiscard]] std::string boxes() const;
     /// Standard output of `command` with the file's path behind it.
     [[nodiscard]] std::string tool(const std::string& command) const;
+    /// What `mutool show` prints of a part of the file, such as "outline" or "pages/1/Annots".
+    [[nodiscard]] std::string show(const std::string& part) const;
     Bytes bytes;
 
 private:

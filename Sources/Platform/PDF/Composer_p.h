@@ -5,8 +5,8 @@
 #include "Platform/PDF/ContentStream_p.h"
 #include "Platform/PDF/ImageObjects_p.h"
 #include "Platform/PDF/InvisibleFont_p.h"
-#include "Platform/PDF/ObjectCopier_p.h"
 #include "Platform/PDF/PDFSource_p.h"
+#include "Platform/PDF/Saving/Composition_p.h"
 
 #include <map>
 #include <memory>
@@ -19,9 +19,13 @@ namespace orvex {
 /// One use: construct, write. Keeps the sources of foreign pages locked meanwhile.
 class Composer {
 public:
+    enum class Purpose {
+        file,   ///< with everything that belongs to a document
+        picture ///< just what pages look like
+    };
     /// `base` may be null: a document of its own. Throws PDFWriteError.
     Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr>& pages,
-             const std::map<PDFInfoKey, std::string>& info);
+             const std::map<PDFInfoKey, std::string>& info, Purpose purpose = Purpose::file);
     /// Crops no page to less than its media box.
     void showMediaBoxes();
     /// Makes what form fields look like part of the pages' content.
@@ -33,7 +37,8 @@ private:
     void lockSources();
     void placePages();
     QPDFObjectHandle placeLoaded(const LoadedPageContent& content);
-    void fillPages();
+    PageImport& importFor(const LoadedPageContent& content, int copy);
+    void copyPages();
     void buildTree();
     void drawPage(PDFPage& page, QPDFObjectHandle object);
     void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn);
@@ -48,13 +53,13 @@ private:
 
     std::shared_ptr<PDFSource> base_;
     const std::vector<PDFPagePtr>& pages_;
-    std::vector<std::shared_ptr<PDFSource>> foreign_; ///< in the order in which they are locked
     std::vector<std::unique_lock<std::recursive_mutex>> locks_;
     std::shared_ptr<QPDF> target_;
-    std::vector<QPDFObjectHandle> basePages_;
-    std::vector<bool> basePageUsed_;
-    std::vector<QPDFObjectHandle> objects_; ///< one per page
-    std::map<PDFSource*, ObjectCopier> copiers_;
+    Composition document_;
+    std::vector<QPDFObjectHandle> objects_;            ///< one per page
+    std::map<std::pair<PDFSource*, int>, int> copies_; ///< how often a page of a file stands in the document
+    std::map<PDFSource*, std::shared_ptr<ImportSource>> importSources_;
+    std::map<std::pair<PDFSource*, int>, PageImport*> imports_; ///< by file and how-manieth copy of its pages
     ImageObjects images_;
     InvisibleFont invisible_;
     OutlineFonts outlines_;

@@ -4,6 +4,7 @@
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
+#include "Platform/PDF/Saving/RemovedPages_p.h"
 
 #include <qpdf/Pl_String.hh>
 #include <qpdf/QPDFExc.hh>
@@ -68,13 +69,17 @@ QPDFObjectHandle rectangleArray(const Rect& rect) {
 } // namespace
 
 Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr>& pages,
-                   const std::map<PDFInfoKey, std::string>& info)
-    : base_(std::move(base)), pages_(pages), target_(base_ ? base_->reopen() : emptyTarget()), images_(*target_) {
+                   const std::map<PDFInfoKey, std::string>& info, Purpose purpose)
+    : base_(std::move(base)), pages_(pages),
+      target_(base_ ? base_->reopen() : emptyTarget()), document_{*target_, base_}, images_(*target_) {
     try {
         lockSources();
         placePages();
-        fillPages();
+        copyPages();
         buildTree();
+        if (purpose == Purpose::file) {
+            carryDocument(document_);
+        }
         for (std::size_t i = 0; i < pages_.size(); ++i) {
             drawPage(*pages_[i], objects_[i]);
         }
@@ -113,54 +118,80 @@ void Composer::write(ByteSink& sink) {
 /// Always in the same order, so that two documents that share sources cannot wait for each other.
 void Composer::lockSources() {
     std::set<std::shared_ptr<PDFSource>> sources;
+    std::vector<bool> used(base_ ? static_cast<std::size_t>(base_->pageCount()) : 0);
     for (const auto& page : pages_) {
-        if (const auto* loaded = loadedContent(*page); loaded != nullptr && loaded->source != base_) {
+        const auto* loaded = loadedContent(*page);
+        if (loaded == nullptr) {
+            continue;
+        }
+        const bool again = loaded->source == base_ && used.at(static_cast<std::size_t>(loaded->index));
+        if (loaded->source != base_ || again) { // a second copy of a page is read from the base as it was
             sources.insert(loaded->source);
+        } else {
+            used[static_cast<std::size_t>(loaded->index)] = true;
         }
     }
-    foreign_.assign(sources.begin(), sources.end());
-    for (const auto& source : foreign_) {
+    for (const auto& source : sources) {
         locks_.emplace_back(source->mutex());
     }
 }
 
 void Composer::placePages() {
-    basePages_ = target_->getAllPages();
-    basePageUsed_.resize(basePages_.size());
+    document_.basePages = target_->getAllPages();
+    if (!base_) {
+        document_.basePages.clear();
+    }
     for (const auto& page : pages_) {
         const auto* loaded = loadedContent(*page);
         objects_.push_back(loaded != nullptr
                                ? placeLoaded(*loaded)
                                : target_->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Page >>")));
+        document_.pages.push_back(loaded != nullptr ? PlacedPage{objects_.back(), loaded->source, loaded->index}
+                                                    : PlacedPage{objects_.back(), nullptr, 0});
     }
 }
 
 QPDFObjectHandle Composer::placeLoaded(const LoadedPageContent& content) {
-    const auto index = static_cast<std::size_t>(content.index);
-    if (content.source == base_) {
-        const bool again = basePageUsed_.at(index);
-        basePageUsed_[index] = true;
-        return again ? target_->makeIndirectObject(basePages_[index].shallowCopy()) : basePages_.at(index);
+    const int copy = copies_[{content.source.get(), content.index}]++;
+    if (content.source == base_ && copy == 0) {
+        return document_.basePages.at(static_cast<std::size_t>(content.index));
     }
     auto object = target_->makeIndirectObject(QPDFObjectHandle::newDictionary());
-    auto& copier = copiers_.try_emplace(content.source.get(), *target_, content.source).first->second;
-    copier.mapPage(content.index, object);
+    importFor(content, copy).add(content.index, object);
     return object;
 }
 
-void Composer::fillPages() {
-    for (std::size_t i = 0; i < pages_.size(); ++i) {
-        const auto* loaded = loadedContent(*pages_[i]);
-        if (loaded != nullptr && loaded->source != base_) {
-            copiers_.at(loaded->source.get()).copyPage(loaded->index, objects_[i]);
+PageImport& Composer::importFor(const LoadedPageContent& content, int copy) {
+    auto& import = imports_[{content.source.get(), copy}];
+    if (import == nullptr) {
+        auto& source = importSources_[content.source.get()];
+        if (!source) {
+            source = std::make_shared<ImportSource>(
+                ImportSource{{*target_, content.source, content.source == base_}, {}, {}});
         }
+        import = document_.imports.emplace_back(std::make_unique<PageImport>(source, nullptr)).get();
+    }
+    return *import;
+}
+
+void Composer::copyPages() {
+    if (const auto again = importSources_.find(base_.get()); again != importSources_.end()) {
+        for (const auto& page : document_.pages) {
+            if (page.source == base_) {
+                again->second->copier.mapFirstPage(page.index, page.object);
+            }
+        }
+    }
+    for (auto& import : document_.imports) {
+        import->copyPages();
     }
 }
 
 void Composer::buildTree() {
-    const bool unchanged =
-        std::ranges::equal(objects_, basePages_, [](auto& a, auto& b) { return a.getObjGen() == b.getObjGen(); });
-    if (unchanged) {
+    auto& basePages = document_.basePages;
+    document_.pagesChanged =
+        !std::ranges::equal(objects_, basePages, [](auto& a, auto& b) { return a.getObjGen() == b.getObjGen(); });
+    if (!document_.pagesChanged) {
         return;
     }
     target_->pushInheritedAttributesToPage();
@@ -170,11 +201,14 @@ void Composer::buildTree() {
     }
     root.replaceKey("/Kids", QPDFObjectHandle::newArray(objects_));
     root.replaceKey("/Count", QPDFObjectHandle::newInteger(static_cast<long long>(objects_.size())));
-    for (std::size_t i = 0; i < basePages_.size(); ++i) {
-        if (!basePageUsed_[i]) { // whatever still leads to a removed page must not keep it in the file
-            target_->replaceObject(basePages_[i].getObjGen(), QPDFObjectHandle::newNull());
-        }
+    std::vector<QPDFObjectHandle> removed;
+    std::vector<QPDFObjectHandle> kept;
+    for (std::size_t i = 0; i < basePages.size(); ++i) {
+        const bool used = copies_.contains({base_.get(), static_cast<int>(i)});
+        (used ? kept : removed).push_back(basePages[i]);
     }
+    document_.pagesRemoved = !removed.empty();
+    removePages(*target_, removed, kept);
     target_->updateAllPagesCache();
 }
 

@@ -32,7 +32,7 @@ const LoadedPageContent* asInItsFile(PDFPage& page, bool complete) {
 /// A file of the page alone, cropped to nothing less than its media box.
 Bytes composed(const PDFPagePtr& page, bool fields) {
     const std::vector<PDFPagePtr> pages{page};
-    Composer composer(nullptr, pages, {});
+    Composer composer(nullptr, pages, {}, Composer::Purpose::picture);
     composer.showMediaBoxes();
     if (fields) {
         composer.showFields();

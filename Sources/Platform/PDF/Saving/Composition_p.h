@@ -1,0 +1,30 @@
+// Which pages a document being saved is made of, for those who bring in line what is not pages.
+#pragma once
+
+#include "Platform/PDF/Saving/PageImport_p.h"
+
+#include <memory>
+#include <vector>
+
+namespace orvex {
+
+struct PlacedPage {
+    QPDFObjectHandle object;
+    std::shared_ptr<PDFSource> source; ///< null for pages that are no file's
+    int index = 0;                     ///< in its source
+};
+
+struct Composition {
+    QPDF& target;
+    std::shared_ptr<PDFSource> base;                  ///< null for a document of its own
+    std::vector<PlacedPage> pages;                    ///< in the document's order
+    std::vector<QPDFObjectHandle> basePages;          ///< by number; null objects where a page was removed
+    std::vector<std::unique_ptr<PageImport>> imports; ///< in the order in which their first pages stand in the document
+    bool pagesChanged = false;                        ///< other pages than the base's, or another order
+    bool pagesRemoved = false;                        ///< pages of the base are missing
+};
+
+/// Brings what is not pages in line with the pages.
+void carryDocument(Composition& document);
+
+} // namespace orvex
