@@ -7,14 +7,16 @@ namespace orvex {
 
 namespace {
 
-enum class Kind : unsigned char { end, string, number, name, word, arrayStart, arrayEnd };
+enum class Kind : unsigned char { end, string, literal, number, name, word, arrayStart, arrayEnd };
 
 struct Token {
     Kind kind = Kind::end;
-    std::string_view text; ///< a name without its slash, a word
+    std::string_view text; ///< a name without its slash, a word, a literal string as it stands
     std::string bytes;     ///< of a string
     std::uint32_t number = 0;
 };
+
+constexpr std::size_t longestName = 64;
 
 constexpr bool isBlank(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t' || c == '\f' || c == '\0';
@@ -52,6 +54,11 @@ public:
         } else if (c == '[' || c == ']') {
             rest_.remove_prefix(1);
             token.kind = c == '[' ? Kind::arrayStart : Kind::arrayEnd;
+        } else if (c == '(') {
+            const std::size_t end = std::min(rest_.find(')'), rest_.size());
+            token.kind = Kind::literal;
+            token.text = rest_.substr(1, end - 1);
+            rest_.remove_prefix(std::min(end + 1, rest_.size()));
         } else if (!isRegular(c)) {
             rest_.remove_prefix(1);
             token.kind = Kind::word;
@@ -131,9 +138,10 @@ public:
                 lastName = token_.text;
             } else if (token_.kind == Kind::number) {
                 lastNumber = token_.number;
+            } else if (token_.kind == Kind::literal && lastName == "Ordering" && map_.ordering_.empty()) {
+                map_.ordering_ = token_.text.substr(0, longestName);
             } else if (token_.kind == Kind::word && token_.text == "def" && lastName == "WMode") {
                 map_.vertical_ = lastNumber == 1;
-                lastName = {};
             } else if (token_.kind == Kind::word && token_.text == "usecmap" && named_ && !map_.base_) {
                 map_.base_ = named_(lastName);
             } else if (token_.kind == Kind::word && token_.text.starts_with("begin")) {

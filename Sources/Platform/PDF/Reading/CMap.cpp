@@ -19,7 +19,10 @@ constexpr char32_t joined(char16_t high, char16_t low) {
     return 0x10000 + ((char32_t{high} - 0xD800) << 10U) + (char32_t{low} - 0xDC00);
 }
 
-/// Halves of surrogate pairs that stand alone say nothing and are left out.
+/// Says what a text is not.
+constexpr char32_t replacement = 0xFFFD;
+
+/// Halves of surrogate pairs that stand alone and zeros say nothing and are left out.
 void appendUTF16(std::string& text, std::u16string_view units, std::uint32_t step) {
     for (std::size_t at = 0; at < units.size(); ++at) {
         char32_t character = units[at];
@@ -30,7 +33,8 @@ void appendUTF16(std::string& text, std::u16string_view units, std::uint32_t ste
         if (at + 1 == units.size()) {
             character += step;
         }
-        if (character <= 0x10FFFF && (character < 0xD800 || character > 0xDFFF)) {
+        if (character != 0 && character != replacement && character <= 0x10FFFF &&
+            (character < 0xD800 || character > 0xDFFF)) {
             appendUTF8(text, character);
         }
     }
@@ -57,9 +61,17 @@ std::shared_ptr<const CMap> CMap::identity(bool vertical) {
     return map;
 }
 
+std::shared_ptr<const CMap> CMap::identityTexts() {
+    auto map = std::make_shared<CMap>();
+    map->pool_ = std::u16string(1, u'\0');
+    map->texts_.push_back({0, 0xFFFF, 0, 0, 1});
+    return map;
+}
+
 void CMap::finish() {
     if (base_) {
         spaces_.insert(spaces_.end(), base_->spaces_.begin(), base_->spaces_.end());
+        ordering_ = ordering_.empty() ? base_->ordering_ : ordering_;
     }
     std::ranges::stable_sort(spaces_, {}, &CodeSpace::length);
     twoByte_ = std::ranges::all_of(spaces_, [](const CodeSpace& space) { return space.length == 2; });
@@ -145,9 +157,10 @@ std::optional<std::uint32_t> CMap::identifier(Code code) const {
 
 bool CMap::appendText(std::string& text, std::uint32_t code) const {
     if (const Range* range = find(texts_, code)) {
+        const std::size_t before = text.size();
         appendUTF16(text, std::u16string_view(pool_).substr(range->value, range->size),
                     static_cast<std::uint32_t>(code - range->first));
-        return true;
+        return text.size() > before;
     }
     return base_ && base_->appendText(text, code);
 }

@@ -23,7 +23,15 @@ public:
     /// Two-byte codes that are the identifiers.
     static std::shared_ptr<const CMap> identity(bool vertical);
 
+    /// Codes that are UTF-16.
+    static std::shared_ptr<const CMap> identityTexts();
+    /// One of Adobe's maps, such as "90ms-RKSJ-H" or "Adobe-Japan1-UCS2", out of the files that are installed; read
+    /// once per process. Null when there is none.
+    static std::shared_ptr<const CMap> named(std::string_view name);
+
     [[nodiscard]] bool isVertical() const { return vertical_; }
+    /// The character collection that the identifiers belong to, "Japan1" for example; empty when the map is silent.
+    [[nodiscard]] const std::string& ordering() const { return ordering_; }
     [[nodiscard]] bool hasTexts() const { return !texts_.empty() || (base_ && base_->hasTexts()); }
 
     struct Code {
@@ -38,7 +46,8 @@ public:
 
     /// The identifier of a code; none when the map does not hold it.
     [[nodiscard]] std::optional<std::uint32_t> identifier(Code code) const;
-    /// Appends the text of a code, whatever its length, as UTF-8; false when the map does not hold it.
+    /// Appends the text of a code, whatever its length, as UTF-8; false when the map does not hold it or says that the
+    /// character is not known.
     bool appendText(std::string& text, std::uint32_t code) const;
 
 private:
@@ -69,6 +78,7 @@ private:
     std::vector<Range> texts_;
     std::u16string pool_;
     std::shared_ptr<const CMap> base_;
+    std::string ordering_;
     bool vertical_ = false;
     bool twoByte_ = false;
 };

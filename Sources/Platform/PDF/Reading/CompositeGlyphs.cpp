@@ -1,5 +1,7 @@
 #include "Platform/PDF/Reading/CompositeGlyphs_p.h"
 
+#include "Platform/Foundation/Strings.h"
+
 #include <algorithm>
 
 namespace orvex {
@@ -9,6 +11,35 @@ namespace {
 const CompositeFontParts::Metrics* find(const std::vector<CompositeFontParts::Metrics>& metrics, std::uint32_t id) {
     const auto after = std::ranges::upper_bound(metrics, id, {}, &CompositeFontParts::Metrics::first);
     return after != metrics.begin() && id <= std::prev(after)->last ? &*std::prev(after) : nullptr;
+}
+
+bool isCharacter(std::uint32_t value) {
+    return value > 0 && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+}
+
+/// The character that a code is in a coding of Unicode.
+std::uint32_t decoded(CMap::Code code, TextCoding coding) {
+    if (coding == TextCoding::utf32 || (coding == TextCoding::utf16 && code.length == 2)) {
+        return code.value;
+    }
+    if (coding == TextCoding::utf16) {
+        return 0x10000 + (((code.value >> 16U) & 0x3FFU) << 10U) + (code.value & 0x3FFU);
+    }
+    std::string bytes;
+    for (unsigned at = code.length; coding == TextCoding::utf8 && at > 0; --at) {
+        bytes += static_cast<char>((code.value >> ((at - 1) * 8)) & 0xFFU);
+    }
+    std::size_t at = 0;
+    return isValidUTF8(bytes) && !bytes.empty() ? nextCodePoint(bytes, at) : 0;
+}
+
+bool appendDecoded(std::string& text, CMap::Code code, TextCoding coding) {
+    const std::uint32_t character = coding == TextCoding::none ? 0 : decoded(code, coding);
+    if (isCharacter(character)) {
+        appendUTF8(text, character);
+        return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -99,17 +130,17 @@ TextGlyph CompositeGlyphs::makeGlyph(CMap::Code code, std::string& text) const {
         glyph.originX = width / 2;
         glyph.originY = parts_.originY;
     }
-    const std::size_t start = text.size();
-    if (parts_.toUnicode) {
-        parts_.toUnicode->appendText(text, code.value);
-    }
-    if (text.size() == start && parts_.ofIdentifiers) {
-        parts_.ofIdentifiers->appendText(text, id);
-    }
-    if (text.size() == start && parts_.fallback) {
-        text += parts_.fallback(id);
-    }
+    appendText(text, code, id);
     return glyph;
+}
+
+void CompositeGlyphs::appendText(std::string& text, CMap::Code code, std::uint32_t id) const {
+    const bool told = (parts_.toUnicode && parts_.toUnicode->appendText(text, code.value)) ||
+                      appendDecoded(text, code, parts_.coding) ||
+                      (parts_.ofIdentifiers && parts_.ofIdentifiers->appendText(text, id));
+    if (!told && id < parts_.glyphTexts.size()) {
+        text += parts_.glyphTexts[id];
+    }
 }
 
 } // namespace orvex

@@ -11,6 +11,9 @@
 
 namespace orvex {
 
+/// How codes are Unicode themselves.
+enum class TextCoding : unsigned char { none, utf8, utf16, utf32 };
+
 /// What a composite font is made of.
 struct CompositeFontParts {
     /// Identifiers `first` to `last` have these values.
@@ -21,12 +24,13 @@ struct CompositeFontParts {
         float originX = 0, originY = 0; ///< vertical only
     };
     std::shared_ptr<const CMap> encoding;
-    std::shared_ptr<const CMap> toUnicode;                         ///< from codes; may be null
-    std::shared_ptr<const CMap> ofIdentifiers;                     ///< texts of identifiers; may be null
-    std::function<std::string(std::uint32_t identifier)> fallback; ///< asked last; may be empty
-    std::vector<Metrics> widths;                                   ///< settled: sorted, apart
-    std::vector<Metrics> verticals;                                ///< the same
-    float width = 1;                                               ///< of identifiers that `widths` lacks
+    std::shared_ptr<const CMap> toUnicode;     ///< from codes; may be null
+    std::shared_ptr<const CMap> ofIdentifiers; ///< texts of identifiers; may be null
+    std::vector<std::string> glyphTexts;       ///< texts by identifier, where no map is
+    TextCoding coding = TextCoding::none;
+    std::vector<Metrics> widths;    ///< settled: sorted, apart
+    std::vector<Metrics> verticals; ///< the same
+    float width = 1;                ///< of identifiers that `widths` lacks
     float originY = 0.88F;
     float advance = -1; ///< vertical, of identifiers that `verticals` lacks
 };
@@ -52,6 +56,7 @@ private:
     [[nodiscard]] const Page& page(std::atomic<const Page*>& slot, CMap::Code first) const;
     [[nodiscard]] std::unique_ptr<const Page> makePage(CMap::Code first) const;
     [[nodiscard]] TextGlyph makeGlyph(CMap::Code code, std::string& text) const;
+    void appendText(std::string& text, CMap::Code code, std::uint32_t id) const;
 
     CompositeFontParts parts_;
     mutable std::array<std::atomic<const Page*>, 256 / pageSize> oneByte_{};

@@ -129,11 +129,16 @@ bool appendNumbered(std::string& text, std::string_view name) {
     return false;
 }
 
-std::optional<char32_t> usualCharacter(std::string_view name) {
+/// "a1": a dingbat's name in a font of dingbats, elsewhere a number that the font's writer gave.
+bool isNumberedLikeDingbats(std::string_view name) {
+    return name.size() > 1 && name.front() == 'a' && name[1] != '0' && number(name.substr(1), 10);
+}
+
+std::optional<char32_t> usualCharacter(std::string_view name, GlyphNaming naming) {
     if (const auto known = usualGlyphs().find(name); known != usualGlyphs().end()) {
         return known->second;
     }
-    if (name.size() > 1 && name.front() == 'a' && name[1] != '0') {
+    if (naming == GlyphNaming::dingbats && isNumberedLikeDingbats(name)) {
         const auto at = number(name.substr(1), 10);
         if (at && *at >= 1 && *at <= dingbats.size() && dingbats[*at - 1] != u' ') {
             return dingbats[*at - 1];
@@ -154,12 +159,13 @@ template <typename Visit> void forEachComponent(std::string_view name, Visit vis
     }
 }
 
-Characters rareCharacters(std::span<const std::string_view> names) {
+Characters rareCharacters(std::span<const std::string_view> names, GlyphNaming naming) {
     std::vector<std::string_view> rare;
     for (const auto name : names) {
         forEachComponent(name, [&](std::string_view component) {
             std::string ignored;
-            if (!usualCharacter(component) && !appendNumbered(ignored, component)) {
+            if (!usualCharacter(component, naming) && !isNumberedLikeDingbats(component) &&
+                !appendNumbered(ignored, component)) {
                 rare.push_back(component);
             }
         });
@@ -169,14 +175,14 @@ Characters rareCharacters(std::span<const std::string_view> names) {
 
 } // namespace
 
-std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names) {
-    const Characters rare = rareCharacters(names);
+std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names, GlyphNaming naming) {
+    const Characters rare = rareCharacters(names, naming);
     std::vector<std::string> texts;
     texts.reserve(names.size());
     for (const auto name : names) {
         std::string text;
         forEachComponent(name, [&](std::string_view component) {
-            if (const auto usual = usualCharacter(component)) {
+            if (const auto usual = usualCharacter(component, naming)) {
                 appendUTF8(text, *usual);
             } else if (const auto known = rare.find(component); known != rare.end()) {
                 appendUTF8(text, known->second);

@@ -1,28 +1,16 @@
+#include "Platform/PDF/Reading/FreeType_p.h"
 #include "Platform/PDF/Reading/GlyphNames_p.h"
-
-#include <ft2build.h>
-#include FT_FREETYPE_H
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <memory>
-#include <type_traits>
+#include <iterator>
 
 namespace orvex {
 
 namespace {
 
 constexpr std::size_t mostNames = 4096;
-
-struct CloseLibrary {
-    void operator()(FT_Library library) const { FT_Done_FreeType(library); }
-};
-struct CloseFace {
-    void operator()(FT_Face face) const { FT_Done_Face(face); }
-};
-using Library = std::unique_ptr<std::remove_pointer_t<FT_Library>, CloseLibrary>;
-using Face = std::unique_ptr<std::remove_pointer_t<FT_Face>, CloseFace>;
 
 /// As Type 1 fonts hide their private part.
 std::string encrypted(std::string_view plain, std::uint16_t key) {
@@ -69,24 +57,21 @@ std::unordered_map<std::string_view, char32_t> charactersOfRareGlyphNames(std::s
     std::ranges::sort(wanted);
     wanted.erase(std::ranges::unique(wanted).begin(), wanted.end());
     std::unordered_map<std::string_view, char32_t> found;
-    FT_Library opened = nullptr;
-    if (wanted.empty() || FT_Init_FreeType(&opened) != 0) {
+    if (wanted.empty()) {
         return found;
     }
-    const Library library(opened);
     const std::string program = fontOfNames(wanted);
-    FT_Face made = nullptr;
-    if (FT_New_Memory_Face(opened, reinterpret_cast<const FT_Byte*>(program.data()),
-                           static_cast<FT_Long>(program.size()), 0, &made) != 0) {
+    const FreeTypeFace opened(program);
+    FT_Face face = opened.get();
+    if (face == nullptr) {
         return found;
     }
-    const Face face(made);
-    FT_Select_Charmap(made, FT_ENCODING_UNICODE);
+    FT_Select_Charmap(face, FT_ENCODING_UNICODE);
     FT_UInt glyph = 0;
-    for (FT_ULong character = FT_Get_First_Char(made, &glyph); glyph != 0;
-         character = FT_Get_Next_Char(made, character, &glyph)) {
+    for (FT_ULong character = FT_Get_First_Char(face, &glyph); glyph != 0;
+         character = FT_Get_Next_Char(face, character, &glyph)) {
         std::array<char, 128> buffer{};
-        FT_Get_Glyph_Name(made, glyph, buffer.data(), buffer.size());
+        FT_Get_Glyph_Name(face, glyph, buffer.data(), buffer.size());
         const auto name = std::ranges::lower_bound(wanted, std::string_view(buffer.data()));
         if (name != wanted.end() && *name == buffer.data()) {
             found.emplace(*name, static_cast<char32_t>(character));

@@ -9,9 +9,13 @@
 
 namespace orvex {
 
+/// ITC Zapf Dingbats numbers its glyphs: "a1".
+enum class GlyphNaming : unsigned char { common, dingbats };
+
 /// UTF-8 for each name (without a slash), by the rules of the Adobe glyph list; empty where a name tells nothing. Many
 /// names at once cost less than one by one. Threads: any.
-[[nodiscard]] std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names);
+[[nodiscard]] std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names,
+                                                         GlyphNaming naming = GlyphNaming::common);
 
 /// The characters of those names that the Adobe glyph list holds; its rarer names are looked up through FreeType.
 [[nodiscard]] std::unordered_map<std::string_view, char32_t>

@@ -1,7 +1,9 @@
+#include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Reading/TextFontBuilder_p.h"
 #include "Platform/PDF/Reading/TextFontObjects_p.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace orvex {
 
@@ -70,8 +72,25 @@ std::vector<Metrics> readMetrics(QPDFObjectHandle array, int size) {
     return settled(std::move(metrics));
 }
 
-std::shared_ptr<const CMap> namedEncoding(const std::string& name) {
-    return CMap::identity(name.ends_with("-V"));
+/// A map that is a stream may build upon another one that is.
+std::shared_ptr<const CMap> mapOf(QPDFObjectHandle object, int depth = 0) {
+    constexpr int deepest = 4;
+    if (!object.isStream()) {
+        const std::string name = fontName(object);
+        return name.empty() ? nullptr : CMap::named(std::string_view(name).substr(1));
+    }
+    const auto base = fontEntry(object, "/UseCMap");
+    return embeddedCMap(object, CMap::named, depth < deepest ? mapOf(base, depth + 1) : nullptr);
+}
+
+/// How the codes of maps named so are Unicode themselves.
+TextCoding codingOf(QPDFObjectHandle encoding) {
+    const std::string name = fontName(encoding);
+    const auto says = [&name](std::string_view word) { return name.find(word) != std::string::npos; };
+    if (!name.starts_with("/Uni")) {
+        return TextCoding::none;
+    }
+    return says("UTF32") ? TextCoding::utf32 : says("UTF8") ? TextCoding::utf8 : TextCoding::utf16;
 }
 
 } // namespace
@@ -82,13 +101,59 @@ void TextFontBuilder::buildComposite() {
     descriptor_ = fontEntry(cidFont, "/FontDescriptor");
     CompositeFontParts parts;
     auto encoding = fontEntry(font_, "/Encoding");
-    parts.encoding = encoding.isStream() ? embeddedCMap(encoding) : namedEncoding(fontName(encoding));
-    parts.toUnicode = embeddedCMap(fontEntry(font_, "/ToUnicode"));
+    parts.encoding = mapOf(encoding);
+    if (!parts.encoding) {
+        parts.encoding = CMap::identity(fontName(encoding).ends_with("-V"));
+    }
+    parts.coding = codingOf(encoding);
     parts.widths = readMetrics(fontEntry(cidFont, "/W"), 1);
     parts.width = fontNumber(fontEntry(cidFont, "/DW")).value_or(1000) * thousandth;
+    textsOfIdentifiers(parts, cidFont);
     readVertical(parts, cidFont);
     made_->vertical_ = parts.encoding->isVertical();
     made_->composite_ = std::make_unique<CompositeGlyphs>(std::move(parts));
+}
+
+void TextFontBuilder::textsOfIdentifiers(CompositeFontParts& parts, QPDFObjectHandle cidFont) {
+    auto toUnicode = fontEntry(font_, "/ToUnicode");
+    if (toUnicode.isStream()) {
+        parts.toUnicode = embeddedCMap(toUnicode, CMap::named);
+    } else if (const std::string name = fontName(toUnicode); name.starts_with("/Identity")) {
+        parts.toUnicode = CMap::identityTexts();
+    } else if (!name.empty()) {
+        parts.ofIdentifiers = CMap::named(std::string_view(name).substr(1));
+    }
+    std::string ordering = parts.encoding->ordering();
+    if (ordering.empty() || ordering == "Identity") {
+        auto named = fontEntry(fontEntry(cidFont, "/CIDSystemInfo"), "/Ordering");
+        ordering = named.isString() ? named.getStringValue() : std::string();
+    }
+    if (!parts.ofIdentifiers && !ordering.empty()) {
+        parts.ofIdentifiers = CMap::named("Adobe-" + ordering + "-UCS2");
+    }
+    if (!parts.ofIdentifiers && (!parts.toUnicode || !parts.toUnicode->hasTexts()) && program() != nullptr) {
+        textsFromGlyphs(parts, cidFont);
+    }
+}
+
+void TextFontBuilder::textsFromGlyphs(CompositeFontParts& parts, QPDFObjectHandle cidFont) {
+    if (const std::string ordering = program()->ordering(); !ordering.empty()) {
+        parts.ofIdentifiers = CMap::named("Adobe-" + ordering + "-UCS2");
+        return;
+    }
+    std::vector<std::uint32_t> glyphs;
+    auto map = fontEntry(cidFont, "/CIDToGIDMap");
+    if (map.isStream()) {
+        const std::string bytes = decodedBytes(map, 0x20000);
+        for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+            glyphs.push_back(static_cast<std::uint32_t>((static_cast<std::uint8_t>(bytes[at]) << 8) |
+                                                        static_cast<std::uint8_t>(bytes[at + 1])));
+        }
+    } else {
+        glyphs.resize(std::min<std::uint32_t>(program()->glyphCount(), 0x10000));
+        std::iota(glyphs.begin(), glyphs.end(), 0U);
+    }
+    parts.glyphTexts = program()->textsOfGlyphs(glyphs);
 }
 
 void TextFontBuilder::readVertical(CompositeFontParts& parts, QPDFObjectHandle cidFont) {

@@ -1,12 +1,15 @@
 // Reads a font dictionary into a TextFont.
 #pragma once
 
-#include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/CompositeGlyphs_p.h"
-#include "Platform/PDF/Reading/Encoding_p.h"
+#include "Platform/PDF/Reading/FontProgram_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 
+#include <array>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace orvex {
 
@@ -16,31 +19,40 @@ public:
     std::shared_ptr<const TextFont> build();
 
 private:
-    struct Differences {
-        std::array<std::string, 256> names;
-        bool any = false;
-    };
-    using Texts = std::array<std::string, 256>;
+    using Codes = std::array<std::string, 256>; ///< a text or a name for each one-byte code
 
     void buildSimple();
-    void buildType3Metrics();
-    void readEncoding(Texts& texts);
-    void readDifferences(Texts& texts, QPDFObjectHandle differences);
-    void readToUnicode(Texts& texts);
+    void readDifferences();
+    void textsFromToUnicode();
+    void textsFromNames();
+    void textsFromNumberedNames();
+    void textsFromEncoding();
+    void textsFromProgram();
+    [[nodiscard]] bool isUsed(std::size_t code) const;
     void readWidths();
-    void setTexts(const Texts& texts);
-    [[nodiscard]] BaseEncoding defaultEncoding() const;
+    void addMissingWidths();
+    void keepTexts();
 
     void buildComposite();
+    void textsOfIdentifiers(CompositeFontParts& parts, QPDFObjectHandle cidFont);
+    void textsFromGlyphs(CompositeFontParts& parts, QPDFObjectHandle cidFont);
     void readVertical(CompositeFontParts& parts, QPDFObjectHandle cidFont);
 
     void readHeights();
+    /// What the file embeds; null when there is nothing that FreeType reads.
+    FontProgram* program();
+    [[nodiscard]] bool isEmbedded();
 
     QPDFObjectHandle font_;
     QPDFObjectHandle descriptor_;
     std::string subtype_;
     std::string name_; ///< of the base font, without slash and subset tag
-    bool symbolic_ = false;
+    unsigned flags_ = 0;
+    bool hasWidths_ = false;
+    Codes names_; ///< that /Differences give
+    Codes texts_;
+    bool programSought_ = false;
+    std::unique_ptr<FontProgram> program_;
     std::shared_ptr<TextFont> made_;
 };
 

@@ -23,6 +23,7 @@ constexpr int mostFontArrayItems = 200'000;
 /// With its slash; empty for what is no name.
 [[nodiscard]] std::string fontName(QPDFObjectHandle object);
 /// Null for what is no stream.
-[[nodiscard]] std::shared_ptr<const CMap> embeddedCMap(QPDFObjectHandle object, const CMap::Named& named = {});
+[[nodiscard]] std::shared_ptr<const CMap> embeddedCMap(QPDFObjectHandle object, const CMap::Named& named,
+                                                       std::shared_ptr<const CMap> base = nullptr);
 
 } // namespace orvex

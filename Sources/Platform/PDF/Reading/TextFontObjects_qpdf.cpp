@@ -35,8 +35,9 @@ std::string fontName(QPDFObjectHandle object) {
     return object.isName() ? object.getName() : std::string();
 }
 
-std::shared_ptr<const CMap> embeddedCMap(QPDFObjectHandle object, const CMap::Named& named) {
-    return object.isStream() ? CMap::parse(decodedBytes(object, longestMap), named) : nullptr;
+std::shared_ptr<const CMap> embeddedCMap(QPDFObjectHandle object, const CMap::Named& named,
+                                         std::shared_ptr<const CMap> base) {
+    return object.isStream() ? CMap::parse(decodedBytes(object, longestMap), named, std::move(base)) : nullptr;
 }
 
 } // namespace orvex

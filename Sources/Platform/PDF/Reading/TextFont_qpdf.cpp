@@ -1,5 +1,5 @@
-#include "Platform/Foundation/Strings.h"
-#include "Platform/PDF/Reading/GlyphNames_p.h"
+#include "Platform/PDF/Reading/StandardWidths_p.h"
+#include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Reading/TextFontBuilder_p.h"
 #include "Platform/PDF/Reading/TextFontObjects_p.h"
 
@@ -9,6 +9,7 @@ namespace orvex {
 
 namespace {
 
+constexpr std::size_t longestProgram = std::size_t{64} << 20U;
 constexpr float thousandth = 0.001F;
 
 /// "/ABCDEF+Name" without slash and tag.
@@ -39,114 +40,29 @@ std::shared_ptr<const TextFont> TextFontBuilder::build() {
     return made_;
 }
 
-void TextFontBuilder::buildSimple() {
-    const auto flags = fontNumber(fontEntry(descriptor_, "/Flags"));
-    symbolic_ = flags && (static_cast<unsigned>(*flags) & 4U) != 0;
-    Texts texts;
-    readEncoding(texts);
-    readToUnicode(texts);
-    readWidths();
-    setTexts(texts);
-}
-
-BaseEncoding TextFontBuilder::defaultEncoding() const {
-    if (name_ == "Symbol") {
-        return BaseEncoding::symbol;
-    }
-    if (name_ == "ZapfDingbats") {
-        return BaseEncoding::zapfDingbats;
-    }
-    return subtype_ == "/TrueType" ? BaseEncoding::winAnsi : BaseEncoding::standard;
-}
-
-void TextFontBuilder::readEncoding(Texts& texts) {
-    auto encoding = fontEntry(font_, "/Encoding");
-    const auto named = encoding.isDictionary() ? fontEntry(encoding, "/BaseEncoding") : encoding;
-    const BaseEncoding base = baseEncodingNamed(fontName(named)).value_or(defaultEncoding());
-    for (std::size_t code = 0; code < texts.size(); ++code) {
-        if (const char16_t character = encodingOf(base).at(code); character != 0) {
-            appendUTF8(texts.at(code), character);
+FontProgram* TextFontBuilder::program() {
+    if (!programSought_) {
+        programSought_ = true;
+        for (const char* key : {"/FontFile3", "/FontFile2", "/FontFile"}) {
+            auto file = fontEntry(descriptor_, key);
+            if (file.isStream()) {
+                program_ = FontProgram::open(decodedBytes(file, longestProgram));
+                break;
+            }
         }
     }
-    readDifferences(texts, fontEntry(encoding, "/Differences"));
+    return program_.get();
 }
 
-void TextFontBuilder::readDifferences(Texts& texts, QPDFObjectHandle differences) {
-    if (!differences.isArray()) {
-        return;
-    }
-    std::array<std::string, 256> names;
-    std::size_t code = 0;
-    const int count = std::min(differences.getArrayNItems(), mostFontArrayItems);
-    for (int i = 0; i < count; ++i) {
-        auto item = differences.getArrayItem(i);
-        if (item.isName() && code < names.size()) {
-            names.at(code++) = item.getName().substr(1);
-        } else if (const auto start = fontCode(item)) {
-            code = *start;
-        }
-    }
-    const std::vector<std::string_view> views(names.begin(), names.end());
-    auto named = textsOfGlyphNames(views);
-    for (std::size_t at = 0; at < names.size(); ++at) {
-        if (!names.at(at).empty()) {
-            texts.at(at) = std::move(named[at]);
-        }
-    }
+bool TextFontBuilder::isEmbedded() {
+    return fontEntry(descriptor_, "/FontFile").isStream() || fontEntry(descriptor_, "/FontFile2").isStream() ||
+           fontEntry(descriptor_, "/FontFile3").isStream();
 }
 
-void TextFontBuilder::readToUnicode(Texts& texts) {
-    const auto map = embeddedCMap(fontEntry(font_, "/ToUnicode"));
-    if (!map || !map->hasTexts()) {
-        return;
-    }
-    for (std::size_t code = 0; code < texts.size(); ++code) {
-        std::string text;
-        if (map->appendText(text, static_cast<std::uint32_t>(code)) && !text.empty() && text[0] != '\0') {
-            texts.at(code) = std::move(text);
-        }
-    }
-}
-
-void TextFontBuilder::setTexts(const Texts& texts) {
-    for (const auto& text : texts) {
-        made_->texts_ += text;
-    }
-    std::size_t at = 0;
-    for (std::size_t code = 0; code < texts.size(); ++code) {
-        TextGlyph& glyph = made_->glyphs_.at(code);
-        glyph.code = static_cast<std::uint32_t>(code);
-        glyph.wordSpace = code == ' ';
-        glyph.text = std::string_view(made_->texts_).substr(at, texts.at(code).size());
-        at += texts.at(code).size();
-    }
-}
-
-void TextFontBuilder::readWidths() {
-    float unit = thousandth;
-    if (subtype_ == "/Type3") {
-        auto matrix = fontEntry(font_, "/FontMatrix");
-        unit = matrix.isArray() ? fontNumber(matrix.getArrayItem(0)).value_or(thousandth) : thousandth;
-    }
-    const float missing = fontNumber(fontEntry(descriptor_, "/MissingWidth")).value_or(0) * unit;
-    for (TextGlyph& glyph : made_->glyphs_) {
-        glyph.advance = missing;
-    }
-    auto widths = fontEntry(font_, "/Widths");
-    const auto first = fontCode(fontEntry(font_, "/FirstChar")).value_or(0);
-    if (!widths.isArray()) {
-        return;
-    }
-    for (int i = 0; i < widths.getArrayNItems() && first + static_cast<unsigned>(i) < 256; ++i) {
-        if (const auto width = fontNumber(widths.getArrayItem(i))) {
-            made_->glyphs_.at(first + static_cast<unsigned>(i)).advance = *width * unit;
-        }
-    }
-}
-
+/// Half a unit above the baseline at least, a whole one below at most: what lies outside was not meant.
 void TextFontBuilder::readHeights() {
-    const auto ascent = fontNumber(fontEntry(descriptor_, "/Ascent")).value_or(0) * thousandth;
-    const auto descent = fontNumber(fontEntry(descriptor_, "/Descent")).value_or(0) * thousandth;
+    const float ascent = fontNumber(fontEntry(descriptor_, "/Ascent")).value_or(0) * thousandth;
+    const float descent = fontNumber(fontEntry(descriptor_, "/Descent")).value_or(0) * thousandth;
     made_->ascent_ = ascent > 0.2F && ascent < 2 ? ascent : 0.9F;
     made_->descent_ = descent < 0 && descent > -1 ? descent : -0.2F;
 }

@@ -1,4 +1,5 @@
 // Fonts of files as the reader of text sees them.
+#include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 
 #include <qpdf/QPDF.hh>
@@ -70,9 +71,9 @@ TEST(TextFont, DifferencesNameGlyphs) {
     FontFixture file;
     const auto font = file.make("<< /Type /Font /Subtype /Type1 /BaseFont /X /Encoding << /BaseEncoding "
                                 "/WinAnsiEncoding /Differences [65 /Aacute /uni0416 /u1F600 /f_f_i /a.sc 200 "
-                                "/afii10017 /ohorn /Abreveacute /.notdef /a10 /uni00410042] >> >>");
+                                "/afii10017 /ohorn /Abreveacute /.notdef /uni00410042 /dalet] >> >>");
     EXPECT_EQ(read(*font, "ABCDE"), "ÁЖ😀ffia");
-    EXPECT_EQ(read(*font, "\xC8\xC9\xCA\xCB\xCC\xCD"), "АơẮ✡AB");
+    EXPECT_EQ(read(*font, "\xC8\xC9\xCA\xCB\xCC\xCD"), "АơẮABד");
     EXPECT_EQ(read(*font, "xyz"), "xyz");
 }
 
@@ -105,6 +106,94 @@ TEST(TextFont, CompositeFontsReadTwoByteCodes) {
     EXPECT_EQ(read(*font, "\0\1\0\2\0\3\0\4"sv), "abc");
     EXPECT_THAT(advances(*font, "\0\1\0\2\0\3\0\x0A\0\x0B\1\1"sv),
                 Pointwise(FloatEq(), std::vector<float>{0.5F, 0.6F, 0.25F, 0.25F, 0.7F, 0.7F}));
+}
+
+TEST(TextFont, StandardFontsKnowTheirWidthsAndEncodings) {
+    FontFixture file;
+    const auto of = [&](const std::string& name) {
+        return file.make("<< /Type /Font /Subtype /Type1 /BaseFont /" + name + " >>");
+    };
+    EXPECT_THAT(advances(*of("Helvetica"), "Ai\xAE"), Pointwise(FloatEq(), {0.667F, 0.222F, 0.5F}));
+    EXPECT_THAT(advances(*of("Arial,Bold"), "Ai"), Pointwise(FloatEq(), {0.722F, 0.278F}));
+    EXPECT_THAT(advances(*of("TimesNewRomanPS-BoldItalicMT"), "Ai"), Pointwise(FloatEq(), {0.667F, 0.278F}));
+    EXPECT_THAT(advances(*of("CourierNew"), "Ai"), Pointwise(FloatEq(), {0.6F, 0.6F}));
+    EXPECT_EQ(read(*of("Symbol"), "abGW\xA5"), "αβΓΩ∞");
+    EXPECT_THAT(advances(*of("Symbol"), "a"), Pointwise(FloatEq(), {0.631F}));
+    EXPECT_EQ(read(*of("ZapfDingbats"), "4n"), "✔■");
+    EXPECT_THAT(advances(*of("ZapfDingbats"), "4n"), Pointwise(FloatEq(), {0.846F, 0.761F}));
+}
+
+TEST(TextFont, GlyphsThatAreNumberedAreCharacters) {
+    FontFixture file;
+    const auto font = file.make("<< /Type /Font /Subtype /Type3 /FontMatrix [0.01 0 0 0.01 0 0] /FirstChar 1 /Widths "
+                                "[50 60] /Encoding << /Differences [1 /g65 /a100] >> >>");
+    EXPECT_EQ(read(*font, "\1\2"), "Ad");
+    EXPECT_THAT(advances(*font, "\1\2"), Pointwise(FloatEq(), {0.5F, 0.6F}));
+    const auto hexadecimal = file.make("<< /Type /Font /Subtype /Type3 /Encoding << /Differences [1 /C41 /C4B] >> >>");
+    EXPECT_EQ(read(*hexadecimal, "\1\2"), "AK");
+}
+
+TEST(TextFont, VerticalWritingMovesDownFromAPositionAboveTheGlyph) {
+    FontFixture file;
+    const auto font =
+        file.make("<< /Type /Font /Subtype /Type0 /Encoding /Identity-V /DescendantFonts [<< /DW 800 /DW2 "
+                  "[900 -1100] /W2 [5 [-500 250 700] 6 9 -600 300 710] >>] >>");
+    EXPECT_TRUE(font->isVertical());
+    std::string_view string("\0\4\0\5\0\7", 6);
+    const auto plain = font->next(string);
+    EXPECT_FLOAT_EQ(plain.advance, -1.1F);
+    EXPECT_FLOAT_EQ(plain.originX, 0.4F);
+    EXPECT_FLOAT_EQ(plain.originY, 0.9F);
+    const auto listed = font->next(string);
+    EXPECT_FLOAT_EQ(listed.advance, -0.5F);
+    EXPECT_FLOAT_EQ(listed.originX, 0.25F);
+    EXPECT_FLOAT_EQ(listed.originY, 0.7F);
+    EXPECT_FLOAT_EQ(font->next(string).advance, -0.6F);
+}
+
+TEST(TextFont, NamedMapsReadEastAsianCodes) {
+    struct Case {
+        const char* encoding;
+        const char* ordering;
+        std::string_view string;
+        const char* text;
+    };
+    using namespace std::string_view_literals;
+    const std::vector<Case> cases = {
+        {"90ms-RKSJ-H", "Japan1", "\x93\xFA\x96{A", "日本A"},
+        {"90ms-RKSJ-V", "Japan1", "\x93\xFA\x96{", "日本"},
+        {"EUC-H", "Japan1", "\xC6\xFC\xCB\xDC", "日本"},
+        {"UniJIS-UTF16-H", "Japan1", "\x65\xE5\xD8\x40\xDC\x0B", "日𠀋"},
+        {"UniJIS-UCS2-H", "Japan1", "\x65\xE5\x67\x2C", "日本"},
+        {"GBK-EUC-H", "GB1", "\xD6\xD0\xCE\xC4", "中文"},
+        {"UniGB-UCS2-H", "GB1", "\x4E\x2D\x65\x87", "中文"},
+        {"ETen-B5-H", "CNS1", "\xA4\xA4\xA4\xE5", "中文"},
+        {"KSCms-UHC-H", "Korea1", "\xC7\xD1\xB1\xDB", "한글"},
+        {"UniKS-UTF8-H", "Korea1", "한글", "한글"},
+        {"Identity-H", "Japan1", "\x04\x65"sv, "亜"},
+    };
+    if (CMap::named("90ms-RKSJ-H") == nullptr) {
+        GTEST_SKIP() << "Adobe's character maps (poppler-data) are not installed";
+    }
+    FontFixture file;
+    for (const auto& it : cases) {
+        const auto font = file.make("<< /Type /Font /Subtype /Type0 /Encoding /" + std::string(it.encoding) +
+                                    " /DescendantFonts [<< /CIDSystemInfo << /Registry (Adobe) /Ordering (" +
+                                    it.ordering + ") /Supplement 2 >> >>] >>");
+        EXPECT_EQ(read(*font, it.string), it.text) << it.encoding;
+    }
+}
+
+TEST(TextFont, AnEmbeddedMapMayBuildUponOthers) {
+    if (CMap::named("90ms-RKSJ-H") == nullptr) {
+        GTEST_SKIP() << "Adobe's character maps (poppler-data) are not installed";
+    }
+    FontFixture file;
+    const auto inner = file.stream("/90ms-RKSJ-H usecmap\n1 begincidchar <41> 1125 endcidchar");
+    const auto outer = file.stream("/WMode 1 def", "<< /UseCMap " + inner + " >>");
+    const auto font = file.make("<< /Type /Font /Subtype /Type0 /Encoding " + outer + " /DescendantFonts [<< >>] >>");
+    EXPECT_TRUE(font->isVertical());
+    EXPECT_EQ(read(*font, "\x93\xFA\x41\x42"), read(*font, "\x93\xFA") + "亜B");
 }
 
 TEST(TextFont, SomethingThatIsNoFontReadsAsNothingOrAsPlainText) {
