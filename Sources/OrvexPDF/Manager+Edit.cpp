@@ -2,6 +2,7 @@
 #include "OrvexPDF/Manager.h"
 
 #include <algorithm>
+#include <typeinfo>
 #include <utility>
 
 namespace orvex {
@@ -20,8 +21,9 @@ void refuseRemove(std::int64_t index) {
     debugLine("_remove(pageAt:)", "Tried to remove a page out of index: ", index);
 }
 
-/// The page as it reads back from a saved file, free of the caller's document; the page itself when that fails.
-OrvexPDFPagePtr independentCopy(const OrvexPDFPagePtr& page) {
+/// What a host's own page class draws is only known from a file in which it has drawn: the page is written and read
+/// back. The page itself when that fails.
+OrvexPDFPagePtr readBack(const OrvexPDFPagePtr& page) {
     try {
         const auto data = page->createDocumentFromPage()->dataRepresentation();
         const auto document = data ? OrvexPDFDocument::fromData(*data) : nullptr;
@@ -30,6 +32,13 @@ OrvexPDFPagePtr independentCopy(const OrvexPDFPagePtr& page) {
     } catch (const PDFWriteError&) {
         return page;
     }
+}
+
+/// The page as a saved file would give it back, free of the caller's. It stays a page of the file that it came from, so
+/// that bookmarks, links and fields still find it.
+OrvexPDFPagePtr independentCopy(const OrvexPDFPagePtr& page) {
+    const OrvexPDFPage& object = *page;
+    return typeid(object) == typeid(OrvexPDFPage) ? page->flattened() : readBack(page);
 }
 
 } // namespace
@@ -106,6 +115,11 @@ void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
 
 void OrvexPDFDocumentManager::replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
                                       const OrvexPDFPageMeta& withMeta, bool force) {
+    _replace(pageAt, withPage, withMeta, force, Origin::caller);
+}
+
+void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
+                                       const OrvexPDFPageMeta& withMeta, bool force, Origin origin) {
     constexpr std::string_view function = "replace(pageAt:withPage:withMeta:force:)";
     debugLine(function, "Replace at:", pageAt);
     const auto current = pdfDoc->orvexPage(pageAt);
@@ -119,10 +133,11 @@ void OrvexPDFDocumentManager::replace(std::int64_t pageAt, const OrvexPDFPagePtr
         });
         return;
     }
-    const auto chosen = force ? independentCopy(withPage) : withPage;
+    // A page that the history brings back stood here before: nobody else's, it needs no copy, and undo is exact.
+    const auto chosen = force && origin == Origin::caller ? independentCopy(withPage) : withPage;
     auto undo = [=](OrvexPDFDocumentManager& manager) {
         debugLine(function, "Undo step replace at:", pageAt);
-        manager.replace(pageAt, current, currentMeta, force);
+        manager._replace(pageAt, current, currentMeta, force, Origin::history);
     };
     // Undo managers belong to the main thread, so the registration goes there with the change itself.
     syncOnMain([&] {

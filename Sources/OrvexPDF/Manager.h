@@ -96,7 +96,8 @@ public:
     std::string append(OrvexPDFPagePtr page);
     void remove(std::int64_t pageAt);
     void remove(const OrvexPDFPagePtr& page);
-    /// Swaps page and record. With `force` a copy of the page goes in, as it would be read back from a saved file.
+    /// Swaps page and record. With `force` a copy of the page goes in, as it would be read back from a saved file; the
+    /// undo brings the very page back that stood there.
     /// Nothing happens for an index without a page, for the page that is there already, and for a null page.
     void replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force);
     /// The listed pages, in the listed order, go before the page that is at `to`: one undo step. The indices must be
@@ -143,6 +144,9 @@ private:
 
     void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     void _remove(std::int64_t pageAt);
+    enum class Origin { caller, history };
+    void _replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force,
+                  Origin origin);
     std::string insertPageOfDocument(const OrvexPDFPagePtr& page, std::int64_t atIndex);
 
     void beginBatch();

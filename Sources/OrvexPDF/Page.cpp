@@ -22,6 +22,10 @@ AffineTransform textRotationTransform(const Rect& box, std::int64_t degrees) {
         .translated(-box.midX(), -box.midY());
 }
 
+bool isDebugWanted() {
+    return UserDefaults::standard().boolForKey("debug");
+}
+
 } // namespace
 
 std::shared_ptr<OrvexPDFPage> OrvexPDFPage::fromImage(const ImagePtr& image) {
@@ -33,16 +37,20 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
         const ScopedState content(context);
         PDFPage::draw(box, context);
     }
+    if (isDebugWanted()) {
+        debug = true; // by design it stays on when the setting goes off again
+    }
     const ScopedState overlay(context);
+    drawOverlay(box, context);
+}
+
+void OrvexPDFPage::drawOverlay(PDFDisplayBox box, GraphicsContext& context) const {
     const Rect drawn = bounds(box);
     if (const std::int64_t degrees = textRotation % 360; degrees != 0) {
         context.concatenate(textRotationTransform(drawn, degrees));
     }
     if (drawn.x != 0 || drawn.y != 0) { // what follows is drawn from the box's corner
         context.concatenate(AffineTransform{}.translated(drawn.x, drawn.y));
-    }
-    if (UserDefaults::standard().boolForKey("debug")) {
-        debug = true; // by design it stays on when the setting goes off again
     }
     drawInvisibleText(box, context);
     drawWatermark(box, context);
@@ -56,7 +64,7 @@ std::shared_ptr<OrvexPDFDocument> OrvexPDFPage::createDocumentFromPage() {
 
 /// Content never changes, so a deep copy may share it; the overlay is not content and comes along as settings.
 std::shared_ptr<OrvexPDFPage> OrvexPDFPage::clone() const {
-    auto copy = std::make_shared<OrvexPDFPage>(content());
+    auto copy = std::make_shared<OrvexPDFPage>(content(), layers());
     copy->setRotation(rotation());
     copy->debug = debug;
     copy->watermarkText = watermarkText;
@@ -64,6 +72,19 @@ std::shared_ptr<OrvexPDFPage> OrvexPDFPage::clone() const {
     copy->watermarkBackgroundColor = watermarkBackgroundColor;
     copy->textRotation = textRotation;
     copy->foundPage = foundPage;
+    return copy;
+}
+
+std::shared_ptr<OrvexPDFPage> OrvexPDFPage::flattened() const {
+    auto drawn = layers();
+    if (foundPage || !watermarkText.value_or("").empty()) {
+        const auto frozen = clone();
+        frozen->debug = debug || isDebugWanted();
+        drawn.push_back(std::make_shared<const PDFPageLayer::element_type>(
+            [frozen](PDFDisplayBox box, GraphicsContext& context) { frozen->drawOverlay(box, context); }));
+    }
+    auto copy = std::make_shared<OrvexPDFPage>(content(), std::move(drawn));
+    copy->setRotation(rotation());
     return copy;
 }
 

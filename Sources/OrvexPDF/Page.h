@@ -55,6 +55,9 @@ public:
     [[nodiscard]] std::shared_ptr<OrvexPDFDocument> createDocumentFromPage();
     /// An independent copy with the settings, without the id.
     [[nodiscard]] std::shared_ptr<OrvexPDFPage> clone() const;
+    /// An independent copy as a saved file would give it back: what the settings draw has become part of the content,
+    /// the settings themselves are at their defaults. What a subclass's own draw() adds is not known here.
+    [[nodiscard]] std::shared_ptr<OrvexPDFPage> flattened() const;
 
     // Page+Render.cpp
     /// The media box as shown at `dpi` dots per inch: bare content, no annotations, text layer or watermark. One
@@ -74,6 +77,9 @@ public:
     void drawInvisibleText(PDFDisplayBox box, GraphicsContext& context) const;
     /// Page+DrawWatermark.cpp: the banner near the bottom edge.
     void drawWatermark(PDFDisplayBox box, GraphicsContext& context) const;
+
+private:
+    void drawOverlay(PDFDisplayBox box, GraphicsContext& context) const;
 };
 
 using OrvexPDFPagePtr = std::shared_ptr<OrvexPDFPage>;

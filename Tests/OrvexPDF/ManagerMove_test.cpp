@@ -104,53 +104,6 @@ TEST(ManagerMoveDeathTest, RotatingBeyondTheIntegersIsFatal) {
     EXPECT_DEATH(manager->rotate(0, false), "rotation");
 }
 
-// Many edits at random against a plain list
-
-TEST(ManagerEdits, RandomOnesAreUndoneAndRedoneExactly) {
-    const auto manager = managerOfPages(5);
-    std::uint32_t state = 12345;
-    const auto random = [&state](std::int64_t limit) {
-        state = state * 1664525 + 1013904223;
-        return static_cast<std::int64_t>(state >> 8) % limit;
-    };
-    std::vector<Snapshot> history{Snapshot(*manager)};
-    for (int i = 0; i < 60; ++i) {
-        const auto count = manager->pdfDoc->pageCount();
-        OrvexPDFPageMeta meta;
-        switch (count == 0 ? 0 : random(5)) {
-        case 0:
-            manager->insert(pageOfWidth(101 + static_cast<double>(random(26))), random(count + 1), {});
-            break;
-        case 1:
-            manager->remove(random(count));
-            break;
-        case 2:
-            meta.originalPage = pageOfWidth(101 + static_cast<double>(random(26)));
-            manager->replace(random(count), meta.originalPage, meta, false);
-            break;
-        case 3:
-            manager->rotate(random(count), random(2) == 0);
-            break;
-        default:
-            manager->move({random(count)}, random(count + 1));
-            break;
-        }
-        expectOneRecordPerPage(*manager);
-        history.emplace_back(*manager);
-    }
-    for (auto step = history.rbegin() + 1; step != history.rend(); ++step) {
-        manager->undoManager->undo();
-        expectOneRecordPerPage(*manager);
-        ASSERT_TRUE(Snapshot(*manager) == *step);
-    }
-    EXPECT_FALSE(manager->undoManager->canUndo());
-    for (auto step = history.begin() + 1; step != history.end(); ++step) {
-        manager->undoManager->redo();
-        ASSERT_TRUE(Snapshot(*manager) == *step);
-    }
-    EXPECT_EQ(manager->silent, 0);
-}
-
 // Threads
 
 /// Runs `work` on a thread of its own while this one pumps the main queue.

@@ -1,5 +1,6 @@
 #include "Platform/PDF/PDFPage.h"
 
+#include "Platform/PDF/Composer_p.h"
 #include "Platform/PDF/ImageStream_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 #include "Platform/PDF/PDFium_p.h"
@@ -12,7 +13,8 @@ namespace orvex {
 PDFPage::PDFPage() = default;
 PDFPage::~PDFPage() = default;
 
-PDFPage::PDFPage(PDFPageContent content) : content_(std::move(content)) {
+PDFPage::PDFPage(PDFPageContent content, PDFPageLayers layers)
+    : content_(std::move(content)), layers_(std::move(layers)) {
     if (const auto* loaded = std::get_if<LoadedPageContent>(&content_)) {
         rotation_ = loaded->source->rotation(loaded->index);
     }
@@ -45,17 +47,54 @@ void PDFPage::setRotation(long long degrees) {
 }
 
 std::string PDFPage::string() const {
-    const auto* loaded = std::get_if<LoadedPageContent>(&content_);
-    return loaded != nullptr ? readPageText(*loaded->source, loaded->index) : std::string();
+    const auto page = mayHaveText() ? inAFile() : std::nullopt;
+    return page ? readPageText(*page->source, page->index) : std::string();
 }
 
 bool PDFPage::hasText() const {
-    const auto* loaded = std::get_if<LoadedPageContent>(&content_);
-    return loaded != nullptr && loaded->source->hasText(loaded->index);
+    const auto page = mayHaveText() ? inAFile() : std::nullopt;
+    return page && page->source->hasText(page->index);
+}
+
+bool PDFPage::mayHaveText() const {
+    return std::holds_alternative<LoadedPageContent>(content_) || !layers_.empty();
+}
+
+std::optional<LoadedPageContent> PDFPage::inAFile() const {
+    if (std::holds_alternative<LoadedPageContent>(content_) && layers_.empty()) {
+        return std::get<LoadedPageContent>(content_);
+    }
+    if (std::holds_alternative<BlankPageContent>(content_) && layers_.empty()) {
+        return std::nullopt;
+    }
+    auto file = madeFile();
+    return file ? std::optional(LoadedPageContent{std::move(file), 0}) : std::nullopt;
+}
+
+std::shared_ptr<PDFSource> PDFPage::madeFile() const {
+    {
+        const std::lock_guard lock(madeOnceMutex_);
+        if (madeFile_) {
+            return madeFile_;
+        }
+    }
+    std::shared_ptr<PDFSource> made;
+    try {
+        // Not this page itself: what a subclass draws over it is not part of it.
+        const std::vector<PDFPagePtr> pages{std::make_shared<PDFPage>(content_, layers_)};
+        ByteCollector file;
+        Composer(nullptr, pages, {}).write(file);
+        made = PDFSource::open(file.take(), {});
+    } catch (const PDFWriteError&) {
+        return nullptr;
+    }
+    const std::lock_guard lock(madeOnceMutex_);
+    madeFile_ = madeFile_ ? madeFile_ : made;
+    return madeFile_;
 }
 
 std::shared_ptr<const ImageStream> PDFPage::imageStream() const {
-    const std::lock_guard lock(imageStreamMutex_);
+    const std::lock_guard lock(madeOnceMutex_);
     if (!imageStream_) {
         imageStream_ = makeImageStream(*std::get<ImagePageContent>(content_).image);
     }
@@ -64,6 +103,10 @@ std::shared_ptr<const ImageStream> PDFPage::imageStream() const {
 
 void PDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
     context.drawPageContent(*this, box);
+    for (const auto& layer : layers_) {
+        const ScopedState drawing(context);
+        (*layer)(box, context);
+    }
 }
 
 } // namespace orvex

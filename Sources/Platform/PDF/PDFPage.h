@@ -6,10 +6,13 @@
 #include "Platform/Imaging/Image.h"
 #include "Platform/PDF/GraphicsContext.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace orvex {
 
@@ -26,11 +29,15 @@ struct LoadedPageContent {
 };
 using PDFPageContent = std::variant<BlankPageContent, ImagePageContent, LoadedPageContent>;
 
+/// Something that was drawn over a page's content and has become part of it. Drawing must give the same every time.
+using PDFPageLayer = std::shared_ptr<const std::function<void(PDFDisplayBox, GraphicsContext&)>>;
+using PDFPageLayers = std::vector<PDFPageLayer>;
+
 class PDFPage {
 public:
     /// A blank page of 612 x 792 points.
     PDFPage();
-    explicit PDFPage(PDFPageContent content);
+    explicit PDFPage(PDFPageContent content, PDFPageLayers layers = {});
     PDFPage(const PDFPage&) = delete;
     PDFPage& operator=(const PDFPage&) = delete;
     virtual ~PDFPage();
@@ -46,24 +53,33 @@ public:
     /// Takes any multiple of 90 and reduces it; throws std::invalid_argument for others.
     void setRotation(long long degrees);
 
-    /// The page's own text in reading order, lines ended by line feeds; empty for pages that have none, cannot be read,
-    /// or are not loaded pages. What subclasses draw over the page is not part of it.
+    /// The page's own text in reading order, lines ended by line feeds; empty for pages that have none or cannot be
+    /// read. What subclasses draw over the page is not part of it.
     [[nodiscard]] std::string string() const;
     /// Whether string() holds anything but white space; found once per page of a file and kept.
     [[nodiscard]] bool hasText() const;
 
-    /// Draws the page: its content. Subclasses add to it; what they draw is part of every saved file and rendering.
+    /// Draws the page: its content with the layers on it. Subclasses add to it; what they draw is part of every saved
+    /// file and rendering.
     virtual void draw(PDFDisplayBox box, GraphicsContext& context);
 
     [[nodiscard]] const PDFPageContent& content() const { return content_; }
+    [[nodiscard]] const PDFPageLayers& layers() const { return layers_; }
+    /// Content and layers as a page of a file, for those who read pages: where the page was loaded from, or else a file
+    /// of its own, made once. Empty for a blank page and for one that cannot be written.
+    [[nodiscard]] std::optional<LoadedPageContent> inAFile() const;
     /// For saving: an image page's image as it stands in a file, made once. Throws ImageError.
     [[nodiscard]] std::shared_ptr<const ImageStream> imageStream() const;
 
 private:
+    [[nodiscard]] bool mayHaveText() const;
+    [[nodiscard]] std::shared_ptr<PDFSource> madeFile() const;
     PDFPageContent content_;
+    PDFPageLayers layers_;
     int rotation_ = 0;
-    mutable std::mutex imageStreamMutex_;
+    mutable std::mutex madeOnceMutex_;
     mutable std::shared_ptr<const ImageStream> imageStream_;
+    mutable std::shared_ptr<PDFSource> madeFile_;
 };
 
 using PDFPagePtr = std::shared_ptr<PDFPage>;

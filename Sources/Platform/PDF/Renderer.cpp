@@ -20,12 +20,19 @@ bool drawsMarks(PDFPage& page) {
     return context.drewMarks();
 }
 
+PDFPagePtr barePage(const PDFPage& page) {
+    auto bare = std::make_shared<PDFPage>(page.content(), page.layers());
+    bare->setRotation(page.rotation());
+    return bare;
+}
+
 /// A page of a file that looks as that file shows it: PDFium can read it where it is. Qt PDF draws no form fields.
 const LoadedPageContent* asInItsFile(PDFPage& page, bool complete) {
     const auto* loaded = std::get_if<LoadedPageContent>(&page.content());
     const bool same = loaded != nullptr && page.rotation() == loaded->source->rotation(loaded->index) &&
                       page.bounds(PDFDisplayBox::crop) == page.bounds(PDFDisplayBox::media) &&
-                      !(complete && (drawsMarks(page) || loaded->source->showsFields(loaded->index)));
+                      !(page.layers().empty() ? complete && drawsMarks(page) : drawsMarks(*barePage(page))) &&
+                      !(complete && loaded->source->showsFields(loaded->index));
     return same ? loaded : nullptr;
 }
 
@@ -40,12 +47,6 @@ Bytes composed(const PDFPagePtr& page, bool fields) {
     ByteCollector file;
     composer.write(file);
     return file.take();
-}
-
-PDFPagePtr barePage(const PDFPage& page) {
-    auto bare = std::make_shared<PDFPage>(page.content());
-    bare->setRotation(page.rotation());
-    return bare;
 }
 
 } // namespace
