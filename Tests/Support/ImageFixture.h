@@ -4,6 +4,7 @@
 #include "Platform/Foundation/Bytes.h"
 #include "Platform/Imaging/Bitmap.h"
 #include "Platform/Imaging/Image.h"
+#include "Support/Similarity.h"
 
 #include <filesystem>
 #include <functional>
@@ -36,11 +37,6 @@ Bytes withJPEGSegment(const Bytes& jpeg, std::uint8_t marker, std::string_view p
 /// An EXIF segment's payload (marker 0xE1) with orientation, horizontal resolution (the vertical one is twice that) and
 /// unit (2 inches, 3 centimetres), in either byte order.
 std::string exifBlock(int orientation, std::uint32_t resolution, int unit, bool littleEndian);
-
-/// Largest difference of two samples; 65535 when the layouts differ.
-int largestDifference(const Bitmap& a, const Bitmap& b);
-/// Mean structural similarity of the luminance, 8 x 8 windows; 1 is equal.
-double similarity(const Bitmap& a, const Bitmap& b);
 
 /// A file of the shared collection of scans, or empty where there is none.
 std::filesystem::path scan(const std::string& name);

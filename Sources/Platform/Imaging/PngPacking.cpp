@@ -16,9 +16,9 @@ using Color = std::uint32_t;
 /// Up to 256 colours with the number of each, found by open addressing.
 class ColorTable {
 public:
-    static constexpr std::size_t most = 256;
+    explicit ColorTable(std::size_t most) : most_(most) {}
 
-    /// False once there are more than 256 colours.
+    /// False once there are more colours than asked for.
     bool add(Color color) {
         if (!colors_.empty() && color == last_) {
             return true;
@@ -31,7 +31,7 @@ public:
         used_[slot] = true;
         slots_[slot] = color;
         colors_.push_back(color);
-        return colors_.size() <= most;
+        return colors_.size() <= most_;
     }
     /// Sorts the colours: transparent ones first (their alpha list ends early), then by lightness, so that similar
     /// colours have similar numbers.
@@ -62,6 +62,7 @@ private:
     std::array<std::uint8_t, capacity> index_{};
     std::vector<Color> colors_;
     Color last_ = 0;
+    std::size_t most_;
 };
 
 Color colorAt(const std::uint8_t* pixel, int channels) {
@@ -91,17 +92,29 @@ bool countColors(const Bitmap& bitmap, ColorTable& table) {
     return true;
 }
 
-PackedImage emptyImage(const Bitmap& bitmap, ColorType type, int depth) {
-    PackedImage image{bitmap.width, bitmap.height, type, depth, bitmap.colorSpace};
+PackedImage imageWithoutRows(const Bitmap& bitmap, ColorType type, int depth) {
+    PackedImage image;
+    image.width = bitmap.width;
+    image.height = bitmap.height;
+    image.type = type;
+    image.depth = depth;
+    image.colorSpace = bitmap.colorSpace;
     image.rowBytes = Bitmap::tightBytesPerRow(bitmap.width, static_cast<int>(image.channels()), depth);
-    image.rows.resize(image.rowBytes * static_cast<std::size_t>(bitmap.height));
+    return image;
+}
+
+PackedImage emptyImage(const Bitmap& bitmap, ColorType type, int depth) {
+    PackedImage image = imageWithoutRows(bitmap, type, depth);
+    image.packed.resize(image.rowBytes * static_cast<std::size_t>(bitmap.height));
+    image.stride = image.rowBytes;
+    image.first = image.packed.data();
     return image;
 }
 
 /// Each pixel through `valueOf`, packed to the image's depth.
 template <class ValueOf> void packSmall(const Bitmap& bitmap, PackedImage& image, ValueOf valueOf) {
     const int channels = bitmap.channels();
-    std::uint8_t* target = image.rows.data();
+    std::uint8_t* target = image.packed.data();
     for (std::int64_t y = 0; y < bitmap.height; ++y, target += image.rowBytes) {
         const std::uint8_t* pixel = bitmap.row(y);
         for (std::int64_t x = 0; x < bitmap.width; ++x, pixel += channels) {
@@ -158,7 +171,8 @@ PackedImage packGray(const Bitmap& bitmap, const ColorTable& table) {
 }
 
 PackedImage packBytes(const Bitmap& bitmap) {
-    ColorTable table;
+    // More than sixteen levels of grey take a byte anyway.
+    ColorTable table(bitmap.channels() == 1 ? 16 : 256);
     if (!countColors(bitmap, table)) {
         return packAsIs(bitmap);
     }
@@ -178,7 +192,12 @@ std::size_t PackedImage::channels() const {
 PackedImage packForPNG(const Bitmap& bitmap) {
     Simplified simplified(bitmap);
     simplified.apply(withoutUnusedDepth).apply(withoutUnusedAlpha).apply(withoutUnusedColor);
-    return simplified.bitmap().bitsPerComponent == 8 ? packBytes(simplified.bitmap()) : packAsIs(simplified.bitmap());
+    const Bitmap& simple = simplified.bitmap();
+    PackedImage image = simple.bitsPerComponent == 8 ? packBytes(simple) : packAsIs(simple);
+    if (&simple != &bitmap) {
+        image.simplified = simplified.take();
+    }
+    return image;
 }
 
 PackedImage packAsIs(const Bitmap& bitmap) {
@@ -186,16 +205,21 @@ PackedImage packAsIs(const Bitmap& bitmap) {
     const ColorType type = bitmap.colorSpace.model == ColorModel::gray
                                ? (alpha ? ColorType::grayAlpha : ColorType::gray)
                                : (alpha ? ColorType::rgbAlpha : ColorType::rgb);
-    PackedImage image = emptyImage(bitmap, type, bitmap.bitsPerComponent);
-    for (std::int64_t y = 0; y < bitmap.height; ++y) {
-        std::copy_n(bitmap.row(y), image.rowBytes,
-                    image.rows.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(y) * image.rowBytes));
-    }
     if (bitmap.bitsPerComponent == 16 && std::endian::native == std::endian::little) {
-        for (std::size_t i = 0; i + 1 < image.rows.size(); i += 2) {
-            std::swap(image.rows[i], image.rows[i + 1]);
+        PackedImage image = emptyImage(bitmap, type, 16);
+        for (std::int64_t y = 0; y < bitmap.height; ++y) {
+            const std::uint8_t* source = bitmap.row(y);
+            std::uint8_t* target = image.packed.data() + static_cast<std::size_t>(y) * image.rowBytes;
+            for (std::size_t i = 0; i + 1 < image.rowBytes; i += 2) {
+                target[i] = source[i + 1];
+                target[i + 1] = source[i];
+            }
         }
+        return image;
     }
+    PackedImage image = imageWithoutRows(bitmap, type, bitmap.bitsPerComponent);
+    image.stride = bitmap.bytesPerRow;
+    image.first = bitmap.samples.data();
     return image;
 }
 

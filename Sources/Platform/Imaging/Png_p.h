@@ -26,18 +26,27 @@ struct PackedImage {
     ColorSpace colorSpace;
     std::vector<std::uint8_t> palette;      ///< RGB triples
     std::vector<std::uint8_t> transparency; ///< alpha of the first palette entries
-    std::size_t rowBytes = 0;
-    std::vector<std::uint8_t> rows;
+    std::size_t rowBytes = 0;               ///< that count
+    std::size_t stride = 0;                 ///< from row to row
+    /// The rows: packed ones of its own, or those of the bitmap where that has them as PNG wants them.
+    const std::uint8_t* first = nullptr;
+    std::vector<std::uint8_t> packed;
+    Bitmap simplified; ///< the bitmap that was packed, where it is not the caller's, who keeps his
+
+    PackedImage() = default;
+    PackedImage(PackedImage&&) = default; // vectors keep their address when they move
+    PackedImage& operator=(PackedImage&&) = default;
+    PackedImage(const PackedImage&) = delete;
+    PackedImage& operator=(const PackedImage&) = delete;
+    ~PackedImage() = default;
 
     [[nodiscard]] std::size_t channels() const;
-    [[nodiscard]] const std::uint8_t* row(std::int64_t y) const {
-        return rows.data() + static_cast<std::size_t>(y) * rowBytes;
-    }
+    [[nodiscard]] const std::uint8_t* row(std::int64_t y) const { return first + static_cast<std::size_t>(y) * stride; }
 };
 
-/// The smallest of PNG's pixel formats that holds the bitmap without loss. Not for CMYK.
+/// The smallest of PNG's pixel formats that holds the bitmap without loss. Not for CMYK. May point into the bitmap.
 [[nodiscard]] PackedImage packForPNG(const Bitmap& bitmap);
-/// Whole samples, as they are.
+/// Whole samples, as they are. May point into the bitmap.
 [[nodiscard]] PackedImage packAsIs(const Bitmap& bitmap);
 
 /// The reflected CRC-32 of PNG and zlib.

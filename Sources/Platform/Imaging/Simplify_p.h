@@ -36,6 +36,8 @@ public:
         return *this;
     }
     [[nodiscard]] const Bitmap& bitmap() const { return *current_; }
+    /// What it was simplified to, when it was; its samples keep their address.
+    [[nodiscard]] Bitmap take() { return std::move(owned_); }
 
 private:
     const Bitmap* current_;
