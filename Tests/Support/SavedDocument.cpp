@@ -42,4 +42,9 @@ std::string SavedDocument::show(const std::string& part) const {
     return run("mutool show " + quoted(path()) + " " + quoted(part)).output;
 }
 
+std::string SavedDocument::picture(int page) const {
+    const std::string number = std::to_string(page);
+    return run("pdftoppm -r 36 -f " + number + " -l " + number + " " + quoted(path())).output;
+}
+
 } // namespace orvex::test

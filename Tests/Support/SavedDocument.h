@@ -21,6 +21,8 @@ public:
     [[nodiscard]] std::string tool(const std::string& command) const;
     /// What `mutool show` prints of a part of the file, such as "outline" or "pages/1/Annots".
     [[nodiscard]] std::string show(const std::string& part) const;
+    /// What poppler draws of a page, from 1, fields and annotations included: a PPM file.
+    [[nodiscard]] std::string picture(int page) const;
     Bytes bytes;
 
 private:

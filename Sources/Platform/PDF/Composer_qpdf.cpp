@@ -4,6 +4,7 @@
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
+#include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 
 #include <qpdf/Pl_String.hh>
@@ -77,6 +78,7 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         placePages();
         copyPages();
         buildTree();
+        mergeLayers(document_);
         if (purpose == Purpose::file) {
             carryDocument(document_);
         }

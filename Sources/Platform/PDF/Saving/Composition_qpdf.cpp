@@ -1,7 +1,10 @@
 #include "Platform/PDF/Saving/Composition_p.h"
 
 #include "Platform/PDF/Saving/DocumentPlaces_p.h"
+#include "Platform/PDF/Saving/Form_p.h"
+#include "Platform/PDF/Saving/PageLabels_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
+#include "Platform/PDF/Saving/Signatures_p.h"
 
 namespace orvex {
 
@@ -18,6 +21,10 @@ void reviseBase(Composition& document) {
         forgetRemovedFields(document.target);
         forgetRemovedBeads(document.target);
     }
+    auto root = document.target.getRoot();
+    if (auto form = root.getKey("/AcroForm"); form.isDictionary() && !root.hasKey("/NeedsRendering")) {
+        form.removeKey("/XFA"); // would show the pages as they were, instead of the fields
+    }
     revisePlaces(document.target, document.basePages, kept);
 }
 
@@ -27,6 +34,11 @@ void carryDocument(Composition& document) {
     if (document.base && document.pagesChanged) {
         reviseBase(document);
     }
+    if (document.pagesChanged) {
+        carryPageLabels(document);
+    }
+    mergeForms(document);
+    dropSignatures(document.target);
 }
 
 } // namespace orvex

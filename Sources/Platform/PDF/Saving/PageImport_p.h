@@ -34,6 +34,8 @@ public:
     [[nodiscard]] const std::vector<std::pair<int, QPDFObjectHandle>>& pages() const { return pages_; }
     /// The topmost copied fields, in the order in which the pages show them, and what each was copied from.
     [[nodiscard]] const std::vector<std::pair<QPDFObjectHandle, QPDFObjectHandle>>& fields() const { return fields_; }
+    /// All copied annotations and fields.
+    [[nodiscard]] std::vector<QPDFObjectHandle> copies() const;
     /// Numbers of the source's parent tree, and the copies'.
     [[nodiscard]] const std::map<long long, long long>& tagKeys() const { return tagKeys_; }
     /// Makes the source's copier continue this import.

@@ -174,6 +174,14 @@ void PageImport::fillField(QPDFObjectHandle from, QPDFObjectHandle to) {
     fieldNodes_.push_back(to);
 }
 
+std::vector<QPDFObjectHandle> PageImport::copies() const {
+    std::vector<QPDFObjectHandle> all = fieldNodes_;
+    for (const auto& annotation : annotations_) {
+        all.push_back(annotation.to);
+    }
+    return all;
+}
+
 QPDFObjectHandle PageImport::placeOf(const QPDFObjectHandle& name) {
     auto& names = from_->names;
     if (!names) {

@@ -1,0 +1,156 @@
+#include "Platform/PDF/Saving/Form_p.h"
+
+#include "Platform/PDF/Saving/NamedMerge_p.h"
+
+#include <map>
+#include <set>
+#include <string>
+
+namespace orvex {
+
+namespace {
+
+constexpr std::string_view delimiters("\0\t\n\f\r ()<>[]{}/%", 16);
+
+/// A default appearance with its names changed.
+template <typename NewName> std::string renamed(const std::string& appearance, const NewName& newName) {
+    std::string result;
+    for (std::size_t i = 0; i < appearance.size();) {
+        std::size_t end = i + 1;
+        if (appearance[i] == '/') {
+            end = std::min(appearance.find_first_of(delimiters, i + 1), appearance.size());
+            result += newName(appearance.substr(i, end - i));
+        } else {
+            result += appearance[i];
+        }
+        i = end;
+    }
+    return result;
+}
+
+class FormMerger {
+public:
+    explicit FormMerger(Composition& document) : document_(document) {}
+
+    void merge(PageImport& import) {
+        auto from = import.from().copier.source()->pdf().getRoot().getKey("/AcroForm");
+        if (import.fields().empty() || !from.isDictionary()) {
+            return;
+        }
+        prepare(from);
+        import.enter();
+        addDefaults(import, from);
+        bringFonts(import, from);
+        for (auto [field, unused] : import.fields()) {
+            giveFreeName(field);
+            fields_.appendItem(field);
+        }
+        bringCalculationOrder(import, from);
+        if (auto need = from.getKey("/NeedAppearances"); need.isBool() && need.getBoolValue()) {
+            form_.replaceKey("/NeedAppearances", QPDFObjectHandle::newBool(true));
+        }
+    }
+
+private:
+    void prepare(QPDFObjectHandle from) {
+        if (form_.isInitialized()) {
+            return;
+        }
+        auto root = document_.target.getRoot();
+        if (!root.getKey("/AcroForm").isDictionary()) {
+            root.replaceKey("/AcroForm", document_.target.makeIndirectObject(QPDFObjectHandle::newDictionary()));
+            if (auto appearance = from.getKey("/DA"); appearance.isString()) {
+                root.getKey("/AcroForm").replaceKey("/DA", appearance.unsafeShallowCopy());
+            }
+        }
+        form_ = root.getKey("/AcroForm");
+        fields_ = ownArray(form_, "/Fields");
+        fonts_ = ownDictionary(ownDictionary(form_, "/DR"), "/Font");
+        for (auto& field : fields_.getArrayAsVector()) {
+            if (field.isDictionary() && field.getKey("/T").isString()) {
+                names_.insert(field.getKey("/T").getUTF8Value());
+            }
+        }
+    }
+
+    /// What the fields had from their own form they would now have from this one.
+    void addDefaults(const PageImport& import, QPDFObjectHandle from) {
+        for (const char* key : {"/DA", "/Q"}) {
+            auto value = from.getKey(key);
+            if (!value.isString() && !value.isInteger()) {
+                continue;
+            }
+            for (auto [field, unused] : import.fields()) {
+                if (!field.hasKey(key)) {
+                    field.replaceKey(key, value.unsafeShallowCopy());
+                }
+            }
+        }
+    }
+
+    void bringFonts(PageImport& import, QPDFObjectHandle from) {
+        auto resources = from.getKey("/DR");
+        auto fonts = resources.isDictionary() ? resources.getKey("/Font") : QPDFObjectHandle::newNull();
+        auto& merge = fontMerges_.try_emplace(&import.from(), import.from().copier, fonts, fonts_).first->second;
+        for (auto holder : import.copies()) {
+            if (auto appearance = holder.getKey("/DA"); appearance.isString()) {
+                const std::string text = appearance.getStringValue();
+                const std::string changed = renamed(text, [&](const std::string& name) { return merge.bring(name); });
+                if (changed != text) {
+                    holder.replaceKey("/DA", QPDFObjectHandle::newString(changed));
+                }
+            }
+        }
+    }
+
+    void giveFreeName(QPDFObjectHandle field) {
+        if (!field.getKey("/T").isString()) {
+            return;
+        }
+        const std::string name = field.getKey("/T").getUTF8Value();
+        int& number = suffixes_.try_emplace(name, 1).first->second;
+        std::string unique = name;
+        while (names_.contains(unique)) {
+            unique = name + "_" + std::to_string(++number);
+        }
+        if (unique != name) {
+            field.replaceKey("/T", QPDFObjectHandle::newUnicodeString(unique));
+        }
+        names_.insert(unique);
+    }
+
+    void bringCalculationOrder(const PageImport& import, QPDFObjectHandle from) {
+        auto order = from.getKey("/CO");
+        if (!order.isArray()) {
+            return;
+        }
+        for (const auto& field : order.getArrayAsVector()) {
+            if (auto copy = import.from().copier.known(field); copy.isDictionary()) {
+                if (!order_.isInitialized()) {
+                    order_ = ownArray(form_, "/CO");
+                }
+                order_.appendItem(copy);
+            }
+        }
+    }
+
+    Composition& document_;
+    QPDFObjectHandle form_;
+    QPDFObjectHandle fields_;
+    QPDFObjectHandle fonts_;
+    QPDFObjectHandle order_;
+    std::set<std::string> names_;
+    std::map<std::string, int> suffixes_; ///< the last one that was given to a name
+    std::map<ImportSource*, NamedMerge> fontMerges_;
+};
+
+} // namespace
+
+void mergeForms(Composition& document) {
+    FormMerger merger(document);
+    for (auto& import : document.imports) {
+        merger.merge(*import);
+    }
+}
+
+} // namespace orvex
