@@ -1,9 +1,13 @@
 #include "Platform/PDF/Reading/GlyphNames_p.h"
 
 #include "Platform/Foundation/Strings.h"
+#include "Platform/PDF/Reading/Encoding_p.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 
 namespace orvex {
@@ -65,7 +69,7 @@ constexpr std::string_view usualNames =
     "uhungarumlaut underscore union universal upsilon uring v w weierstrass x xi y yacute ydieresis yen z "
     "zacute zcaron zdotaccent zero zeroinferior zerooldstyle zerosuperior zeta ";
 constexpr std::u16string_view usualCharacters =
-    u"AÆÆÁÁĂÂÂ´ÄÄÀÀΑĄÅÅAÃÃBΒ˘BCĆˇČÇÇ¸ΧˆCDĎĐΔ¨˙DEÉÉĚÊÊËËÈÈĘΕEΗÐÐ€FFGΓĞ`GHH˝IÍÍÎÎÏÏİℑÌÌΙIJJKΚKLΛĽŁŁLM¯MΜNŃŇN"
+    u"AÆÆÁÁĂÂÂ´ÄÄÀÀΑĄÅÅAÃÃBΒ˘BCĆˇČÇÇ¸ΧˆCDĎĐ∆¨˙DEÉÉĚÊÊËËÈÈĘΕEΗÐÐ€FFGΓĞ`GHH˝IÍÍÎÎÏÏİℑÌÌΙIJJKΚKLΛĽŁŁLM¯MΜNŃŇN"
     u"ÑÑΝOŒŒÓÓÔÔÖÖ˛ÒÒŐΩΟØØOÕÕPΦΠΨPQQRŔŘℜΡ˚RSŚŠŠŞΣSTΤŤŢΘÞÞ˜TUÚÚÛÛÜÜÙÙŰΥϒŮUVVWWXΞXYÝÝŸŸYZŹŽŽŻΖZaáăâ´äæàℵα&&∠"
     u"〈〉ą≈å↔⇔⇓⇐⇒⇑↓⎯←→↑⏐^~*∗a@ãb\\|β⎪{⎩⎨⎧}⎭⎬⎫[⎣⎢⎡]⎦⎥⎤˘¦b•cćˇ↵čç¸¢¢¢¢✓χ○⊗⊕ˆ♣:₡,̦,,≅©©©¤d†‡ďđ°δ♦¨÷$$$$˙ıȷ⋅deéě"
     u"êëè8₈8⁸∈…—∅–ęε=≡eηð!¡¡!∃fﬀﬃﬄﬁ‒5⅝₅5⁵ﬂƒ4₄4⁴⁄gγğß∇`>≥«»‹›h♥˝---iíîïì∞∫⌡⎮⌠∩ιijkκlλľ<≤∧¬∨◊łlm¯−′mµ×nń ň9₉"
@@ -193,6 +197,28 @@ std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> nam
         texts.push_back(std::move(text));
     }
     return texts;
+}
+
+std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t glyph) {
+    static constexpr std::array<std::string_view, 9> families = {
+        "Arial", "TimesNewRoman", "CourierNew", "Verdana", "Tahoma", "Georgia", "Trebuchet", "ComicSans", "Impact"};
+    // After the missing glyph, a null and a return, as Mac OS Roman has them; then those that it lacks.
+    constexpr std::u16string_view latecomers = u"ŁłŠšŽž¦ÐðÝýÞþ−×¹²³½¼¾₣ĞğİŞşĆćČčđ";
+    std::string plain;
+    std::ranges::copy_if(fontName, std::back_inserter(plain), [](char c) { return c != ' '; });
+    if (glyph < 3 ||
+        std::ranges::none_of(families, [&](std::string_view family) { return plain.starts_with(family); })) {
+        return {};
+    }
+    const std::uint32_t ascii = 0x20 + glyph - 3;
+    const std::uint32_t code = ascii < 0x7F ? ascii : ascii + 1;
+    std::string text;
+    if (code < 0x100) {
+        appendUTF8(text, encodingOf(BaseEncoding::macRoman).at(code));
+    } else if (code - 0x100 < latecomers.size()) {
+        appendUTF8(text, latecomers[code - 0x100]);
+    }
+    return text;
 }
 
 } // namespace orvex

@@ -1,6 +1,7 @@
 // What the names of glyphs say: "Aacute", "uni00C1", "f_f_i", "a.sc" as text.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,6 +17,11 @@ enum class GlyphNaming : unsigned char { common, dingbats };
 /// names at once cost less than one by one. Threads: any.
 [[nodiscard]] std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names,
                                                          GlyphNaming naming = GlyphNaming::common);
+
+/// The text of a glyph by its number in fonts whose glyphs stand in the order that Macintosh fonts established, as
+/// Arial, Times New Roman and others of their time do; empty for other fonts (named as /BaseFont names them) and other
+/// glyphs.
+[[nodiscard]] std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t glyph);
 
 /// The characters of those names that the Adobe glyph list holds; its rarer names are looked up through FreeType.
 [[nodiscard]] std::unordered_map<std::string_view, char32_t>

@@ -1,3 +1,4 @@
+#include "Platform/PDF/Reading/GlyphNames_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Reading/TextFontBuilder_p.h"
 #include "Platform/PDF/Reading/TextFontObjects_p.h"
@@ -12,6 +13,7 @@ namespace {
 using Metrics = CompositeFontParts::Metrics;
 
 constexpr float thousandth = 0.001F;
+constexpr std::uint32_t mostUsualGlyphs = 258; ///< that textOfGlyphInUsualOrder() knows
 
 /// Sorts; where two overlap, the one that begins later, or is listed later, holds.
 std::vector<Metrics> settled(std::vector<Metrics> metrics) {
@@ -93,6 +95,23 @@ TextCoding codingOf(QPDFObjectHandle encoding) {
     return says("UTF32") ? TextCoding::utf32 : says("UTF8") ? TextCoding::utf8 : TextCoding::utf16;
 }
 
+/// By /CIDToGIDMap, which without a stream is the identity.
+std::vector<std::uint32_t> glyphsOfIdentifiers(QPDFObjectHandle map, std::uint32_t count) {
+    constexpr std::size_t longest = 0x20000;
+    std::vector<std::uint32_t> glyphs;
+    if (map.isStream()) {
+        const std::string bytes = decodedBytes(map, longest);
+        for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+            glyphs.push_back(static_cast<std::uint32_t>((static_cast<std::uint8_t>(bytes[at]) << 8) |
+                                                        static_cast<std::uint8_t>(bytes[at + 1])));
+        }
+    } else {
+        glyphs.resize(std::min<std::uint32_t>(count, 0x10000));
+        std::iota(glyphs.begin(), glyphs.end(), 0U);
+    }
+    return glyphs;
+}
+
 } // namespace
 
 void TextFontBuilder::buildComposite() {
@@ -131,29 +150,25 @@ void TextFontBuilder::textsOfIdentifiers(CompositeFontParts& parts, QPDFObjectHa
     if (!parts.ofIdentifiers && !ordering.empty()) {
         parts.ofIdentifiers = CMap::named("Adobe-" + ordering + "-UCS2");
     }
-    if (!parts.ofIdentifiers && (!parts.toUnicode || !parts.toUnicode->hasTexts()) && program() != nullptr) {
+    if (!parts.ofIdentifiers && (!parts.toUnicode || !parts.toUnicode->hasTexts())) {
         textsFromGlyphs(parts, cidFont);
     }
 }
 
 void TextFontBuilder::textsFromGlyphs(CompositeFontParts& parts, QPDFObjectHandle cidFont) {
-    if (const std::string ordering = program()->ordering(); !ordering.empty()) {
+    const std::string ordering = program() != nullptr ? program()->ordering() : std::string();
+    if (!ordering.empty()) {
         parts.ofIdentifiers = CMap::named("Adobe-" + ordering + "-UCS2");
         return;
     }
-    std::vector<std::uint32_t> glyphs;
-    auto map = fontEntry(cidFont, "/CIDToGIDMap");
-    if (map.isStream()) {
-        const std::string bytes = decodedBytes(map, 0x20000);
-        for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
-            glyphs.push_back(static_cast<std::uint32_t>((static_cast<std::uint8_t>(bytes[at]) << 8) |
-                                                        static_cast<std::uint8_t>(bytes[at + 1])));
-        }
-    } else {
-        glyphs.resize(std::min<std::uint32_t>(program()->glyphCount(), 0x10000));
-        std::iota(glyphs.begin(), glyphs.end(), 0U);
+    const auto glyphs = glyphsOfIdentifiers(fontEntry(cidFont, "/CIDToGIDMap"),
+                                            program() != nullptr ? program()->glyphCount() : mostUsualGlyphs);
+    parts.glyphTexts =
+        program() != nullptr ? program()->textsOfGlyphs(glyphs) : std::vector<std::string>(glyphs.size());
+    const bool tell = std::ranges::any_of(parts.glyphTexts, [](const std::string& text) { return !text.empty(); });
+    for (std::size_t i = 0; !tell && i < glyphs.size(); ++i) {
+        parts.glyphTexts[i] = textOfGlyphInUsualOrder(name_, glyphs[i]);
     }
-    parts.glyphTexts = program()->textsOfGlyphs(glyphs);
 }
 
 void TextFontBuilder::readVertical(CompositeFontParts& parts, QPDFObjectHandle cidFont) {

@@ -28,9 +28,9 @@ std::optional<std::uint32_t> numberOf(std::string_view name, int base) {
     return error == std::errc() && stopped == end ? std::optional(value) : std::nullopt;
 }
 
+/// A number that is likely to be the code of a character.
 bool isPrintable(std::uint32_t character) {
-    return character >= 0x20 && character <= 0xFFFF && (character < 0x7F || character > 0x9F) &&
-           (character < 0xD800 || character > 0xF8FF);
+    return character >= 0x20 && character <= 0xFF && (character < 0x7F || character > 0x9F);
 }
 
 } // namespace
@@ -117,21 +117,34 @@ void TextFontBuilder::textsFromNames() {
     textsFromNumberedNames();
 }
 
-/// Some writers number their glyphs: the numbers are character codes, hexadecimal when one has a letter.
+/// Some writers number their glyphs: "g36" is a glyph of the embedded program, anything else a character code. The
+/// numbers are hexadecimal when one has a letter or leading zeros.
 void TextFontBuilder::textsFromNumberedNames() {
     std::vector<std::size_t> codes;
     bool decimal = true;
     for (std::size_t code = 0; code < texts_.size(); ++code) {
-        if (texts_.at(code).empty() && !names_.at(code).empty() && names_.at(code) != ".notdef") {
+        const std::string& name = names_.at(code);
+        if (texts_.at(code).empty() && !name.empty() && name != ".notdef") {
             codes.push_back(code);
-            decimal = decimal && numberOf(names_.at(code), 10);
+            decimal = decimal && numberOf(name, 10) && name.substr(1, 2) != "00";
         }
     }
+    std::vector<std::uint32_t> glyphs;
     for (const std::size_t code : codes) {
-        const auto number = numberOf(names_.at(code), decimal ? 10 : 16);
-        if (number && isPrintable(*number)) {
-            appendUTF8(texts_.at(code), *number);
+        glyphs.push_back(numberOf(names_.at(code), decimal ? 10 : 16).value_or(0));
+    }
+    const bool areGlyphs = isEmbedded() && std::ranges::all_of(codes, [this](std::size_t code) {
+                               return names_.at(code).front() == 'g' && numberOf(names_.at(code), 16);
+                           });
+    auto texts = areGlyphs && !codes.empty() && program() != nullptr ? program()->textsOfGlyphs(glyphs)
+                                                                     : std::vector<std::string>(codes.size());
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        if (areGlyphs && texts[i].empty()) {
+            texts[i] = textOfGlyphInUsualOrder(name_, glyphs[i]);
+        } else if (!areGlyphs && isPrintable(glyphs[i])) {
+            appendUTF8(texts[i], glyphs[i]);
         }
+        texts_.at(codes[i]) = std::move(texts[i]);
     }
 }
 
@@ -141,7 +154,7 @@ void TextFontBuilder::textsFromEncoding() {
         baseEncodingNamed(fontName(encoding.isDictionary() ? fontEntry(encoding, "/BaseEncoding") : encoding));
     const bool isTrueType = subtype_ == "/TrueType";
     const auto standard = standardFaceNamed(name_);
-    BaseEncoding base = isTrueType ? BaseEncoding::winAnsi : BaseEncoding::standard;
+    BaseEncoding base = BaseEncoding::standard;
     if (named) {
         base = *named;
     } else if (isEmbedded() && (!isTrueType || (flags_ & symbolicFlag) != 0)) {

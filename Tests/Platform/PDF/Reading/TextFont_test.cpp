@@ -1,4 +1,5 @@
 // Fonts of files as the reader of text sees them.
+#include "Platform/Foundation/Strings.h"
 #include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 
@@ -7,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -205,6 +208,58 @@ TEST(TextFont, SomethingThatIsNoFontReadsAsNothingOrAsPlainText) {
             EXPECT_GE(font->next(string).length, 1) << object;
         }
     }
+}
+
+/// Bytes that no writer would show.
+std::string anyBytes() {
+    std::string bytes;
+    unsigned state = 1;
+    for (int i = 0; i < 4096; ++i) {
+        state = state * 1664525U + 1013904223U;
+        bytes += static_cast<char>(state >> 24U);
+    }
+    return bytes;
+}
+
+/// Reads `bytes` in every font of a file; the number of fonts.
+int readInAllFonts(const std::filesystem::path& path, std::string_view bytes) {
+    const auto pdf = QPDF::create();
+    pdf->setSuppressWarnings(true);
+    int fonts = 0;
+    try {
+        pdf->processFile(path.c_str());
+        for (auto& object : pdf->getAllObjects()) {
+            if (object.isDictionary() && object.getKey("/Type").isNameAndEquals("/Font")) {
+                const auto font = TextFont::make(object);
+                for (std::string_view rest = bytes; !rest.empty();) {
+                    const auto before = rest.size();
+                    const auto glyph = font->next(rest);
+                    EXPECT_EQ(rest.size(), before - glyph.length);
+                    EXPECT_TRUE(isValidUTF8(glyph.text)) << path;
+                    EXPECT_TRUE(std::isfinite(glyph.advance)) << path;
+                }
+                EXPECT_GT(font->ascent(), 0);
+                EXPECT_LT(font->descent(), font->ascent());
+                ++fonts;
+            }
+        }
+    } catch (const QPDFExc&) {
+        // no file that qpdf reads
+    }
+    return fonts;
+}
+
+TEST(TextFont, EveryFontOfRealFilesTakesAnyBytes) {
+    const std::filesystem::path folder = ORVEX_PROJECT_DIR "/../shared/corpus/mixed";
+    if (!std::filesystem::is_directory(folder)) {
+        GTEST_SKIP() << "the shared collection of mixed files is absent";
+    }
+    const std::string bytes = anyBytes();
+    int fonts = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        fonts += readInAllFonts(entry.path(), bytes);
+    }
+    EXPECT_GT(fonts, 500);
 }
 
 } // namespace
