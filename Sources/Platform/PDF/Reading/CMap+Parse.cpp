@@ -247,6 +247,9 @@ private:
                     }
                     ++code;
                 }
+                if (token_.kind != Kind::arrayEnd) {
+                    return;
+                }
             }
         }
     }

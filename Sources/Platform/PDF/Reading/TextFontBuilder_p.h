@@ -39,6 +39,7 @@ private:
     void readVertical(CompositeFontParts& parts, QPDFObjectHandle cidFont);
 
     void readHeights();
+    [[nodiscard]] float scaleOfAdvances() const;
     /// What the file embeds; null when there is nothing that FreeType reads.
     FontProgram* program();
     [[nodiscard]] bool isEmbedded();

@@ -59,12 +59,4 @@ bool TextFontBuilder::isEmbedded() {
            fontEntry(descriptor_, "/FontFile3").isStream();
 }
 
-/// Half a unit above the baseline at least, a whole one below at most: what lies outside was not meant.
-void TextFontBuilder::readHeights() {
-    const float ascent = fontNumber(fontEntry(descriptor_, "/Ascent")).value_or(0) * thousandth;
-    const float descent = fontNumber(fontEntry(descriptor_, "/Descent")).value_or(0) * thousandth;
-    made_->ascent_ = ascent > 0.2F && ascent < 2 ? ascent : 0.9F;
-    made_->descent_ = descent < 0 && descent > -1 ? descent : -0.2F;
-}
-
 } // namespace orvex

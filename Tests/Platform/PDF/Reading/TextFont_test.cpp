@@ -1,7 +1,9 @@
 // Fonts of files as the reader of text sees them.
+#include "Platform/Foundation/Bytes.h"
 #include "Platform/Foundation/Strings.h"
 #include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
+#include "Platform/Text/Font.h"
 
 #include <qpdf/QPDF.hh>
 
@@ -124,6 +126,86 @@ TEST(TextFont, StandardFontsKnowTheirWidthsAndEncodings) {
     EXPECT_THAT(advances(*of("Symbol"), "a"), Pointwise(FloatEq(), {0.631F}));
     EXPECT_EQ(read(*of("ZapfDingbats"), "4n"), "✔■");
     EXPECT_THAT(advances(*of("ZapfDingbats"), "4n"), Pointwise(FloatEq(), {0.846F, 0.761F}));
+}
+
+TEST(TextFont, AnEmbeddedProgramTellsWhatTheFileDoesNot) {
+    FontFixture file;
+    const std::string program = std::string(readFile(Font::require("Helvetica")->path()).text());
+    const std::string descriptor = "<< /Flags 4 /FontFile " + file.stream(program) + " >>";
+    const auto simple = file.make("<< /Type /Font /Subtype /Type1 /BaseFont /X /FontDescriptor " + descriptor + " >>");
+    EXPECT_EQ(read(*simple, "Aiz"), "Aiz");
+    EXPECT_THAT(advances(*simple, "Ai"), Pointwise(testing::FloatNear(0.001F), {0.667F, 0.222F}));
+    EXPECT_GT(simple->ascent(), 0.6F);
+    const auto composite =
+        file.make("<< /Type /Font /Subtype /Type0 /Encoding /Identity-H /DescendantFonts [<< /Subtype "
+                  "/CIDFontType2 /FontDescriptor " +
+                  descriptor + " >>] >>");
+    std::string all;
+    for (int glyph = 0; glyph < 512; ++glyph) {
+        all += read(*composite, std::string{static_cast<char>(glyph >> 8), static_cast<char>(glyph & 0xFF)});
+    }
+    EXPECT_THAT(all, testing::HasSubstr("ABCDEFGHIJKLMNOPQRSTUVWXYZ"));
+}
+
+TEST(TextFont, GlyphNumbersOfFontsThatEverybodyHasAreRead) {
+    FontFixture file;
+    const auto font = file.make("<< /Type /Font /Subtype /Type0 /BaseFont /Arial,Bold /Encoding /Identity-H "
+                                "/DescendantFonts [<< /Subtype /CIDFontType2 >>] >>");
+    EXPECT_EQ(read(*font, {"\0\x24\0\x64\0\xE3\1\xFF", 8}), "AÇł");
+    const auto unknown = file.make("<< /Type /Font /Subtype /Type0 /BaseFont /Own /Encoding /Identity-H "
+                                   "/DescendantFonts [<< /Subtype /CIDFontType2 >>] >>");
+    EXPECT_EQ(read(*unknown, {"\0\x24", 2}), "");
+}
+
+TEST(TextFont, HeightsAreThoseOfTheDescriptorWhenTheyCanBe) {
+    FontFixture file;
+    const auto heights = [&](const std::string& dictionary) {
+        const auto font = file.make(dictionary);
+        return std::vector<float>{font->ascent(), font->descent()};
+    };
+    EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 905 /Descent -212 >> >>"),
+                Pointwise(FloatEq(), {0.905F, -0.212F}));
+    EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 905 /Descent 212 >> >>"),
+                Pointwise(FloatEq(), {0.905F, -0.212F}));
+    EXPECT_THAT(
+        heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 0 /Descent 0 /FontBBox [0 -200 1000 800] >> >>"),
+        Pointwise(FloatEq(), {0.8F, -0.2F}));
+    EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 32768 /Descent -32768 >> >>"),
+                Pointwise(FloatEq(), {0.75F, -0.25F}));
+    EXPECT_THAT(heights("<< /Subtype /Type1 /BaseFont /Helvetica >>"), Pointwise(FloatEq(), {0.718F, -0.207F}));
+    EXPECT_THAT(heights("<< /Subtype /Type3 /FontMatrix [0.1 0 0 -0.1 0 0] /FontBBox [0 -8 10 2] >>"),
+                Pointwise(FloatEq(), {0.8F, -0.2F}));
+    const auto glyph = file.stream("500 0 0 -100 400 700 d1 0 0 1 1 re f");
+    EXPECT_THAT(heights("<< /Subtype /Type3 /FontMatrix [0.001 0 0 0.001 0 0] /FontBBox [0 0 0 0] /CharProcs << /a " +
+                        glyph + " >> >>"),
+                Pointwise(FloatEq(), {0.7F, -0.1F}));
+    EXPECT_THAT(heights("<< /Subtype /Type3 /FontMatrix [1 0 0 1 0 0] /FirstChar 1 /Widths [40 60] >>"),
+                Pointwise(FloatEq(), {75, -25}));
+}
+
+TEST(TextFont, ACacheMakesAFontOfTheFileOnce) {
+    const auto pdf = QPDF::create();
+    pdf->emptyPDF();
+    const auto font = pdf->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Font /Subtype /Type1 >>"));
+    TextFontCache cache;
+    EXPECT_EQ(cache.font(font), cache.font(font));
+    EXPECT_NE(cache.font(QPDFObjectHandle::newNull()), nullptr);
+}
+
+TEST(TextFont, CyclesAndHugeRangesAreBounded) {
+    const auto pdf = QPDF::create();
+    pdf->emptyPDF();
+    auto map = pdf->makeIndirectObject(QPDFObjectHandle::newStream(pdf.get(), "1 begincidrange <0000> <FFFFFFFF> 0 "
+                                                                              "<00000000> <FFFFFFFF> 5 endcidrange "
+                                                                              "1 beginbfrange <00> <FFFFFFFF> <0041> "
+                                                                              "endbfrange"));
+    map.getDict().replaceKey("/UseCMap", map);
+    auto font = pdf->makeIndirectObject(QPDFObjectHandle::parse("<< /Subtype /Type0 >>"));
+    font.replaceKey("/Encoding", map);
+    font.replaceKey("/ToUnicode", map);
+    font.replaceKey("/DescendantFonts", QPDFObjectHandle::newArray({font}));
+    const auto made = TextFont::make(font);
+    EXPECT_EQ(read(*made, {"\0\1", 2}), "B");
 }
 
 TEST(TextFont, GlyphsThatAreNumberedAreCharacters) {
