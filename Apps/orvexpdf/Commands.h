@@ -13,6 +13,8 @@ struct Command {
 };
 
 [[nodiscard]] Command addMake(CLI::App& tool);
+[[nodiscard]] Command addOptimize(CLI::App& tool);
+[[nodiscard]] Command addDiagnose(CLI::App& tool);
 [[nodiscard]] Command addInfo(CLI::App& tool);
 [[nodiscard]] Command addRender(CLI::App& tool);
 [[nodiscard]] Command addThumbnail(CLI::App& tool);

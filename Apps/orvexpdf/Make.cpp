@@ -63,16 +63,6 @@ void requireFonts() {
     }
 }
 
-/// Decodes the image only to hear what is wrong with it.
-void requirePixels(const Image& image, const std::string& name) {
-    const auto rep = image.bestRepresentation();
-    try {
-        (void)rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh());
-    } catch (const ImageError& error) {
-        throw Failure(ExitCode::inputUnusable, name + ": " + error.what());
-    }
-}
-
 /// Gives up the image itself once its page is made: with many scans it is the memory that matters.
 OrvexPDFPagePtr generate(OrvexPDFDocumentManager& manager, SourceImage& source, OrvexPDFPageMeta& record) {
     throwIfInterrupted();
@@ -183,7 +173,7 @@ Command addMake(CLI::App& tool) {
     auto options = std::make_shared<MakeOptions>();
     auto* app = tool.add_subcommand("make", "Make one PDF from images and recognised text");
     app->add_option("IMAGE", options->images,
-                    "JPEG, PNG or TIFF files, a page each (a TIFF: each of its\npages); - for standard input")
+                    "JPEG, PNG, TIFF or JPEG 2000 files, a page each (a TIFF:\neach of its pages); - for standard input")
         ->required()
         ->type_name("");
     app->add_option("-o,--output", options->output, "The PDF to write; - for standard output")

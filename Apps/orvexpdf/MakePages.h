@@ -1,4 +1,4 @@
-// From what the user gave to make (images, recognised text, settings) to the records that pages are generated from.
+// From what the user gave (images, recognised text, settings) to the records that pages are generated from.
 #pragma once
 
 #include "OrvexPDF/PageMeta.h"
@@ -19,6 +19,9 @@ struct SourceImage {
 /// All pages of all images, in order. `dpi` replaces the resolution that the files state. Throws Failure for files that
 /// cannot be read or are no complete images.
 [[nodiscard]] std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::optional<double> dpi);
+
+/// Decodes the image only to hear what is wrong with it: throws Failure that names it.
+void requirePixels(const Image& image, const std::string& name);
 
 using FoundPages = std::vector<std::shared_ptr<const OrvexFoundPage>>;
 

@@ -99,7 +99,8 @@ void printResult(std::string_view text) {
 void checkOutput(const std::string& path, const std::vector<std::string>& inputs) {
     if (path == "-") {
         if (::isatty(resultDescriptor) == 1) {
-            throw Failure(ExitCode::usage, "a PDF is not for a terminal: redirect standard output or name a file");
+            throw Failure(ExitCode::usage,
+                          "such a result is not for a terminal: redirect standard output or name a file");
         }
         return;
     }

@@ -17,8 +17,8 @@ void reserveStandardOutput();
 /// Writes text results. Throws Failure (outputFailed).
 void printResult(std::string_view text);
 
-/// Refuses, before any work is done, an output that cannot work out: a file that is one of the inputs, a PDF on a
-/// terminal (usage), a folder that is missing or cannot be written (outputFailed).
+/// Refuses, before any work is done, an output that cannot work out: a file that is one of the inputs, standard output
+/// that is a terminal (usage), a folder that is missing or cannot be written (outputFailed).
 void checkOutput(const std::string& path, const std::vector<std::string>& inputs);
 
 /// Lets `produce` write the file at `path`, or standard output for "-". A file is replaced only when everything was

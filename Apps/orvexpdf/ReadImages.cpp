@@ -80,4 +80,13 @@ std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::
     return sources;
 }
 
+void requirePixels(const Image& image, const std::string& name) {
+    const auto rep = image.bestRepresentation();
+    try {
+        (void)rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh());
+    } catch (const ImageError& error) {
+        throw Failure(ExitCode::inputUnusable, name + ": " + error.what());
+    }
+}
+
 } // namespace orvex::tool

@@ -93,6 +93,12 @@ std::string describe(const OrvexImageMeta& meta) {
            ", mode: OrvexPDF.OrvexImageMetaMode." + std::string(name(meta.mode)) + ")";
 }
 
+bool isFiner(const Image& image, std::int64_t dpi) {
+    // 2480 pixels at 300 dpi measure 300.00000000000006: resampling those to 2479 would only blur them.
+    constexpr double rounding = 1e-9;
+    return image.dpi() > static_cast<double>(dpi) * (1 + rounding);
+}
+
 ImagePtr orvexImageTransform(const ImagePtr& image, std::int64_t dpi) {
     const auto info = [](const char* message) {
         moduleLogger().log(LogLevel::info, file, transformLabel, [&] { return std::string(message); });
@@ -155,7 +161,7 @@ void consider(OrvexImageMetaMode mode, const std::optional<Bytes>& data, OrvexIm
 }
 
 OrvexImageMeta optimized(ImagePtr image, const OrvexPDFSqueezeMode& squeeze) {
-    if (image->dpi() > static_cast<double>(squeeze.dpi)) {
+    if (isFiner(*image, squeeze.dpi)) {
         image = orvexImageTransform(image, squeeze.dpi);
     }
     OrvexImageMeta best{image};

@@ -26,6 +26,8 @@ struct OrvexImageMeta {
 
 /// A new image of the same size in points at `dpi` dots per inch, or the input itself when no bitmap can be made.
 [[nodiscard]] ImagePtr orvexImageTransform(const ImagePtr& image, std::int64_t dpi);
+/// Whether the image measures more than `dpi`, by more than the rounding of its size in points.
+[[nodiscard]] bool isFiner(const Image& image, std::int64_t dpi);
 /// Reduced to the preset when finer, then the smaller of PNG and JPEG (PNG on a tie). No preset: the very input.
 /// `size` is accepted and not used.
 [[nodiscard]] OrvexImageMeta optimizeImage(const ImagePtr& image, const OrvexPDFSqueezeModePtr& squeeze, Size size);

@@ -88,6 +88,14 @@ TEST(Images, onlyWhatIsFinerThanThePresetIsReduced) {
     EXPECT_EQ(pixelsAfter(100), 288);   // never enlarged
 }
 
+TEST(Images, aScanAtThePresetsResolutionIsNotResampledForARoundingError) {
+    const ImagePtr scan = jpegImage(makePhoto(2480, 10), 300);
+    EXPECT_GT(scan->dpi(), 300.0);
+    EXPECT_LT(scan->dpi(), 300.0000001);
+    const OrvexImageMeta meta = optimizeImage(scan, mode(300, 50), {});
+    EXPECT_EQ(meta.image->representations().front()->pixelsWide(), 2480);
+}
+
 TEST(Images, sixHundredDpiOnTheStrongPresetBecomesAPixelAPoint) {
     const ImagePtr image = jpegImage(makePhoto(834, 834), 600); // 100.08 points
     image->setSize({100, 100});

@@ -146,7 +146,7 @@ Filter bestFilter(const PackedImage& image) {
 /// The best level that takes about a third of a second; from 7 to 9 next to nothing is gained.
 int levelFor(std::size_t bytes) {
     constexpr std::size_t mebibyte = 1 << 20;
-    return bytes <= mebibyte / 2 ? 12 : bytes <= 2 * mebibyte ? 10 : 7;
+    return bytes <= mebibyte / 2 ? 12 : bytes <= 2 * mebibyte ? 10 : bytes <= 32 * mebibyte ? 7 : 5;
 }
 
 /// What the whole picture would come to, judged from bands of it. A band is twice as long as deflate looks back, so

@@ -47,7 +47,7 @@ StreamPtr passThrough(const ImageRep& rep) {
         stream->inverted = info.adobeInvertedCMYK;
         return stream;
     }
-    if (info.format == ImageFormat::jpeg2000) {
+    if (info.format == ImageFormat::jpeg2000 && info.alpha == Alpha::none) { // readers would leave its alpha out
         return streamFor(info, rep.encoded(), "/JPXDecode");
     }
     if (info.format == ImageFormat::png) {
