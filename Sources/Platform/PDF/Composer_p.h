@@ -56,6 +56,7 @@ private:
     std::vector<std::unique_lock<std::recursive_mutex>> locks_;
     std::shared_ptr<QPDF> target_;
     Composition document_;
+    bool bringsTags_ = false;
     std::vector<QPDFObjectHandle> objects_;            ///< one per page
     std::map<std::pair<PDFSource*, int>, int> copies_; ///< how often a page of a file stands in the document
     std::map<PDFSource*, std::shared_ptr<ImportSource>> importSources_;

@@ -6,6 +6,7 @@
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
+#include "Platform/PDF/Saving/StructureTree_p.h"
 
 #include <qpdf/Pl_String.hh>
 #include <qpdf/QPDFExc.hh>
@@ -75,6 +76,10 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
       target_(base_ ? base_->reopen() : emptyTarget()), document_{*target_, base_}, images_(*target_) {
     try {
         lockSources();
+        // Copied pages bring their tags where the others have theirs too, or where there are no others.
+        const std::optional<long long> freeTagKey = base_ ? firstFreeTagKey(*target_) : std::optional(0LL);
+        bringsTags_ = purpose == Purpose::file && freeTagKey;
+        document_.nextTagKey = freeTagKey.value_or(0);
         placePages();
         copyPages();
         buildTree();
@@ -171,7 +176,9 @@ PageImport& Composer::importFor(const LoadedPageContent& content, int copy) {
             source = std::make_shared<ImportSource>(
                 ImportSource{{*target_, content.source, content.source == base_}, {}, {}});
         }
-        import = document_.imports.emplace_back(std::make_unique<PageImport>(source, nullptr)).get();
+        const bool tagged = bringsTags_ && content.source->pdf().getRoot().getKey("/StructTreeRoot").isDictionary();
+        long long* const tagKeys = tagged ? &document_.nextTagKey : nullptr;
+        import = document_.imports.emplace_back(std::make_unique<PageImport>(source, tagKeys)).get();
     }
     return *import;
 }
@@ -210,6 +217,7 @@ void Composer::buildTree() {
         (used ? kept : removed).push_back(basePages[i]);
     }
     document_.pagesRemoved = !removed.empty();
+    document_.goneTagKeys = tagKeysOf(removed);
     removePages(*target_, removed, kept);
     target_->updateAllPagesCache();
 }

@@ -4,6 +4,7 @@
 #include "Platform/PDF/Saving/PageImport_p.h"
 
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace orvex {
@@ -22,6 +23,8 @@ struct Composition {
     std::vector<std::unique_ptr<PageImport>> imports; ///< in the order in which their first pages stand in the document
     bool pagesChanged = false;                        ///< other pages than the base's, or another order
     bool pagesRemoved = false;                        ///< pages of the base are missing
+    std::set<long long> goneTagKeys;                  ///< what the parent tree called the missing pages
+    long long nextTagKey = 0;                         ///< and what it may call new ones
 };
 
 /// Brings what is not pages in line with the pages.

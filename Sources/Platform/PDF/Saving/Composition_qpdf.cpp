@@ -5,6 +5,8 @@
 #include "Platform/PDF/Saving/PageLabels_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 #include "Platform/PDF/Saving/Signatures_p.h"
+#include "Platform/PDF/Saving/StructureTree_p.h"
+#include "Platform/PDF/Saving/WholeDocuments_p.h"
 
 namespace orvex {
 
@@ -20,6 +22,7 @@ void reviseBase(Composition& document) {
     if (document.pagesRemoved) {
         forgetRemovedFields(document.target);
         forgetRemovedBeads(document.target);
+        pruneStructure(document.target, document.goneTagKeys);
     }
     auto root = document.target.getRoot();
     if (auto form = root.getKey("/AcroForm"); form.isDictionary() && !root.hasKey("/NeedsRendering")) {
@@ -38,6 +41,9 @@ void carryDocument(Composition& document) {
         carryPageLabels(document);
     }
     mergeForms(document);
+    graftStructure(document);
+    bringOutlines(document);
+    bringAttachments(document);
     dropSignatures(document.target);
 }
 

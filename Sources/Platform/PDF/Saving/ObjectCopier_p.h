@@ -40,6 +40,11 @@ public:
     /// The copy of an object, when there is one; else null.
     [[nodiscard]] QPDFObjectHandle known(const QPDFObjectHandle& object) const;
 
+    /// Makes `copy` what the object became in this copy of the pages.
+    void place(const QPDFObjectHandle& object, const QPDFObjectHandle& copy) { (*own_)[object.getObjGen()] = copy; }
+    /// Whether the object was copied, or placed, for this copy of the pages.
+    [[nodiscard]] bool isOwn(const QPDFObjectHandle& object) const { return own_->contains(object.getObjGen()); }
+
     /// Objects that the copy refers to are filled by drain().
     [[nodiscard]] QPDFObjectHandle copy(const QPDFObjectHandle& value, Scope scope) { return copy(value, scope, 0); }
     void drain();

@@ -1,0 +1,161 @@
+#include "Platform/PDF/Saving/StructureTree_p.h"
+
+#include "Platform/PDF/Saving/Trees_p.h"
+
+#include <algorithm>
+
+namespace orvex {
+
+namespace {
+
+bool isGone(const QPDFObjectHandle& object) {
+    return object.isIndirect() && QPDFObjectHandle(object).isNull();
+}
+
+std::vector<QPDFObjectHandle> kidsOf(QPDFObjectHandle element) {
+    auto kids = element.getKey("/K");
+    if (kids.isArray()) {
+        return kids.getArrayAsVector();
+    }
+    return kids.isNull() && !kids.isIndirect() ? std::vector<QPDFObjectHandle>{} : std::vector<QPDFObjectHandle>{kids};
+}
+
+/// An element on the way down and up again.
+struct ElementFrame {
+    QPDFObjectHandle element;
+    bool pageGone;
+    std::vector<QPDFObjectHandle> kids;
+    std::size_t next = 0;
+    std::vector<QPDFObjectHandle> kept;
+};
+
+class StructurePruner {
+public:
+    explicit StructurePruner(QPDF& target) : target_(target) {}
+
+    void prune(const QPDFObjectHandle& root) {
+        seen_.insert(root.getObjGen());
+        enter(root);
+        while (frames_.size() > 1 || frames_.back().next < frames_.back().kids.size()) {
+            step();
+        }
+        keepKids(frames_.back());
+    }
+
+private:
+    void enter(QPDFObjectHandle element) {
+        frames_.push_back({element, isGone(element.getKey("/Pg")), kidsOf(element), 0, {}});
+    }
+
+    void step() {
+        auto& frame = frames_.back();
+        if (frame.next == frame.kids.size()) {
+            finish();
+            return;
+        }
+        auto kid = frame.kids[frame.next++];
+        if (!kid.isDictionary()) {
+            if (!kid.isNull() && !(kid.isInteger() && frame.pageGone)) {
+                frame.kept.push_back(kid);
+            }
+            return;
+        }
+        if (kid.isDictionaryOfType("/MCR") || kid.isDictionaryOfType("/OBJR")) {
+            if (!isGoneContent(kid, frame.pageGone)) {
+                frame.kept.push_back(kid);
+            }
+            return;
+        }
+        if (kid.isIndirect() && !seen_.insert(kid.getObjGen()).second) {
+            frame.kept.push_back(kid);
+            return;
+        }
+        enter(kid);
+    }
+
+    /// Marked content or an object on a page; `pageGone`: the element's own page is.
+    static bool isGoneContent(QPDFObjectHandle reference, bool pageGone) {
+        auto page = reference.getKey("/Pg");
+        if (reference.isDictionaryOfType("/OBJR")) {
+            return reference.getKey("/Obj").isNull() || isGone(page);
+        }
+        return isGone(page) || (page.isNull() && pageGone);
+    }
+
+    void finish() {
+        ElementFrame done = std::move(frames_.back());
+        frames_.pop_back();
+        const bool nothingLeft = done.kept.empty() && (!done.kids.empty() || done.pageGone);
+        if (nothingLeft) {
+            if (done.element.isIndirect()) {
+                target_.replaceObject(done.element.getObjGen(), QPDFObjectHandle::newNull());
+            }
+            return;
+        }
+        keepKids(done);
+        frames_.back().kept.push_back(done.element);
+    }
+
+    static void keepKids(ElementFrame& frame) {
+        if (frame.kept.size() != frame.kids.size()) {
+            frame.element.replaceKey("/K", QPDFObjectHandle::newArray(frame.kept));
+        }
+        if (frame.pageGone) {
+            frame.element.removeKey("/Pg");
+        }
+    }
+
+    QPDF& target_;
+    std::vector<ElementFrame> frames_;
+    std::set<QPDFObjGen> seen_;
+};
+
+bool knowsNothing(QPDFObjectHandle entry) {
+    return entry.isNull() || (entry.isArray() && std::ranges::all_of(entry.getArrayAsVector(), [](const auto& element) {
+                                  return QPDFObjectHandle(element).isNull();
+                              }));
+}
+
+} // namespace
+
+std::set<long long> tagKeysOf(const std::vector<QPDFObjectHandle>& pages) {
+    std::set<long long> keys;
+    const auto add = [&keys](QPDFObjectHandle key) {
+        if (key.isInteger()) {
+            keys.insert(key.getIntValue());
+        }
+    };
+    for (auto page : pages) {
+        add(page.getKey("/StructParents"));
+        auto annotations = page.getKey("/Annots");
+        for (auto& annotation :
+             annotations.isArray() ? annotations.getArrayAsVector() : std::vector<QPDFObjectHandle>()) {
+            if (annotation.isDictionary()) {
+                add(annotation.getKey("/StructParent"));
+            }
+        }
+    }
+    return keys;
+}
+
+void pruneStructure(QPDF& target, const std::set<long long>& goneKeys) {
+    auto root = target.getRoot().getKey("/StructTreeRoot");
+    if (!root.isDictionary()) {
+        return;
+    }
+    StructurePruner(target).prune(root);
+    NumberEntries parents;
+    for (const auto& entry : readNumberTree(root.getKey("/ParentTree"))) {
+        if (!goneKeys.contains(entry.first) && !knowsNothing(entry.second)) {
+            parents.push_back(entry);
+        }
+    }
+    root.replaceKey("/ParentTree", makeNumberTree(target, std::move(parents)));
+    if (root.hasKey("/IDTree")) {
+        NameEntries ids = readNameTree(root.getKey("/IDTree"));
+        std::erase_if(ids, [](const auto& entry) { return QPDFObjectHandle(entry.second).isNull(); });
+        root.replaceKey("/IDTree", makeNameTree(target, std::move(ids)));
+    }
+}
+
+} // namespace orvex
