@@ -5,6 +5,7 @@
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
+#include "Platform/PDF/Saving/Metadata_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 #include "Platform/PDF/Saving/StructureTree_p.h"
 
@@ -92,6 +93,7 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         }
         makeFonts();
         stampInfo(info);
+        stampMetadata(*target_, info);
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot put the document together: ") + error.what());
     } catch (const ImageError& error) {
@@ -116,7 +118,10 @@ void Composer::showFields() {
 
 void Composer::write(ByteSink& sink) {
     try {
-        writeFile(*target_, base_ ? StreamPacking::keep : StreamPacking::compact, sink);
+        // Whoever was trusted with a password gets a file that asks for it again.
+        const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
+        writeFile(*target_, base_ ? StreamPacking::keep : StreamPacking::compact,
+                  locked ? Protection::asLoaded : Protection::none, sink);
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot write the document: ") + error.what());
     }

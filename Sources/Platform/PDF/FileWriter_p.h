@@ -12,7 +12,12 @@ enum class StreamPacking {
     compact ///< a file of our own: objects in object streams
 };
 
+enum class Protection {
+    none,    ///< written in the open
+    asLoaded ///< encrypted with the key, passwords and permissions of the loaded file
+};
+
 /// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents.
-void writeFile(QPDF& pdf, StreamPacking packing, ByteSink& sink);
+void writeFile(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink);
 
 } // namespace orvex

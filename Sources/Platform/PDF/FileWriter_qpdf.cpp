@@ -1,6 +1,7 @@
 #include "Platform/PDF/FileWriter_p.h"
 
 #include "Platform/PDF/Digest_p.h"
+#include "Platform/PDF/Saving/Vectors_p.h"
 
 #include <qpdf/Pipeline.hh>
 #include <qpdf/QPDFWriter.hh>
@@ -33,6 +34,9 @@ public:
     }
 
     void finish() override { flush(); }
+
+    /// Of everything written.
+    [[nodiscard]] std::string digest() const { return digest_.hex(); }
 
     /// What the sink threw. The writer calls pipelines from destructors too, where nothing may be thrown: bytes that
     /// come after a failure are dropped, and the failure waits here.
@@ -83,14 +87,13 @@ bool usesObjectStreams(QPDF& pdf) {
     return pdf.getTrailer().getKey("/Type").isNameAndEquals("/XRef");
 }
 
-} // namespace
-
-void writeFile(QPDF& pdf, StreamPacking packing, ByteSink& sink) {
+/// Returns the digest of the file.
+std::string writeOnce(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink) {
     SinkPipeline pipeline(sink);
     QPDFWriter writer(pdf);
     writer.setOutputPipeline(&pipeline);
     writer.setStaticID(true);
-    writer.setPreserveEncryption(false);
+    writer.setPreserveEncryption(protection == Protection::asLoaded);
     writer.setDecodeLevel(qpdf_dl_none);
     writer.setObjectStreamMode(packing == StreamPacking::compact ? qpdf_o_generate : qpdf_o_preserve);
     // Object streams are worth nothing uncompressed; otherwise every stream keeps its bytes.
@@ -98,6 +101,31 @@ void writeFile(QPDF& pdf, StreamPacking packing, ByteSink& sink) {
     writer.setMinimumPDFVersion("1.5");
     writer.write();
     pipeline.rethrowFailure();
+    return pipeline.digest();
+}
+
+class NoSink final : public ByteSink {
+public:
+    void write(std::span<const std::uint8_t> /*bytes*/) override {}
+};
+
+} // namespace
+
+void writeFile(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink) {
+    if (protection == Protection::none) {
+        writeOnce(pdf, packing, protection, sink);
+        return;
+    }
+    // The vectors follow from the whole document and its key: a first pass finds out what the document is.
+    const std::string key = pdf.getEncryptionKey();
+    std::string seed;
+    {
+        const DerivedVectors fixed("pass" + key);
+        NoSink nowhere;
+        seed = writeOnce(pdf, packing, protection, nowhere);
+    }
+    const DerivedVectors vectors(seed + key);
+    writeOnce(pdf, packing, protection, sink);
 }
 
 } // namespace orvex

@@ -59,8 +59,9 @@ public:
     void setInfo(PDFInfoKey key, std::string utf8);
 
     /// The document as a PDF file; empty for a document without pages. What is not pages (outline, forms, attachments,
-    /// metadata, ...) comes from the loaded file; pages draw themselves; the same state gives the same bytes.
-    /// Throws PDFWriteError where a page cannot be written.
+    /// metadata, ...) comes from the loaded file; pages draw themselves; the same state gives the same bytes. A file
+    /// that was opened with a password keeps its encryption: passwords, permissions, strength; one that opened without
+    /// is written in the open. Signatures are not kept. Throws PDFWriteError where a page cannot be written.
     [[nodiscard]] std::optional<Bytes> dataRepresentation() const;
     /// The same bytes, streamed. False, with nothing written, for a document without pages.
     bool write(ByteSink& sink) const;

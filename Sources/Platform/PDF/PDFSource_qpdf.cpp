@@ -5,6 +5,7 @@
 #include "Platform/PDF/PDFium_p.h"
 
 #include <qpdf/QPDFExc.hh>
+#include <qpdf/QUtil.hh>
 
 #include <algorithm>
 #include <array>
@@ -30,11 +31,32 @@ bool hasHeader(const Bytes& bytes) {
     return bytes.text().substr(0, headerWindow).find("%PDF-") != std::string_view::npos;
 }
 
-std::shared_ptr<QPDF> parse(const Bytes& bytes, const std::string& password) {
+std::shared_ptr<QPDF> parseWith(const Bytes& bytes, const std::string& password) {
     auto pdf = QPDF::create();
     pdf->setSuppressWarnings(true);
     pdf->processMemoryFile("input", reinterpret_cast<const char*>(bytes.data()), bytes.size(), password.c_str());
     return pdf;
+}
+
+/// Older encryption knows passwords in other encodings than UTF-8: those are tried as well.
+std::shared_ptr<QPDF> parse(const Bytes& bytes, const std::string& password) {
+    try {
+        return parseWith(bytes, password);
+    } catch (const QPDFExc& error) {
+        if (error.getErrorCode() != qpdf_e_password || password.empty()) {
+            throw;
+        }
+    }
+    for (const auto& encoded : QUtil::possible_repaired_encodings(password)) {
+        try {
+            return parseWith(bytes, encoded);
+        } catch (const QPDFExc& error) {
+            if (error.getErrorCode() != qpdf_e_password) {
+                throw;
+            }
+        }
+    }
+    return parseWith(bytes, password);
 }
 
 [[noreturn]] void rethrowAsOpenError(const std::exception& error) {
