@@ -1,6 +1,7 @@
 #include "Platform/PDF/Reading/CompositeGlyphs_p.h"
 
 #include "Platform/Foundation/Strings.h"
+#include "Platform/PDF/Reading/GlyphNames_p.h"
 
 #include <algorithm>
 
@@ -70,7 +71,7 @@ TextGlyph CompositeGlyphs::next(std::string_view& string) const {
 
 const TextGlyph& CompositeGlyphs::glyph(CMap::Code code) const {
     const std::uint32_t number = code.value / pageSize;
-    const CMap::Code first{number * static_cast<std::uint32_t>(pageSize), code.length};
+    const CMap::Code first{number * pageSize, code.length};
     if (code.length == 2) {
         return page(twoByte_[number], first).glyphs[code.value % pageSize];
     }
@@ -100,9 +101,11 @@ const CompositeGlyphs::Page& CompositeGlyphs::page(std::atomic<const Page*>& slo
 std::unique_ptr<const CompositeGlyphs::Page> CompositeGlyphs::makePage(CMap::Code first) const {
     auto page = std::make_unique<Page>();
     std::array<std::size_t, pageSize + 1> ends{};
-    for (std::size_t i = 0; i < pageSize; ++i) {
-        const CMap::Code code{first.value + static_cast<std::uint32_t>(i), first.length};
-        page->glyphs.at(i) = makeGlyph(code, page->texts);
+    for (std::uint32_t i = 0; i < pageSize; ++i) {
+        const CMap::Code code{first.value + i, first.length};
+        const std::uint32_t id = parts_.encoding->identifier(code).value_or(0);
+        page->glyphs.at(i) = makeGlyph(code, id);
+        page->texts += textOf(code, id);
         ends.at(i + 1) = page->texts.size();
     }
     for (std::size_t i = 0; i < pageSize; ++i) {
@@ -111,12 +114,11 @@ std::unique_ptr<const CompositeGlyphs::Page> CompositeGlyphs::makePage(CMap::Cod
     return page;
 }
 
-TextGlyph CompositeGlyphs::makeGlyph(CMap::Code code, std::string& text) const {
+TextGlyph CompositeGlyphs::makeGlyph(CMap::Code code, std::uint32_t id) const {
     TextGlyph glyph;
     glyph.code = code.value;
     glyph.length = code.length;
     glyph.wordSpace = code.length == 1 && code.value == ' ';
-    const std::uint32_t id = parts_.encoding->identifier(code).value_or(0);
     const auto* horizontal = find(parts_.widths, id);
     const float width = horizontal != nullptr ? horizontal->advance : parts_.width;
     if (!parts_.encoding->isVertical()) {
@@ -130,17 +132,19 @@ TextGlyph CompositeGlyphs::makeGlyph(CMap::Code code, std::string& text) const {
         glyph.originX = width / 2;
         glyph.originY = parts_.originY;
     }
-    appendText(text, code, id);
     return glyph;
 }
 
-void CompositeGlyphs::appendText(std::string& text, CMap::Code code, std::uint32_t id) const {
+std::string CompositeGlyphs::textOf(CMap::Code code, std::uint32_t id) const {
+    std::string text;
     const bool told = (parts_.toUnicode && parts_.toUnicode->appendText(text, code.value)) ||
                       appendDecoded(text, code, parts_.coding) ||
                       (parts_.ofIdentifiers && parts_.ofIdentifiers->appendText(text, id));
     if (!told && id < parts_.glyphTexts.size()) {
-        text += parts_.glyphTexts[id];
+        text = parts_.glyphTexts[id];
     }
+    makePlain(text);
+    return text;
 }
 
 } // namespace orvex

@@ -46,7 +46,7 @@ public:
     TextGlyph next(std::string_view& string) const;
 
 private:
-    static constexpr std::size_t pageSize = 64;
+    static constexpr std::uint32_t pageSize = 64;
     /// Glyphs of neighbouring codes.
     struct Page {
         std::array<TextGlyph, pageSize> glyphs;
@@ -55,8 +55,8 @@ private:
     [[nodiscard]] const TextGlyph& glyph(CMap::Code code) const;
     [[nodiscard]] const Page& page(std::atomic<const Page*>& slot, CMap::Code first) const;
     [[nodiscard]] std::unique_ptr<const Page> makePage(CMap::Code first) const;
-    [[nodiscard]] TextGlyph makeGlyph(CMap::Code code, std::string& text) const;
-    void appendText(std::string& text, CMap::Code code, std::uint32_t id) const;
+    [[nodiscard]] TextGlyph makeGlyph(CMap::Code code, std::uint32_t id) const;
+    [[nodiscard]] std::string textOf(CMap::Code code, std::uint32_t id) const;
 
     CompositeFontParts parts_;
     mutable std::array<std::atomic<const Page*>, 256 / pageSize> oneByte_{};

@@ -221,4 +221,24 @@ std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t gly
     return text;
 }
 
+void makePlain(std::string& utf8) {
+    struct Plain {
+        std::string_view character;
+        std::string_view text;
+    };
+    static constexpr std::array<Plain, 8> plain = {{{"\u00A0", " "},
+                                                    {"\uFB00", "ff"},
+                                                    {"\uFB01", "fi"},
+                                                    {"\uFB02", "fl"},
+                                                    {"\uFB03", "ffi"},
+                                                    {"\uFB04", "ffl"},
+                                                    {"\uFB05", "st"},
+                                                    {"\uFB06", "st"}}};
+    for (const auto& [character, text] : plain) {
+        for (std::size_t at = utf8.find(character); at != std::string::npos; at = utf8.find(character, at)) {
+            utf8.replace(at, character.size(), text);
+        }
+    }
+}
+
 } // namespace orvex

@@ -23,6 +23,9 @@ enum class GlyphNaming : unsigned char { common, dingbats };
 /// glyphs.
 [[nodiscard]] std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t glyph);
 
+/// Spells Latin ligatures out and makes no-break spaces plain: a glyph's text as people search for it.
+void makePlain(std::string& utf8);
+
 /// The characters of those names that the Adobe glyph list holds; its rarer names are looked up through FreeType.
 [[nodiscard]] std::unordered_map<std::string_view, char32_t>
 charactersOfRareGlyphNames(std::span<const std::string_view> names);

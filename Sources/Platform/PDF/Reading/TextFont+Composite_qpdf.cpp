@@ -135,6 +135,7 @@ void TextFontBuilder::buildComposite() {
 
 void TextFontBuilder::textsOfIdentifiers(CompositeFontParts& parts, QPDFObjectHandle cidFont) {
     auto toUnicode = fontEntry(font_, "/ToUnicode");
+    toUnicode = toUnicode.isNull() ? fontEntry(cidFont, "/ToUnicode") : toUnicode; // some writers misplace it
     if (toUnicode.isStream()) {
         parts.toUnicode = embeddedCMap(toUnicode, CMap::named);
     } else if (const std::string name = fontName(toUnicode); name.starts_with("/Identity")) {

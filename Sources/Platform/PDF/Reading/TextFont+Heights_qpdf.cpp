@@ -121,15 +121,17 @@ void TextFontBuilder::readHeights() {
             Heights{usualHeights.ascent * scaleOfAdvances(), usualHeights.descent * scaleOfAdvances()}));
         return;
     }
+    const auto box = heightsOfBox(fontEntry(descriptor_, "/FontBBox"), thousandth);
     if (const auto told = heightsOfDescriptor(descriptor_)) {
         keep(*told);
     } else if (const auto standard = standardFaceNamed(name_)) {
         keep(heightsOfFace(*standard));
+    } else if (box && isPlausible(*box)) {
+        keep(*box);
     } else if (program() != nullptr && isPlausible({program()->ascent(), program()->descent()})) {
         keep({program()->ascent(), program()->descent()});
     } else {
-        const auto box = heightsOfBox(fontEntry(descriptor_, "/FontBBox"), thousandth);
-        keep(box && isPlausible(*box) ? *box : usualHeights);
+        keep(usualHeights);
     }
 }
 

@@ -212,7 +212,8 @@ void TextFontBuilder::addMissingWidths() {
 }
 
 void TextFontBuilder::keepTexts() {
-    for (const auto& text : texts_) {
+    for (auto& text : texts_) {
+        makePlain(text);
         made_->texts_ += text;
     }
     std::size_t at = 0;

@@ -66,10 +66,10 @@ TEST(TextFont, SimpleFontsReadByTheirBaseEncoding) {
               "Straße € “q”");
     EXPECT_EQ(read1("/MacRomanEncoding", "Stra\xA7"
                                          "e \x8E \xDE"),
-              "Straße é ﬁ");
-    EXPECT_EQ(read1("/StandardEncoding", "'\xAE`\xE1"), "’ﬁ‘Æ");
+              "Straße é fi");
+    EXPECT_EQ(read1("/StandardEncoding", "'\xAE`\xE1"), "’fi‘Æ");
     EXPECT_EQ(read1("/MacExpertEncoding", "abc\x30"), "ABC0");
-    EXPECT_EQ(read1("null", "'\xAE"), "’ﬁ");
+    EXPECT_EQ(read1("null", "'\xAE"), "’fi");
 }
 
 TEST(TextFont, DifferencesNameGlyphs) {
@@ -296,7 +296,7 @@ TEST(TextFont, SomethingThatIsNoFontReadsAsNothingOrAsPlainText) {
 std::string anyBytes() {
     std::string bytes;
     unsigned state = 1;
-    for (int i = 0; i < 4096; ++i) {
+    for (int i = 0; i < 512; ++i) {
         state = state * 1664525U + 1013904223U;
         bytes += static_cast<char>(state >> 24U);
     }
