@@ -3,6 +3,7 @@
 #include "OrvexPDF/Document.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Platform/PDF/RecordingContext.h"
+#include "Support/Command.h"
 #include "Support/PDFFixture.h"
 #include "Support/SavedDocument.h"
 
@@ -204,6 +205,19 @@ TEST(Page, TheLayerIsNotDisturbedByWhatTheContentLeavesOpen) {
         EXPECT_NE(box.find(">steady<"), std::string::npos) << content << box;
         EXPECT_NE(box.find("xMin=\"10.0"), std::string::npos) << content << box;
     }
+}
+
+TEST(Page, ContentThatUnpacksWithoutEndIsRefusedInsteadOfExhaustingTheMachine) {
+    const auto packed = test::run("head -c 270000000 /dev/zero | gzip -1 | tail -c +11 | head -c -8"); // bare deflate
+    const std::string zlib = std::string("\x78\xda") + packed.output + std::string(4, '\0'); // no reader minds the sum
+    const auto document = OrvexPDFDocument::fromData(
+        Bytes(test::pdfFromObjects({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                                    "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 300 200] /Contents 4 0 R >>",
+                                    test::streamBody(zlib, "/Filter /FlateDecode")})));
+    const auto page = document->orvexPage(0);
+    EXPECT_TRUE(document->dataRepresentation()); // nothing is drawn: it passes as it is
+    page->watermarkText = "DRAFT";
+    EXPECT_THROW((void)document->dataRepresentation(), PDFWriteError);
 }
 
 TEST(Page, AnOffsetMediaBoxDoesNotShiftTheLayer) {

@@ -4,12 +4,12 @@
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
+#include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 #include "Platform/PDF/Saving/StructureTree_p.h"
 
-#include <qpdf/Pl_String.hh>
 #include <qpdf/QPDFExc.hh>
 
 #include <algorithm>
@@ -53,14 +53,19 @@ std::string freePrefix(QPDFObjectHandle page) {
     return prefix;
 }
 
-/// A page's content, decoded; damaged streams give what can be decoded of them.
+/// Nobody's page is as long; a few kilobytes can claim to be.
+constexpr std::size_t longestContent = std::size_t{256} << 20;
+
+/// A page's content, decoded; damaged streams give what can be decoded of them. Throws PDFWriteError for what is longer
+/// than a page can be.
 std::string joinedContent(QPDFObjectHandle page) {
     std::string content;
-    Pl_String collector("content", nullptr, content);
-    try {
-        page.pipePageContents(&collector);
-    } catch (const QPDFExc&) {
-        return content;
+    for (auto& stream : page.getPageContents()) {
+        content += decodedBytes(stream, longestContent - content.size());
+        if (content.size() >= longestContent) {
+            throw PDFWriteError("a page's content is too long to draw over: more than 256 MB");
+        }
+        content += '\n';
     }
     return content;
 }

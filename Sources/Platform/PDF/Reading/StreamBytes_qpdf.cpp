@@ -36,11 +36,12 @@ std::string decodedBytes(QPDFObjectHandle stream, std::size_t most) {
     }
     Collector collector(most);
     try {
-        bool filtered = false;
-        stream.pipeStreamData(&collector, &filtered, 0, qpdf_dl_generalized, true, false);
+        bool filtered = false; // asked ahead: of a stream that breaks half way it says no afterwards
+        stream.pipeStreamData(nullptr, &filtered, 0, qpdf_dl_generalized);
         if (!filtered && stream.getDict().hasKey("/Filter")) {
             return {};
         }
+        stream.pipeStreamData(&collector, nullptr, 0, qpdf_dl_generalized, true, false);
     } catch (const std::exception&) {
         // what was collected before is what there is
     }
