@@ -1,0 +1,178 @@
+#include "Platform/PDF/Reading/ContentBytes_p.h"
+
+#include <qpdf/Buffer.hh>
+#include <qpdf/Pipeline.hh>
+#include <qpdf/Pl_Flate.hh>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace orvex {
+
+namespace {
+
+constexpr int mostStreams = 100'000; // of one page
+
+/// Keeps what arrives until it is too much, then refuses.
+class LimitedSink final : public Pipeline {
+public:
+    explicit LimitedSink(std::size_t limit) : Pipeline("content", nullptr), limit_(limit) {}
+    void write(const unsigned char* data, std::size_t length) override {
+        const std::size_t taken = std::min(length, limit_ - text.size());
+        text.append(reinterpret_cast<const char*>(data), taken);
+        if (taken < length) {
+            throw std::length_error("more content than a page can have");
+        }
+    }
+    void finish() override {}
+    std::string text;
+
+private:
+    std::size_t limit_;
+};
+
+enum class Packing { none, flate, other };
+
+Packing packingOf(QPDFObjectHandle dictionary) {
+    auto filter = dictionary.getKey("/Filter");
+    if (filter.isArray() && filter.getArrayNItems() == 1) {
+        filter = filter.getArrayItem(0);
+    }
+    if (filter.isNull() || (filter.isArray() && filter.getArrayNItems() == 0)) {
+        return Packing::none;
+    }
+    const bool flate = filter.isName() && (filter.getName() == "/FlateDecode" || filter.getName() == "/Fl");
+    return flate && dictionary.getKey("/DecodeParms").isNull() ? Packing::flate : Packing::other;
+}
+
+/// The stream's bytes in the file that lies in memory; none where they are not just there.
+std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
+    const auto offset = stream.getParsedOffset();
+    const auto length = stream.getDict().getKey("/Length");
+    if (offset <= 0 || !length.isInteger() || length.getIntValue() < 0 || source.pdf().isEncrypted()) {
+        return {};
+    }
+    const std::string_view file = source.bytes().text();
+    const auto start = static_cast<std::size_t>(offset);
+    const auto size = static_cast<std::size_t>(length.getIntValue());
+    if (start > file.size() || size > file.size() - start) {
+        return {};
+    }
+    const auto before = file.substr(start - std::min<std::size_t>(start, 8), std::min<std::size_t>(start, 8));
+    auto after = file.substr(start + size, 16);
+    after.remove_prefix(std::min(after.find_first_not_of("\r\n "), after.size()));
+    const bool sure = before.find("stream") != before.npos && after.starts_with("endstream");
+    return sure ? file.substr(start, size) : std::string_view{};
+}
+
+StoredStream owned(std::string&& text, bool deflated) {
+    auto owner = std::make_shared<const std::string>(std::move(text));
+    const std::string_view bytes = *owner;
+    return {std::move(owner), bytes, deflated};
+}
+
+/// Through qpdf's filters, which give what they have until the data is damaged.
+StoredStream unpackedByLibrary(QPDFObjectHandle stream, std::size_t limit) {
+    LimitedSink sink(limit);
+    try {
+        stream.pipeStreamData(&sink, nullptr, 0, qpdf_dl_specialized, true, true);
+    } catch (const std::exception&) { // damaged or endless: what came counts
+    }
+    return owned(std::move(sink.text), false);
+}
+
+StoredStream storedStream(const PDFSource& source, QPDFObjectHandle stream, std::size_t limit) {
+    const Packing packing = packingOf(stream.getDict());
+    if (packing == Packing::other) {
+        return unpackedByLibrary(stream, limit);
+    }
+    const bool deflated = packing == Packing::flate;
+    if (const auto bytes = bytesInFile(source, stream); !bytes.empty()) {
+        return {nullptr, bytes, deflated};
+    }
+    try {
+        const std::shared_ptr<const Buffer> raw = stream.getRawStreamData();
+        const auto* data = reinterpret_cast<const char*>(const_cast<Buffer&>(*raw).getBuffer());
+        return {raw, {data, raw->getSize()}, deflated};
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+/// Byte by byte through zlib, for data that ends or breaks in the middle.
+void inflateDamaged(std::string_view data, std::size_t limit, ContentBuffer& buffer) {
+    constexpr std::size_t step = 256; // what comes out of the good part of a step is kept
+    LimitedSink sink(limit);
+    try {
+        Pl_Flate flate("content", &sink, Pl_Flate::a_inflate, 4096);
+        for (std::size_t at = 0; at < data.size(); at += step) {
+            const auto part = data.substr(at, step);
+            flate.write(reinterpret_cast<const unsigned char*>(part.data()), part.size());
+        }
+        flate.finish();
+    } catch (const std::exception&) {
+    }
+    buffer.append(sink.text);
+}
+
+} // namespace
+
+std::span<char> ContentBuffer::room(std::size_t count) {
+    if (capacity_ - size_ < count) {
+        const std::size_t capacity = std::max(size_ + count, capacity_ * 2);
+        std::unique_ptr<char[]> data(new char[capacity]); // not cleared: all of it is written before it is read
+        if (size_ > 0) {
+            std::memcpy(data.get(), data_.get(), size_);
+        }
+        data_ = std::move(data);
+        capacity_ = capacity;
+    }
+    return {data_.get() + size_, capacity_ - size_};
+}
+
+void ContentBuffer::append(std::string_view bytes) {
+    if (!bytes.empty()) {
+        std::memcpy(room(bytes.size()).data(), bytes.data(), bytes.size());
+        size_ += bytes.size();
+    }
+}
+
+void ContentBuffer::appendJoint() {
+    joints_.push_back(size_);
+    append("\n");
+}
+
+std::vector<StoredStream> storedStreams(const PDFSource& source, QPDFObjectHandle contents, std::size_t limit) {
+    std::vector<StoredStream> streams;
+    if (contents.isStream()) {
+        streams.push_back(storedStream(source, contents, limit));
+    } else if (contents.isArray()) {
+        const int count = std::min(contents.getArrayNItems(), mostStreams);
+        for (int i = 0; i < count && limit > 0; ++i) {
+            if (auto item = contents.getArrayItem(i); item.isStream()) {
+                streams.push_back(storedStream(source, item, limit));
+                limit -= std::min(limit, streams.back().bytes.size());
+            }
+        }
+    }
+    return streams;
+}
+
+void unpack(const std::vector<StoredStream>& streams, std::size_t limit, ContentBuffer& buffer) {
+    buffer.clear();
+    for (const auto& stream : streams) {
+        if (&stream != &streams.front()) {
+            buffer.appendJoint();
+        }
+        const std::size_t left = limit - std::min(limit, buffer.size());
+        if (!stream.deflated) {
+            buffer.append(stream.bytes.substr(0, left));
+        } else if (!inflate(stream.bytes, left, buffer)) {
+            inflateDamaged(stream.bytes, left, buffer);
+        }
+    }
+}
+
+} // namespace orvex

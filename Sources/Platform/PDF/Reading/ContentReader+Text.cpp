@@ -1,0 +1,209 @@
+#include "Platform/Foundation/Strings.h"
+#include "Platform/PDF/Reading/ContentReader_p.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvex {
+
+namespace {
+
+/// Blanks of all widths, and the controls that some maps have in their place.
+bool isWhiteSpace(std::string_view text) {
+    if (text.size() == 1) {
+        return text[0] == ' ' || (text[0] >= '\t' && text[0] <= '\r');
+    }
+    if (text.size() == 2) {
+        return text == "\u00A0";
+    }
+    if (text.size() != 3) {
+        return false;
+    }
+    return text == "\u3000" || text == "\u202F" || text == "\u205F" || (text >= "\u2000" && text <= "\u200A");
+}
+
+bool overlap(const Rect& a, const Rect& b) {
+    return a.x < b.maxX() && b.x < a.maxX() && a.y < b.maxY() && b.y < a.maxY();
+}
+
+} // namespace
+
+void ContentReader::showString(const Operand& string, const ContentScanner& scanner) {
+    if (state_.font != nullptr) {
+        show(scanner.bytesOf(string, stringBuffer_));
+    }
+}
+
+void ContentReader::showArray(const ContentScanner& scanner) {
+    if (state_.font == nullptr) {
+        return;
+    }
+    const bool vertical = state_.font->isVertical();
+    for (const auto& operand : scanner.operands()) {
+        if (operand.isString()) {
+            show(scanner.bytesOf(operand, stringBuffer_));
+        } else if (operand.kind == OperandKind::number) {
+            const double move = -operand.number / 1000 * state_.fontSize;
+            textMatrix_ = vertical ? textMatrix_.translated(0, move)
+                                   : textMatrix_.translated(move * state_.horizontalScaling, 0);
+        }
+    }
+}
+
+void ContentReader::show(std::string_view bytes) {
+    if (bytes.empty()) {
+        return;
+    }
+    const AffineTransform matrix = textMatrix_.followedBy(state_.ctm);
+    updateStyle(matrix);
+    const TextFont& font = *state_.font;
+    const bool vertical = font.isVertical();
+    const double em = page_.styles.back().em;
+    const double size = state_.fontSize;
+    const double scaling = vertical ? 1 : state_.horizontalScaling;
+    const Point step = vertical ? Point{matrix.c, matrix.d} : Point{matrix.a, matrix.b};
+    const Point start{matrix.tx + state_.rise * matrix.c, matrix.ty + state_.rise * matrix.d};
+    const double toPage = size != 0 && scaling != 0 ? em / std::abs(size * (vertical ? 1 : scaling)) : 0;
+    tracking_ = static_cast<float>(std::max(0.0, state_.characterSpacing * scaling * toPage));
+    double pen = 0;
+    while (!bytes.empty() && !exhausted_) {
+        const TextGlyph glyph = font.next(bytes);
+        const double advance = static_cast<double>(glyph.advance);
+        place(glyph.text, {start.x + pen * step.x, start.y + pen * step.y}, vertical ? -advance * em : advance * em);
+        const double spacing = state_.characterSpacing + (glyph.wordSpace ? state_.wordSpacing : 0);
+        pen += (advance * size + spacing) * scaling;
+    }
+    textMatrix_ = vertical ? textMatrix_.translated(0, pen) : textMatrix_.translated(pen, 0);
+}
+
+void ContentReader::updateStyle(const AffineTransform& matrix) {
+    const StyleKey key{{matrix.a, matrix.b, matrix.c, matrix.d, 0, 0},
+                       state_.font,
+                       state_.fontSize,
+                       state_.horizontalScaling,
+                       state_.isTextLayer ? items_ : 0};
+    if (page_.styles.empty() || key != styleKey_) {
+        styleKey_ = key;
+        addStyle();
+    }
+}
+
+void ContentReader::addStyle() {
+    const auto& [m, font, size, scaling, item] = styleKey_;
+    Point along{m.a * size * scaling, m.b * size * scaling};
+    Point up{m.c * size, m.d * size};
+    double ascent = static_cast<double>(font->ascent());
+    double descent = static_cast<double>(font->descent());
+    if (font->isVertical()) { // the line runs down, its characters stand on both sides of it
+        const Point across = along;
+        along = {-up.x, -up.y};
+        up = across;
+        ascent = 0.5;
+        descent = -0.5;
+    }
+    GlyphStyle style;
+    style.em = std::hypot(along.x, along.y);
+    if (style.em > 0) {
+        style.direction = {along.x / style.em, along.y / style.em};
+    }
+    const double across = style.direction.x * up.y - style.direction.y * up.x;
+    style.size = std::abs(across);
+    style.mirrored = across < 0;
+    style.left = std::min(ascent * up.x, descent * up.x);
+    style.right = std::max(ascent * up.x, descent * up.x);
+    style.below = std::min(ascent * up.y, descent * up.y);
+    style.above = std::max(ascent * up.y, descent * up.y);
+    style.item = item;
+    const auto last = page_.styles.size() - 1;
+    if (!page_.styles.empty() && (page_.glyphs.empty() || page_.glyphs.back().style != last)) {
+        page_.styles.back() = style; // nothing was shown in it
+    } else {
+        page_.styles.push_back(style);
+    }
+}
+
+/// As a selection of the media box would have it; of what is clipped away only what is so for sure is left out.
+bool ContentReader::isShown(const Glyph& glyph, const GlyphStyle& style) const {
+    const Rect box = boxOf(glyph, style);
+    const double x = box.midX();
+    const double y = box.midY();
+    if (!(x >= mediaBox_.x && x <= mediaBox_.maxX() && y >= mediaBox_.y && y <= mediaBox_.maxY())) {
+        return false;
+    }
+    const Rect middle{box.x + box.width / 4, box.y + box.height / 4, box.width / 2, box.height / 2};
+    return !state_.clip || overlap(middle, *state_.clip);
+}
+
+void ContentReader::place(std::string_view text, Point origin, double width) {
+    const GlyphStyle& style = page_.styles.back();
+    if (hiddenMarks_ > 0 || !(style.size > 0)) {
+        return;
+    }
+    Glyph glyph{origin, std::abs(width), text, tracking_, static_cast<std::uint32_t>(page_.styles.size() - 1)};
+    if (width < 0) {
+        glyph.origin = {origin.x + style.direction.x * width, origin.y + style.direction.y * width};
+    }
+    if (!isShown(glyph, style)) {
+        return;
+    }
+    glyph.isBlank = isWhiteSpace(text);
+    page_.glyphs.push_back(glyph);
+    exhausted_ = page_.glyphs.size() >= limits_.glyphs ||
+                 (stopAtFirstText_ && replacingMarks_ == 0 && !trimWhitespaceAndNewlines(text).empty());
+}
+
+void ContentReader::beginMark(const ContentScanner& scanner) {
+    const auto content = scanner.operation() == operatorCode("BDC")
+                             ? resources_->markedContent(scanner.operands(), scanner)
+                             : MarkedContent{};
+    if (marks_.size() < limits_.savedStates) {
+        marks_.push_back({content.hidden, content.actualText, page_.glyphs.size()});
+        hiddenMarks_ += content.hidden ? 1 : 0;
+        replacingMarks_ += content.actualText ? 1 : 0;
+    }
+}
+
+void ContentReader::endMark() {
+    if (marks_.empty()) {
+        return;
+    }
+    const Mark mark = std::move(marks_.back());
+    marks_.pop_back();
+    hiddenMarks_ -= mark.hidden ? 1 : 0;
+    replacingMarks_ -= mark.actualText ? 1 : 0;
+    if (mark.actualText && mark.firstGlyph < page_.glyphs.size()) {
+        replaceText(mark);
+    }
+}
+
+/// The text goes to the first of the glyphs that it replaces, which grows over the others of its line.
+void ContentReader::replaceText(const Mark& mark) {
+    auto& glyphs = page_.glyphs;
+    const auto text = isValidUTF8(*mark.actualText) ? std::string_view(*mark.actualText) : std::string_view{};
+    std::string shown;
+    for (std::size_t i = mark.firstGlyph; i < glyphs.size(); ++i) {
+        shown += glyphs[i].text;
+    }
+    if (shown == text) {
+        return;
+    }
+    Glyph first = glyphs[mark.firstGlyph];
+    const GlyphStyle& style = page_.styleOf(first);
+    for (std::size_t i = mark.firstGlyph + 1; i < glyphs.size(); ++i) {
+        const double dx = glyphs[i].origin.x - first.origin.x;
+        const double dy = glyphs[i].origin.y - first.origin.y;
+        const double off = dy * style.direction.x - dx * style.direction.y;
+        if (std::abs(off) < style.size) {
+            const double end = dx * style.direction.x + dy * style.direction.y + glyphs[i].width;
+            first.width = std::max(first.width, end);
+        }
+    }
+    glyphs.resize(mark.firstGlyph);
+    if (!text.empty()) {
+        first.text = page_.texts.emplace_back(text);
+        first.isBlank = isWhiteSpace(text);
+        glyphs.push_back(first);
+    }
+}
+
+} // namespace orvex

@@ -1,0 +1,94 @@
+// What content names: fonts, forms, marked content's properties, layers.
+#pragma once
+
+#include "Platform/Foundation/Geometry.h"
+#include "Platform/PDF/PDFSource_p.h"
+#include "Platform/PDF/Reading/ContentBytes_p.h"
+#include "Platform/PDF/Reading/ContentScanner_p.h"
+#include "Platform/PDF/Reading/TextFont_p.h"
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace orvex {
+
+/// What reading keeps of a file: its fonts, and which of its layers are off.
+class ReadingCache {
+public:
+    /// Hold the source's mutex for all of them.
+    std::shared_ptr<const TextFont> font(QPDFObjectHandle font) { return fonts_.font(std::move(font)); }
+    /// Whether an optional-content group or membership is off as the file opens.
+    [[nodiscard]] bool isHidden(const PDFSource& source, QPDFObjectHandle optionalContent);
+
+private:
+    void readLayers(const PDFSource& source);
+    [[nodiscard]] bool isGroupHidden(QPDFObjectHandle group) const;
+
+    TextFontCache fonts_;
+    bool layersRead_ = false;
+    bool hidesByDefault_ = false;
+    std::set<QPDFObjGen> exceptions_; ///< groups in the other state
+};
+
+struct FontUse {
+    std::shared_ptr<const TextFont> font; ///< null where the name leads nowhere
+    bool isTextLayer = false;             ///< the invisible font that text layers of ours are written in
+};
+
+struct FormUse {
+    std::vector<StoredStream> streams;
+    AffineTransform matrix;
+    std::optional<Rect> box; ///< in the form's space
+    QPDFObjectHandle resources;
+    QPDFObjGen id;
+    bool hidden = false;
+};
+
+struct MarkedContent {
+    std::optional<std::string> actualText; ///< UTF-8
+    bool hidden = false;
+};
+
+/// One resource dictionary. Keeps the fonts that it was asked for; takes the source's mutex itself.
+class ContentResources {
+public:
+    /// Hold the source's mutex.
+    ContentResources(const PDFSource& source, ReadingCache& cache, QPDFObjectHandle dictionary)
+        : source_(source), cache_(cache), dictionary_(std::move(dictionary)) {}
+
+    /// Valid as long as this is. Names are as content spells them.
+    const FontUse& font(std::string_view name);
+    struct SizedFont {
+        FontUse font;
+        double size = 0;
+    };
+    /// The font that a graphics state names.
+    std::optional<SizedFont> graphicsStateFont(std::string_view name);
+    /// None for images and for names that lead nowhere; `limit` as for storedStreams().
+    std::optional<FormUse> form(std::string_view name, std::size_t limit);
+    /// `operands` are those of BDC: a tag, and a name or a dictionary.
+    MarkedContent markedContent(std::span<const Operand> operands, const ContentScanner& scanner);
+    /// What a form without resources of its own uses.
+    [[nodiscard]] const QPDFObjectHandle& dictionary() const { return dictionary_; }
+
+private:
+    QPDFObjectHandle named(const char* category, std::string_view name);
+    MarkedContent inlineProperties(std::span<const Operand> operands, const ContentScanner& scanner);
+    FontUse use(QPDFObjectHandle font);
+
+    const PDFSource& source_;
+    ReadingCache& cache_;
+    QPDFObjectHandle dictionary_;
+    struct NamedFont {
+        std::string name;
+        FontUse use;
+    };
+    std::deque<NamedFont> fonts_;
+};
+
+} // namespace orvex

@@ -1,0 +1,223 @@
+#include "Platform/PDF/Reading/ContentResources_p.h"
+
+#include <qpdf/QPDF.hh>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace orvex {
+
+namespace {
+
+constexpr int mostGroups = 10'000;
+
+/// A name as qpdf keeps it: with its slash, without escapes.
+std::string keyOf(std::string_view name) {
+    std::string key = "/";
+    for (std::size_t at = 0; at < name.size(); ++at) {
+        const auto digit = [&](std::size_t i) {
+            const char c = i < name.size() ? name[i] : '\0';
+            const char lower = static_cast<char>(c | 0x20);
+            return c >= '0' && c <= '9' ? c - '0' : lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+        };
+        if (name[at] == '#' && digit(at + 1) >= 0 && digit(at + 2) >= 0) {
+            key += static_cast<char>(digit(at + 1) << 4 | digit(at + 2));
+            at += 2;
+        } else {
+            key += name[at];
+        }
+    }
+    return key;
+}
+
+template <std::size_t count> std::optional<std::array<double, count>> numbers(QPDFObjectHandle array) {
+    std::array<double, count> values{};
+    if (!array.isArray() || array.getArrayNItems() < static_cast<int>(count)) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!array.getArrayItem(static_cast<int>(i)).getValueAsNumber(values[i]) || !std::isfinite(values[i])) {
+            return std::nullopt;
+        }
+    }
+    return values;
+}
+
+AffineTransform matrixOf(QPDFObjectHandle form) {
+    const auto m = numbers<6>(form.getKey("/Matrix"));
+    return m ? AffineTransform{(*m)[0], (*m)[1], (*m)[2], (*m)[3], (*m)[4], (*m)[5]} : AffineTransform{};
+}
+
+std::optional<Rect> boxOf(QPDFObjectHandle form) {
+    const auto corners = numbers<4>(form.getKey("/BBox"));
+    if (!corners) {
+        return std::nullopt;
+    }
+    const auto& c = *corners;
+    return Rect{std::min(c[0], c[2]), std::min(c[1], c[3]), std::abs(c[2] - c[0]), std::abs(c[3] - c[1])};
+}
+
+} // namespace
+
+void ReadingCache::readLayers(const PDFSource& source) {
+    layersRead_ = true;
+    auto properties = source.pdf().getRoot().getKey("/OCProperties");
+    auto config = properties.isDictionary() ? properties.getKey("/D") : QPDFObjectHandle::newNull();
+    if (!config.isDictionary()) {
+        return;
+    }
+    const auto base = config.getKey("/BaseState");
+    hidesByDefault_ = base.isNameAndEquals("/OFF");
+    const auto groups = config.getKey(hidesByDefault_ ? "/ON" : "/OFF");
+    for (int i = 0; groups.isArray() && i < std::min(groups.getArrayNItems(), mostGroups); ++i) {
+        exceptions_.insert(groups.getArrayItem(i).getObjGen());
+    }
+}
+
+bool ReadingCache::isGroupHidden(QPDFObjectHandle group) const {
+    return group.isDictionary() && exceptions_.contains(group.getObjGen()) != hidesByDefault_;
+}
+
+bool ReadingCache::isHidden(const PDFSource& source, QPDFObjectHandle optionalContent) {
+    if (!optionalContent.isDictionary()) {
+        return false;
+    }
+    if (!layersRead_) {
+        readLayers(source);
+    }
+    if (!optionalContent.getKey("/Type").isNameAndEquals("/OCMD")) {
+        return isGroupHidden(optionalContent);
+    }
+    auto groups = optionalContent.getKey("/OCGs");
+    if (!groups.isArray()) {
+        return isGroupHidden(groups);
+    }
+    const int count = std::min(groups.getArrayNItems(), mostGroups);
+    int hidden = 0;
+    for (int i = 0; i < count; ++i) {
+        hidden += isGroupHidden(groups.getArrayItem(i)) ? 1 : 0;
+    }
+    if (count == 0) {
+        return false;
+    }
+    const auto policy = optionalContent.getKey("/P");
+    if (policy.isNameAndEquals("/AllOn")) {
+        return hidden > 0;
+    }
+    if (policy.isNameAndEquals("/AnyOff")) {
+        return hidden == 0;
+    }
+    if (policy.isNameAndEquals("/AllOff")) {
+        return hidden < count;
+    }
+    return hidden == count;
+}
+
+QPDFObjectHandle ContentResources::named(const char* category, std::string_view name) {
+    if (!dictionary_.isDictionary()) {
+        return QPDFObjectHandle::newNull();
+    }
+    auto entries = dictionary_.getKey(category);
+    return entries.isDictionary() ? entries.getKey(keyOf(name)) : QPDFObjectHandle::newNull();
+}
+
+FontUse ContentResources::use(QPDFObjectHandle font) {
+    if (!font.isDictionary()) {
+        return {};
+    }
+    const auto name = font.getKey("/BaseFont");
+    const bool isTextLayer = name.isName() && name.getName().ends_with("OrvexGlyphless");
+    return {cache_.font(std::move(font)), isTextLayer};
+}
+
+const FontUse& ContentResources::font(std::string_view name) {
+    const auto known = std::ranges::find(fonts_, name, &NamedFont::name);
+    if (known != fonts_.end()) {
+        return known->use;
+    }
+    const std::lock_guard lock(source_.mutex());
+    return fonts_.emplace_back(NamedFont{std::string(name), use(named("/Font", name))}).use;
+}
+
+std::optional<ContentResources::SizedFont> ContentResources::graphicsStateFont(std::string_view name) {
+    const std::lock_guard lock(source_.mutex());
+    auto state = named("/ExtGState", name);
+    auto entry = state.isDictionary() ? state.getKey("/Font") : QPDFObjectHandle::newNull();
+    double size = 0;
+    if (!entry.isArray() || entry.getArrayNItems() < 2 || !entry.getArrayItem(1).getValueAsNumber(size)) {
+        return std::nullopt;
+    }
+    return SizedFont{use(entry.getArrayItem(0)), size};
+}
+
+std::optional<FormUse> ContentResources::form(std::string_view name, std::size_t limit) {
+    const std::lock_guard lock(source_.mutex());
+    auto stream = named("/XObject", name);
+    if (!stream.isStream()) {
+        return std::nullopt;
+    }
+    auto dictionary = stream.getDict();
+    if (!dictionary.getKey("/Subtype").isNameAndEquals("/Form")) {
+        return std::nullopt;
+    }
+    FormUse use;
+    use.hidden = cache_.isHidden(source_, dictionary.getKey("/OC"));
+    if (use.hidden) {
+        return use;
+    }
+    use.matrix = matrixOf(dictionary);
+    use.box = boxOf(dictionary);
+    use.resources = dictionary.getKey("/Resources");
+    if (!use.resources.isDictionary()) {
+        use.resources = dictionary_;
+    }
+    use.id = stream.getObjGen();
+    use.streams = storedStreams(source_, stream, limit);
+    return use;
+}
+
+/// Only the entries of the dictionary itself count; what it nests is passed over.
+MarkedContent ContentResources::inlineProperties(std::span<const Operand> operands, const ContentScanner& scanner) {
+    MarkedContent result;
+    int depth = 0;
+    for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
+        const auto& key = operands[i];
+        if (key.kind == OperandKind::dictionaryStart || key.kind == OperandKind::arrayStart) {
+            ++depth;
+        } else if (key.kind == OperandKind::dictionaryEnd || key.kind == OperandKind::arrayEnd) {
+            --depth;
+        } else if (depth == 1 && key.kind == OperandKind::name && key.text == "ActualText" &&
+                   operands[i + 1].isString()) {
+            std::string buffer;
+            const auto bytes = scanner.bytesOf(operands[i + 1], buffer);
+            result.actualText = QPDFObjectHandle::newString(std::string(bytes)).getUTF8Value();
+        }
+    }
+    return result;
+}
+
+MarkedContent ContentResources::markedContent(std::span<const Operand> operands, const ContentScanner& scanner) {
+    if (operands.size() < 2) {
+        return {};
+    }
+    if (operands[1].kind == OperandKind::dictionaryStart) {
+        return inlineProperties(operands.subspan(1), scanner);
+    }
+    if (operands[1].kind != OperandKind::name) {
+        return {};
+    }
+    const std::lock_guard lock(source_.mutex());
+    auto properties = named("/Properties", operands[1].text);
+    if (!properties.isDictionary()) {
+        return {};
+    }
+    MarkedContent result;
+    result.hidden = operands[0].text == "OC" && cache_.isHidden(source_, properties);
+    if (const auto text = properties.getKey("/ActualText"); text.isString()) {
+        result.actualText = text.getUTF8Value();
+    }
+    return result;
+}
+
+} // namespace orvex

@@ -1,0 +1,49 @@
+// Stretches of glyphs that follow each other on one baseline, and how stretches make up lines.
+#pragma once
+
+#include "Platform/PDF/Reading/PageGlyphs_p.h"
+
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <vector>
+
+namespace orvex {
+
+inline constexpr std::uint32_t noFragment = std::numeric_limits<std::uint32_t>::max();
+
+/// Glyphs [first, last] in the order of the content, left to right along their baseline.
+struct Fragment {
+    std::uint32_t first = 0;
+    std::uint32_t last = 0;
+    double start = 0;    ///< along the baseline of its frame
+    double end = 0;      ///< the same
+    double baseline = 0; ///< across it
+    double size = 0;     ///< of an em across the baseline
+    double em = 0;       ///< of an em along it, as gaps are measured
+    std::uint32_t next = noFragment; ///< in its line
+};
+
+/// A chain of fragments.
+struct FragmentLine {
+    std::uint32_t first = noFragment;
+    std::uint32_t last = noFragment;
+    std::uint32_t firstGlyph = 0; ///< of all of its fragments, in the order of the content
+    double end = 0;
+    double baseline = 0; ///< of its largest fragment
+    double size = 0;     ///< the same
+    double em = 0;       ///< the same
+    bool overlaps = false; ///< fragments stand on each other
+};
+
+/// An em as far as gaps are compared with it: letters that were squeezed or stretched have gaps like it.
+[[nodiscard]] double gapEm(const GlyphStyle& style);
+/// Whether a gap of so many ems between two glyphs parts words.
+[[nodiscard]] bool partsWords(const Glyph& left, const Glyph& right, double gap);
+
+/// Cuts the page's glyphs where they do not go on, and marks where words start.
+[[nodiscard]] std::vector<Fragment> makeFragments(PageGlyphs& page);
+/// Puts fragments together that stand next to each other, whatever the order of the content.
+[[nodiscard]] std::vector<FragmentLine> joinFragments(PageGlyphs& page, std::vector<Fragment>& fragments);
+
+} // namespace orvex
