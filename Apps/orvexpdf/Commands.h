@@ -19,6 +19,8 @@ struct Command {
 [[nodiscard]] Command addRender(CLI::App& tool);
 [[nodiscard]] Command addThumbnail(CLI::App& tool);
 [[nodiscard]] Command addWatermark(CLI::App& tool);
+[[nodiscard]] Command addFound(CLI::App& tool);
+[[nodiscard]] Command addText(CLI::App& tool);
 [[nodiscard]] Command addTextLayer(CLI::App& tool);
 
 } // namespace orvex::tool

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <exception>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace orvex::tool {
@@ -50,6 +52,74 @@ private:
     std::size_t failedIndex_ = 0;
 };
 
+/// A row of results: workers fill it, the one who waits empties it from the front.
+class Row {
+public:
+    Row(std::size_t count, const std::function<std::string(std::size_t)>& produce)
+        : count_(count), produce_(produce), slots_(std::min(count, ahead)) {}
+
+    /// Until nothing is left to produce.
+    void work() {
+        for (auto index = next_++; index < count_; index = next_++) {
+            if (!waitForRoom(index)) {
+                return;
+            }
+            Slot result;
+            try {
+                result.text = produce_(index);
+            } catch (...) {
+                result.failure = std::current_exception();
+            }
+            const std::lock_guard lock(mutex_);
+            result.ready = true;
+            slots_[index % slots_.size()] = std::move(result);
+            changed_.notify_all();
+        }
+    }
+
+    std::string take(std::size_t index) {
+        std::unique_lock lock(mutex_);
+        Slot& slot = slots_[index % slots_.size()];
+        changed_.wait(lock, [&] { return slot.ready; });
+        const Slot result = std::exchange(slot, {});
+        taken_ = index + 1;
+        changed_.notify_all();
+        if (result.failure) {
+            std::rethrow_exception(result.failure);
+        }
+        return result.text;
+    }
+
+    void stop() {
+        const std::lock_guard lock(mutex_);
+        stopped_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    static constexpr std::size_t ahead = 256;
+    struct Slot {
+        std::string text;
+        std::exception_ptr failure;
+        bool ready = false;
+    };
+
+    bool waitForRoom(std::size_t index) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return stopped_ || index < taken_ + slots_.size(); });
+        return !stopped_;
+    }
+
+    std::size_t count_;
+    const std::function<std::string(std::size_t)>& produce_;
+    std::vector<Slot> slots_;
+    std::atomic<std::size_t> next_{0};
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::size_t taken_ = 0;
+    bool stopped_ = false;
+};
+
 } // namespace
 
 void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>& work) {
@@ -63,6 +133,24 @@ void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>
         shift.run();
     }
     shift.rethrow();
+}
+
+void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
+                    const std::function<void(const std::string&)>& consume) {
+    const auto cores = std::max<std::size_t>(std::thread::hardware_concurrency(), 1);
+    Row row(count, produce);
+    std::vector<std::jthread> helpers;
+    for (std::size_t i = 0; i < std::min(cores, count); ++i) {
+        helpers.emplace_back([&row] { row.work(); });
+    }
+    try {
+        for (std::size_t index = 0; index < count; ++index) {
+            consume(row.take(index));
+        }
+    } catch (...) {
+        row.stop();
+        throw;
+    }
 }
 
 } // namespace orvex::tool

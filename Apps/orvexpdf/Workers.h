@@ -3,11 +3,17 @@
 
 #include <cstddef>
 #include <functional>
+#include <string>
 
 namespace orvex::tool {
 
 /// Calls work(0) to work(count - 1), several at a time, and returns when all are done. After a failure no new piece is
 /// started; the failure of the first piece, in their order, is thrown.
 void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>& work);
+
+/// Hands produce(0) to produce(count - 1) to consume(), in this order and on the calling thread; several are produced
+/// at a time, not far ahead of what was consumed. What either throws ends the work and is thrown again.
+void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
+                    const std::function<void(const std::string&)>& consume);
 
 } // namespace orvex::tool

@@ -39,6 +39,12 @@ public:
     /// The library page at an index, or null.
     [[nodiscard]] OrvexPDFPagePtr orvexPage(std::int64_t at) const;
 
+    /// Document+Found.cpp: the text of every library page, read anew. Author, creator, source ("pdf") and pages are
+    /// there even when they are empty.
+    [[nodiscard]] OrvexFoundDocument extractFoundDocument() const;
+    /// The same, but a page whose own found page holds items gives that one as it is.
+    [[nodiscard]] OrvexFoundDocument foundDocument() const;
+
 protected:
     [[nodiscard]] PDFPagePtr makePage(PDFPageContent content) const override;
 };

@@ -59,6 +59,13 @@ public:
     /// the settings themselves are at their defaults. What a subclass's own draw() adds is not known here.
     [[nodiscard]] std::shared_ptr<OrvexPDFPage> flattened() const;
 
+    /// Page+Found.cpp: the page's own text, one item per line, boxed in points of the media box from its top, whatever
+    /// the rotation; an offset of the media box stays in the boxes. `items` is there even when it is empty; `fonts` and
+    /// `dpi` are not. Reads only; `foundPage` plays no part. Never fails. Threads: any.
+    [[nodiscard]] OrvexFoundPage extractFoundPage() const;
+    /// The same, but only what text layers of this library hold: the items that were drawn into the page.
+    [[nodiscard]] OrvexFoundPage extractTextLayer() const;
+
     // Page+Render.cpp
     /// The media box as shown at `dpi` dots per inch: bare content, no annotations, text layer or watermark. One
     /// representation, as large in points as the page. Throws OrvexPDFPageError.

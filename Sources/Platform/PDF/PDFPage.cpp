@@ -3,7 +3,7 @@
 #include "Platform/PDF/Composer_p.h"
 #include "Platform/PDF/ImageStream_p.h"
 #include "Platform/PDF/PDFSource_p.h"
-#include "Platform/PDF/PDFium_p.h"
+#include "Platform/PDF/Reading/PageText_p.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -46,9 +46,17 @@ void PDFPage::setRotation(long long degrees) {
     rotation_ = static_cast<int>((degrees % 360 + 360) % 360);
 }
 
-std::string PDFPage::string() const {
+std::vector<TextLine> PDFPage::textLines() const {
     const auto page = mayHaveText() ? inAFile() : std::nullopt;
-    return page ? readPageText(*page->source, page->index) : std::string();
+    return page ? readTextLines(*page->source, page->index) : std::vector<TextLine>();
+}
+
+std::string PDFPage::string() const {
+    std::string text;
+    for (const auto& line : textLines()) {
+        text.append(text.empty() ? "" : "\n").append(line.text);
+    }
+    return text;
 }
 
 bool PDFPage::hasText() const {

@@ -5,6 +5,7 @@
 #include "Platform/Foundation/Geometry.h"
 #include "Platform/Imaging/Image.h"
 #include "Platform/PDF/GraphicsContext.h"
+#include "Platform/PDF/TextLine.h"
 
 #include <functional>
 #include <memory>
@@ -53,8 +54,11 @@ public:
     /// Takes any multiple of 90 and reduces it; throws std::invalid_argument for others.
     void setRotation(long long degrees);
 
-    /// The page's own text in reading order, lines ended by line feeds; empty for pages that have none or cannot be
-    /// read. What subclasses draw over the page is not part of it.
+    /// The lines of the page's own text in reading order; none for pages that have none or cannot be read.
+    /// What subclasses draw over the page is not part of it, nor are annotations. Rotation and crop box play no part;
+    /// what lies outside the media box is left out. Threads: any; pages are read side by side.
+    [[nodiscard]] std::vector<TextLine> textLines() const;
+    /// The texts of these lines, with line feeds between them.
     [[nodiscard]] std::string string() const;
     /// Whether string() holds anything but white space; found once per page of a file and kept.
     [[nodiscard]] bool hasText() const;

@@ -16,6 +16,8 @@
 
 namespace orvex {
 
+class ReadingCache;
+
 class PDFSource {
 public:
     /// Parses, and repairs what can be repaired. Throws PDFOpenError.
@@ -31,6 +33,8 @@ public:
     [[nodiscard]] int rotation(int page) const;
     [[nodiscard]] std::string info(PDFInfoKey key) const;
     [[nodiscard]] bool hasText(int page) const;
+    /// What the text reader keeps of the file.
+    [[nodiscard]] ReadingCache& readingCache() const { return *readingCache_; }
     /// Whether a form field of the page shows something.
     [[nodiscard]] bool showsFields(int page) const;
 
@@ -43,7 +47,7 @@ public:
     [[nodiscard]] const std::vector<QPDFObjectHandle>& pages() const { return pages_; }
 
 private:
-    PDFSource() = default;
+    PDFSource();
     Bytes bytes_;
     std::string password_;
     std::shared_ptr<QPDF> pdf_;
@@ -51,6 +55,7 @@ private:
     mutable std::recursive_mutex mutex_;
     enum class TextState : unsigned char { unknown, absent, present };
     mutable std::vector<std::atomic<TextState>> textStates_;
+    std::unique_ptr<ReadingCache> readingCache_;
 };
 
 /// "/Title" and so on.

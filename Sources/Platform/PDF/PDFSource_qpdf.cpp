@@ -1,8 +1,9 @@
 #include "Platform/PDF/PDFSource_p.h"
 
-#include "Platform/Foundation/Strings.h"
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/PDFium_p.h"
+#include "Platform/PDF/Reading/ContentResources_p.h"
+#include "Platform/PDF/Reading/PageText_p.h"
 
 #include <qpdf/QPDFExc.hh>
 #include <qpdf/QUtil.hh>
@@ -159,6 +160,8 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
     return source;
 }
 
+PDFSource::PDFSource() : readingCache_(std::make_unique<ReadingCache>()) {}
+
 PDFSource::~PDFSource() {
     closeInPDFium(*this);
 }
@@ -186,8 +189,7 @@ std::string PDFSource::info(PDFInfoKey key) const {
 bool PDFSource::hasText(int page) const {
     auto& state = textStates_.at(static_cast<std::size_t>(page));
     if (state.load() == TextState::unknown) {
-        const bool present = !trimWhitespaceAndNewlines(readPageText(*this, page)).empty();
-        state.store(present ? TextState::present : TextState::absent);
+        state.store(readHasText(*this, page) ? TextState::present : TextState::absent);
     }
     return state.load() == TextState::present;
 }

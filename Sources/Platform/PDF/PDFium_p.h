@@ -1,4 +1,4 @@
-// PDFium, as far as we use it: text and pixels of pages.
+// PDFium, as far as we use it: pixels of pages.
 #pragma once
 
 #include "Platform/Foundation/Bytes.h"
@@ -11,10 +11,6 @@
 namespace orvex {
 
 class PDFSource;
-
-/// The page's text in reading order, UTF-8, lines ended by line feeds; empty when there is none or it cannot be read.
-/// Threads: any.
-[[nodiscard]] std::string readPageText(const PDFSource& source, int page);
 
 struct PageRaster {
     std::int64_t width = 0;  ///< pixels

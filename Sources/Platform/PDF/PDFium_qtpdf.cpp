@@ -6,7 +6,6 @@
 #include <QtCore/QBuffer>
 #include <QtGui/QImage>
 #include <QtPdf/QPdfDocument>
-#include <QtPdf/QPdfSelection>
 
 #include <algorithm>
 #include <bit>
@@ -144,13 +143,6 @@ std::optional<Bitmap> raster(QPdfDocument* document, int page, const PageRaster&
 }
 
 } // namespace
-
-std::string readPageText(const PDFSource& source, int page) {
-    PDFium& pdfium = PDFium::shared();
-    const std::lock_guard lock(pdfium.mutex);
-    QPdfDocument* document = pdfium.open(source, page);
-    return document != nullptr ? document->getAllText(page).text().toStdString() : std::string();
-}
 
 std::optional<Bitmap> rasterPage(const PDFSource& source, int page, const PageRaster& request) {
     PDFium& pdfium = PDFium::shared();

@@ -15,6 +15,14 @@ namespace orvex {
 /// The line's direction is that of its first strong character.
 [[nodiscard]] std::u32string visualOrder(std::u32string_view logical);
 
+enum class StrongDirection : signed char { leftToRight = -1, none = 0, rightToLeft = 1 };
+/// Which way a character alone makes text run.
+[[nodiscard]] StrongDirection strongDirection(char32_t codePoint);
+
+/// The way back from visualOrder(): the indices, in logical order, of the characters of a line as it is shown, for a
+/// line that starts from the right or from the left.
+[[nodiscard]] std::vector<std::size_t> logicalOrder(std::u32string_view visual, bool startsFromTheRight);
+
 /// A stretch of one line whose characters run the same way.
 struct DirectionRun {
     std::size_t start = 0; ///< in logical order

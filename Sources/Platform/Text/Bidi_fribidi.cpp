@@ -67,6 +67,36 @@ std::u32string visualOrder(std::u32string_view logical) {
     return {text.begin(), text.end()};
 }
 
+StrongDirection strongDirection(char32_t codePoint) {
+    const auto type = fribidi_get_bidi_type(codePoint);
+    if (!FRIBIDI_IS_STRONG(type)) {
+        return StrongDirection::none;
+    }
+    return FRIBIDI_IS_RTL(type) ? StrongDirection::rightToLeft : StrongDirection::leftToRight;
+}
+
+std::vector<std::size_t> logicalOrder(std::u32string_view visual, bool startsFromTheRight) {
+    std::vector<FriBidiChar> text(visual.begin(), visual.end());
+    std::vector<FriBidiStrIndex> order(text.size());
+    std::iota(order.begin(), order.end(), 0);
+    // A line from the right is read backwards first; what then still runs the wrong way is turned round in both.
+    if (startsFromTheRight) {
+        std::ranges::reverse(text);
+        std::ranges::reverse(order);
+    }
+    const auto types = bidiTypes(text);
+    if (!text.empty() && hasRightToLeft(types)) {
+        FriBidiParType direction = startsFromTheRight ? FRIBIDI_PAR_RTL : FRIBIDI_PAR_LTR;
+        auto levels = embeddingLevels(text, types, direction);
+        require(fribidi_reorder_line(0, types.data(), static_cast<FriBidiStrIndex>(text.size()), 0, direction,
+                                     levels.data(), nullptr, order.data()));
+        if (startsFromTheRight) {
+            std::ranges::reverse(order);
+        }
+    }
+    return {order.begin(), order.end()};
+}
+
 std::vector<DirectionRun> directionRuns(std::u32string_view logical) {
     const std::vector<FriBidiChar> text(logical.begin(), logical.end());
     const auto types = bidiTypes(text);

@@ -50,7 +50,7 @@ Packing packingOf(QPDFObjectHandle dictionary) {
 /// The stream's bytes in the file that lies in memory; none where they are not just there.
 std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
     const auto offset = stream.getParsedOffset();
-    const auto length = stream.getDict().getKey("/Length");
+    auto length = stream.getDict().getKey("/Length");
     if (offset <= 0 || !length.isInteger() || length.getIntValue() < 0 || source.pdf().isEncrypted()) {
         return {};
     }

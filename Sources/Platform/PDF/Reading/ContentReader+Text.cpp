@@ -44,8 +44,8 @@ void ContentReader::showArray(const ContentScanner& scanner) {
             show(scanner.bytesOf(operand, stringBuffer_));
         } else if (operand.kind == OperandKind::number) {
             const double move = -operand.number / 1000 * state_.fontSize;
-            textMatrix_ = vertical ? textMatrix_.translated(0, move)
-                                   : textMatrix_.translated(move * state_.horizontalScaling, 0);
+            textMatrix_ =
+                vertical ? textMatrix_.translated(0, move) : textMatrix_.translated(move * state_.horizontalScaling, 0);
         }
     }
 }
@@ -159,7 +159,7 @@ void ContentReader::beginMark(const ContentScanner& scanner) {
     if (marks_.size() < limits_.savedStates) {
         marks_.push_back({content.hidden, content.actualText, page_.glyphs.size()});
         hiddenMarks_ += content.hidden ? 1 : 0;
-        replacingMarks_ += content.actualText ? 1 : 0;
+        replacingMarks_ += content.actualText ? 1U : 0U;
     }
 }
 
@@ -170,7 +170,7 @@ void ContentReader::endMark() {
     const Mark mark = std::move(marks_.back());
     marks_.pop_back();
     hiddenMarks_ -= mark.hidden ? 1 : 0;
-    replacingMarks_ -= mark.actualText ? 1 : 0;
+    replacingMarks_ -= mark.actualText ? 1U : 0U;
     if (mark.actualText && mark.firstGlyph < page_.glyphs.size()) {
         replaceText(mark);
     }

@@ -31,7 +31,7 @@ public:
 private:
     struct State {
         AffineTransform ctm;
-        std::optional<Rect> clip; ///< in page space, around what is not clipped away
+        std::optional<Rect> clip;       ///< in page space, around what is not clipped away
         const TextFont* font = nullptr; ///< the page's glyphs keep it
         bool isTextLayer = false;
         double fontSize = 0;

@@ -67,9 +67,9 @@ void ReadingCache::readLayers(const PDFSource& source) {
     if (!config.isDictionary()) {
         return;
     }
-    const auto base = config.getKey("/BaseState");
+    auto base = config.getKey("/BaseState");
     hidesByDefault_ = base.isNameAndEquals("/OFF");
-    const auto groups = config.getKey(hidesByDefault_ ? "/ON" : "/OFF");
+    auto groups = config.getKey(hidesByDefault_ ? "/ON" : "/OFF");
     for (int i = 0; groups.isArray() && i < std::min(groups.getArrayNItems(), mostGroups); ++i) {
         exceptions_.insert(groups.getArrayItem(i).getObjGen());
     }
@@ -101,7 +101,7 @@ bool ReadingCache::isHidden(const PDFSource& source, QPDFObjectHandle optionalCo
     if (count == 0) {
         return false;
     }
-    const auto policy = optionalContent.getKey("/P");
+    auto policy = optionalContent.getKey("/P");
     if (policy.isNameAndEquals("/AllOn")) {
         return hidden > 0;
     }
@@ -126,7 +126,7 @@ FontUse ContentResources::use(QPDFObjectHandle font) {
     if (!font.isDictionary()) {
         return {};
     }
-    const auto name = font.getKey("/BaseFont");
+    auto name = font.getKey("/BaseFont");
     const bool isTextLayer = name.isName() && name.getName().ends_with("OrvexGlyphless");
     return {cache_.font(std::move(font)), isTextLayer};
 }
@@ -214,7 +214,7 @@ MarkedContent ContentResources::markedContent(std::span<const Operand> operands,
     }
     MarkedContent result;
     result.hidden = operands[0].text == "OC" && cache_.isHidden(source_, properties);
-    if (const auto text = properties.getKey("/ActualText"); text.isString()) {
+    if (auto text = properties.getKey("/ActualText"); text.isString()) {
         result.actualText = text.getUTF8Value();
     }
     return result;

@@ -84,7 +84,7 @@ int escapedCharacter(std::string_view text, std::size_t& at) {
     case 'f':
         return '\f';
     case '\r':
-        at += at < text.size() && text[at] == '\n' ? 1 : 0;
+        at += at < text.size() && text[at] == '\n' ? 1U : 0U;
         return -1;
     case '\n':
         return -1;
@@ -101,9 +101,9 @@ int escapedCharacter(std::string_view text, std::size_t& at) {
     return code & 0xFF;
 }
 
-constexpr std::array textOperators = {"BT", "ET", "Tc", "Tw", "Tz", "TL", "Tf", "Tr", "Ts",  "Td",  "TD",  "Tm", "Tj",
-                                      "TJ", "T*", "cm", "Do", "gs", "BI", "re", "W*", "BDC", "BMC", "EMC", "rg", "RG",
-                                      "cs", "CS", "sc", "SC", "f*", "B*", "b*", "scn"};
+constexpr std::array textOperators = {"BT", "ET", "Tc", "Tw", "Tz", "TL", "Tf", "Tr", "Ts", "Td",  "TD",  "Tm",
+                                      "Tj", "TJ", "T*", "cm", "Do", "gs", "BI", "re", "W*", "BDC", "BMC", "EMC",
+                                      "rg", "RG", "cs", "CS", "sc", "SC", "f*", "B*", "b*", "scn"};
 
 bool isOperator(std::string_view word) {
     return std::ranges::find(textOperators, word) != textOperators.end();
@@ -191,7 +191,7 @@ void ContentScanner::scanString() {
     }
     at_ = std::min(at_, content_.size());
     add(plain ? OperandKind::string : OperandKind::escapedString, content_.substr(start, at_ - start));
-    at_ += atEnd() ? 0 : 1;
+    at_ += atEnd() ? 0U : 1U;
 }
 
 void ContentScanner::scanAngle() {
@@ -312,7 +312,7 @@ std::string_view ContentScanner::bytesOf(const Operand& string, std::string& buf
                 buffer += static_cast<char>(code);
             }
         } else if (c == '\r') {
-            at += at < text.size() && text[at] == '\n' ? 1 : 0;
+            at += at < text.size() && text[at] == '\n' ? 1U : 0U;
             buffer += '\n';
         } else if (c != '\\' && !(c == '\n' && isJoint(base + at - 1))) {
             buffer += c;

@@ -1,4 +1,5 @@
-// Content streams as operators with their operands. Works on bytes alone; whatever they are, scanning goes on to the end.
+// Content streams as operators with their operands. Works on bytes alone; whatever they are, scanning goes on to the
+// end.
 #pragma once
 
 #include <cstddef>
@@ -12,11 +13,11 @@ namespace orvex {
 
 enum class OperandKind : unsigned char {
     number,
-    name,         ///< `text` is what follows the slash, escapes and all
-    string,       ///< `text` is what stands between the parentheses
+    name,          ///< `text` is what follows the slash, escapes and all
+    string,        ///< `text` is what stands between the parentheses
     escapedString, ///< the same, to be decoded
-    hexString,    ///< `text` is what stands between the angle brackets
-    word,         ///< true, false, null
+    hexString,     ///< `text` is what stands between the angle brackets
+    word,          ///< true, false, null
     arrayStart,
     arrayEnd,
     dictionaryStart,

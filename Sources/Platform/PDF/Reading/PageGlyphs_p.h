@@ -25,20 +25,20 @@ struct GlyphStyle {
 };
 
 struct Glyph {
-    Point origin; ///< on the baseline
+    Point origin;     ///< on the baseline
     double width = 0; ///< along the baseline; not negative
     std::string_view text;
     float tracking = 0; ///< room left behind it on purpose, in points
     std::uint32_t style = 0;
-    bool isBlank = false; ///< white space
-    bool isDropped = false; ///< shown a second time, or replaced
+    bool isBlank = false;    ///< white space
+    bool isDropped = false;  ///< shown a second time, or replaced
     bool startsWord = false; ///< a blank has to stand before it that the page does not have as a glyph
 };
 
 struct PageGlyphs {
     std::vector<Glyph> glyphs;
     std::vector<GlyphStyle> styles;
-    std::deque<std::string> texts; ///< behind glyphs whose text is not their font's
+    std::deque<std::string> texts;                      ///< behind glyphs whose text is not their font's
     std::vector<std::shared_ptr<const TextFont>> fonts; ///< behind the others
     std::vector<Rect> itemBoxes;
 

@@ -80,7 +80,7 @@ bool isOverstrike(const Glyph& glyph, const Glyph& again, const Step& step, cons
 Fragment startFragment(const PageGlyphs& page, std::uint32_t index) {
     const GlyphStyle& style = page.styleOf(page.glyphs[index]);
     Fragment fragment;
-    fragment.first = fragment.last = index;
+    fragment.first = fragment.last = fragment.largest = index;
     fragment.size = style.size;
     fragment.em = gapEm(style);
     return fragment;
@@ -134,6 +134,7 @@ std::vector<Fragment> makeFragments(PageGlyphs& page) {
             if (next.size > fragment.size) {
                 fragment.size = next.size;
                 fragment.em = gapEm(next);
+                fragment.largest = i;
             }
         } else {
             fragments.push_back(startFragment(page, i));

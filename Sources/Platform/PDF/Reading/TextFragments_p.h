@@ -16,11 +16,12 @@ inline constexpr std::uint32_t noFragment = std::numeric_limits<std::uint32_t>::
 struct Fragment {
     std::uint32_t first = 0;
     std::uint32_t last = 0;
-    double start = 0;    ///< along the baseline of its frame
-    double end = 0;      ///< the same
-    double baseline = 0; ///< across it
-    double size = 0;     ///< of an em across the baseline
-    double em = 0;       ///< of an em along it, as gaps are measured
+    std::uint32_t largest = 0;       ///< a glyph of the largest size
+    double start = 0;                ///< along the baseline of its frame
+    double end = 0;                  ///< the same
+    double baseline = 0;             ///< across it
+    double size = 0;                 ///< of an em across the baseline
+    double em = 0;                   ///< of an em along it, as gaps are measured
     std::uint32_t next = noFragment; ///< in its line
 };
 
@@ -30,9 +31,9 @@ struct FragmentLine {
     std::uint32_t last = noFragment;
     std::uint32_t firstGlyph = 0; ///< of all of its fragments, in the order of the content
     double end = 0;
-    double baseline = 0; ///< of its largest fragment
-    double size = 0;     ///< the same
-    double em = 0;       ///< the same
+    double baseline = 0;   ///< of its largest fragment
+    double size = 0;       ///< the same
+    double em = 0;         ///< the same
     bool overlaps = false; ///< fragments stand on each other
 };
 

@@ -1,0 +1,172 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "Input.h"
+#include "Interrupt.h"
+#include "OpenPDF.h"
+#include "OrvexPDF/Document.h"
+#include "Output.h"
+#include "PageRange.h"
+#include "Platform/Foundation/JSON.h"
+#include "Progress.h"
+#include "Workers.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace orvex::tool {
+
+namespace {
+
+struct FoundOptions {
+    std::string file;
+    std::string page;
+    std::string pages;
+    std::string output = "-";
+    bool stored = false;
+    bool compact = false;
+};
+
+constexpr auto foundExamples = R"(Examples:
+  orvexpdf found book.pdf -o book.json
+      A found document: every line of text with its box, page by page.
+  orvexpdf found book.pdf --page 7 --compact | jq -r '.items[].text'
+      The found page of one page.
+  orvexpdf found searchable.pdf --stored -o again.json
+      Of pages with a text layer of orvexpdf's just what was put into it.)";
+
+constexpr auto textExamples = R"(Examples:
+  orvexpdf text book.pdf | grep -n Index
+      One line of text per line, a form feed after each page.
+  orvexpdf text book.pdf --pages 1-3 -o start.txt
+      Of the first three pages.)";
+
+std::shared_ptr<OrvexPDFDocument> open(const std::string& path) {
+    std::optional<PDFOpenError> why;
+    auto document = OrvexPDFDocument::fromData(readInput(path), &why);
+    if (!document) {
+        failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
+    }
+    return document;
+}
+
+void put(ByteSink& sink, std::string_view text) {
+    sink.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+}
+
+/// Calls describe(page) for pages side by side, and writes what it answers in the order of the pages.
+void writePages(const OrvexPDFDocument& document, const std::vector<std::int64_t>& pages, ByteSink& sink,
+                const std::function<std::string(const OrvexPDFPage&, bool first)>& describe) {
+    Progress progress("Reading pages", pages.size());
+    const auto produce = [&](std::size_t i) { return describe(*document.orvexPage(pages[i]), i == 0); };
+    const auto consume = [&](const std::string& text) {
+        throwIfInterrupted();
+        put(sink, text);
+        progress.advance();
+    };
+    forEachInOrder(pages.size(), produce, consume);
+}
+
+OrvexFoundPage foundOn(const OrvexPDFPage& page, bool stored) {
+    if (!stored) {
+        return page.extractFoundPage();
+    }
+    auto layer = page.extractTextLayer();
+    return layer.items->empty() ? page.extractFoundPage() : layer;
+}
+
+std::string indented(const std::string& json, std::string_view indent) {
+    std::string text(indent);
+    for (const char c : json) {
+        text += c;
+        if (c == '\n') {
+            text += indent;
+        }
+    }
+    return text;
+}
+
+/// The document as its own encoder would write it, without ever holding all of it.
+void writeFoundDocument(const OrvexPDFDocument& document, const std::vector<std::int64_t>& pages,
+                        const FoundOptions& options, ByteSink& sink) {
+    const std::string author = writeJSON(document.author(), false);
+    const std::string creator = writeJSON(document.creator(), false);
+    const auto describe = [&](const OrvexPDFPage& page, bool first) {
+        const std::string json = foundOn(page, options.stored).toJSONString(!options.compact);
+        return options.compact ? (first ? "" : ",") + json : (first ? "\n" : ",\n") + indented(json, "    ");
+    };
+    if (options.compact) {
+        put(sink, "{\"author\":" + author + ",\"creator\":" + creator + ",\"source\":\"pdf\",\"pages\":[");
+        writePages(document, pages, sink, describe);
+        put(sink, "]}\n");
+    } else {
+        put(sink, "{\n  \"author\" : " + author + ",\n  \"creator\" : " + creator + ",\n  \"pages\" : [");
+        writePages(document, pages, sink, describe);
+        put(sink, std::string(pages.empty() ? "\n" : "") + "\n  ],\n  \"source\" : \"pdf\"\n}\n");
+    }
+}
+
+void found(const FoundOptions& options) {
+    checkOutput(options.output, {options.file});
+    const auto document = open(options.file);
+    const bool single = !options.page.empty();
+    const auto pages = parsePages(single ? options.page : options.pages, document->pageCount());
+    if (single && pages.size() != 1) {
+        throw Failure(ExitCode::usage, "--page takes one page; --pages takes several (see orvexpdf found --help)");
+    }
+    writeOutput(options.output, [&](ByteSink& sink) {
+        if (single) {
+            const auto found = foundOn(*document->orvexPage(pages[0]), options.stored);
+            put(sink, found.toJSONString(!options.compact) + "\n");
+        } else {
+            writeFoundDocument(*document, pages, options, sink);
+        }
+    });
+}
+
+void text(const FoundOptions& options) {
+    checkOutput(options.output, {options.file});
+    const auto document = open(options.file);
+    const auto pages = parsePages(options.pages, document->pageCount());
+    writeOutput(options.output, [&](ByteSink& sink) {
+        writePages(*document, pages, sink, [](const OrvexPDFPage& page, bool) {
+            std::string lines;
+            for (const auto& line : page.textLines()) {
+                lines.append(line.text).append("\n");
+            }
+            return lines + "\f";
+        });
+    });
+}
+
+CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, FoundOptions& options) {
+    auto* app = tool.add_subcommand(name, what);
+    app->add_option("FILE", options.file, "The PDF; - for standard input")->required()->type_name("");
+    app->add_option("--pages", options.pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
+    app->add_option("-o,--output", options.output, "The file to write; standard output unless told otherwise")
+        ->type_name("FILE");
+    return app;
+}
+
+} // namespace
+
+Command addFound(CLI::App& tool) {
+    auto options = std::make_shared<FoundOptions>();
+    auto* app = addCommon(tool, "found", "Read the text of pages, line by line with its place, as JSON", *options);
+    app->add_option("--page", options->page, "One page, as a found page instead of a found document")
+        ->type_name("N")
+        ->excludes("--pages");
+    app->add_flag("--stored", options->stored, "Only what text layers hold, on pages that have one");
+    app->add_flag("--compact", options->compact, "Without white space");
+    app->footer(foundExamples);
+    return {app, [options] { found(*options); }};
+}
+
+Command addText(CLI::App& tool) {
+    auto options = std::make_shared<FoundOptions>();
+    auto* app = addCommon(tool, "text", "Print the text of pages", *options);
+    app->footer(textExamples);
+    return {app, [options] { text(*options); }};
+}
+
+} // namespace orvex::tool
