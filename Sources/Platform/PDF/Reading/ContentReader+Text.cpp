@@ -22,6 +22,9 @@ bool isWhiteSpace(std::string_view text) {
     return text == "\u3000" || text == "\u202F" || text == "\u205F" || (text >= "\u2000" && text <= "\u200A");
 }
 
+// Thousandths of an em: what moves the pen farther within a string is no kerning.
+constexpr double smallMove = 150;
+
 bool overlap(const Rect& a, const Rect& b) {
     return a.x < b.maxX() && b.x < a.maxX() && a.y < b.maxY() && b.y < a.maxY();
 }
@@ -34,6 +37,13 @@ void ContentReader::showString(const Operand& string, const ContentScanner& scan
     }
 }
 
+/// What the content itself puts somewhere stands there on purpose, whatever the spacing was.
+void ContentReader::endTracking() {
+    if (!page_.glyphs.empty()) {
+        page_.glyphs.back().tracking = 0;
+    }
+}
+
 void ContentReader::showArray(const ContentScanner& scanner) {
     if (state_.font == nullptr) {
         return;
@@ -43,6 +53,9 @@ void ContentReader::showArray(const ContentScanner& scanner) {
         if (operand.isString()) {
             show(scanner.bytesOf(operand, stringBuffer_));
         } else if (operand.kind == OperandKind::number) {
+            if (std::abs(operand.number) > smallMove) {
+                endTracking();
+            }
             const double move = -operand.number / 1000 * state_.fontSize;
             textMatrix_ =
                 vertical ? textMatrix_.translated(0, move) : textMatrix_.translated(move * state_.horizontalScaling, 0);

@@ -80,6 +80,7 @@ bool ContentReader::runText(const ContentScanner& scanner) {
     const auto operands = scanner.operands();
     switch (scanner.operation()) {
     case operatorCode("BT"):
+        endTracking();
         textMatrix_ = lineMatrix_ = {};
         ++items_;
         return true;
@@ -96,6 +97,7 @@ bool ContentReader::runText(const ContentScanner& scanner) {
         moveLine(0, -state_.leading);
         return true;
     case operatorCode("Tm"):
+        endTracking();
         textMatrix_ = lineMatrix_ = matrixOf(operands);
         return true;
     default:
@@ -240,6 +242,7 @@ void ContentReader::useGraphicsState(std::span<const Operand> operands) {
 }
 
 void ContentReader::moveLine(double x, double y) {
+    endTracking();
     lineMatrix_ = lineMatrix_.translated(x, y);
     textMatrix_ = lineMatrix_;
 }

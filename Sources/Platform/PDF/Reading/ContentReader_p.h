@@ -69,6 +69,7 @@ private:
 
     void showString(const Operand& string, const ContentScanner& scanner);
     void showArray(const ContentScanner& scanner);
+    void endTracking();
     void show(std::string_view bytes);
     void place(std::string_view text, Point origin, double width);
     void updateStyle(const AffineTransform& matrix);
