@@ -250,10 +250,11 @@ ImageInfo readInfo(const Bytes& data) {
 void verify(const Bytes& data) {
     const Header header = readHeader(data);
     requireSupported(header.frame);
-    // Every Huffman-coded block takes a bit at least: what a header promises is bounded by what follows it.
+    // Every Huffman-coded block takes a bit at least, and of arithmetic codes no real picture has many in a bit: what a
+    // header promises is bounded by what follows it.
     const std::uint64_t bits = std::uint64_t{8} * (data.size() - header.scanOffset);
     const bool arithmetic = (header.frame.marker & 0x0F) >= 9;
-    if ((!arithmetic && bits < header.frame.blocks) || !endsImage(data, header.scanOffset)) {
+    if ((arithmetic ? 64 * bits : bits) < header.frame.blocks || !endsImage(data, header.scanOffset)) {
         throwTruncated();
     }
 }

@@ -221,10 +221,14 @@ void readPalette(const File& file, Layout& layout) {
     }
 }
 
-std::vector<std::uint8_t> blockBuffer(const File& file, tmsize_t size) {
+void requireBlockSize(const File& file, tmsize_t size) {
     if (size <= 0 || size > largestAllocation) {
         throw ImageError("damaged TIFF data (" + (file.message().empty() ? "bad block size" : file.message()) + ")");
     }
+}
+
+std::vector<std::uint8_t> blockBuffer(const File& file, tmsize_t size) {
+    requireBlockSize(file, size);
     return std::vector<std::uint8_t>(static_cast<std::size_t>(size));
 }
 
@@ -338,6 +342,9 @@ void requireEnoughData(const File& file, const Layout& layout, const ImageInfo& 
     if (std::find(bounded.begin(), bounded.end(), compression) != bounded.end() &&
         row * static_cast<std::uint64_t>(info.height) / mostExpansion > stored) {
         throw ImageError("truncated TIFF data");
+    }
+    if (!layout.viaRGBA) {
+        requireBlockSize(file, layout.tiled ? TIFFTileSize(file) : TIFFStripSize(file));
     }
 }
 
