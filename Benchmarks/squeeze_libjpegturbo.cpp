@@ -2,6 +2,7 @@
 // encoding that: what nothing that reduces and encodes a scan can do without. Also tells how alike two pictures are.
 //
 // Usage: bench_squeeze time RUNS JPEG...      a line per file: its name, our milliseconds, libjpeg-turbo's, bytes, mode
+//        bench_squeeze reduce JPEG OUT.png          the reduction alone
 //        bench_squeeze compare PICTURE PICTURE...   structural similarity of each further picture with the first
 #include "OrvexPDF/Images.h"
 #include "Platform/Imaging/Codecs.h"
@@ -11,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -121,6 +123,12 @@ Bitmap pixels(const std::string& file) {
     return flattenedOverWhite(decodeImage(data, readImageInfo(data).front()));
 }
 
+void reduce(const std::string& file, const std::string& target) {
+    const ImagePtr image = Image::fromData(readFile(file));
+    const Bytes png = orvexDataForPNG(*orvexImageTransform(image, getSqueezeMode("medium")->dpi)).value();
+    std::ofstream(target, std::ios::binary) << png.text();
+}
+
 void compare(const std::vector<std::string>& files) {
     const Bitmap first = pixels(files.front());
     for (auto file = files.begin() + 1; file != files.end(); ++file) {
@@ -142,6 +150,8 @@ int main(int argc, char** argv) {
     try {
         if (arguments[0] == "time") {
             timeFiles(std::stoi(arguments[1]), {arguments.begin() + 2, arguments.end()});
+        } else if (arguments[0] == "reduce") {
+            reduce(arguments[1], arguments[2]);
         } else {
             compare({arguments.begin() + 1, arguments.end()});
         }
