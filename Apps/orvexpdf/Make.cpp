@@ -172,8 +172,9 @@ void make(const MakeOptions& options) {
 Command addMake(CLI::App& tool) {
     auto options = std::make_shared<MakeOptions>();
     auto* app = tool.add_subcommand("make", "Make one PDF from images and recognised text");
-    app->add_option("IMAGE", options->images,
-                    "JPEG, PNG, TIFF or JPEG 2000 files, a page each (a TIFF:\neach of its pages); - for standard input")
+    app->add_option(
+           "IMAGE", options->images,
+           "JPEG, PNG, TIFF or JPEG 2000 files, a page each (a TIFF:\neach of its pages); - for standard input")
         ->required()
         ->type_name("");
     app->add_option("-o,--output", options->output, "The PDF to write; - for standard output")
