@@ -63,8 +63,7 @@ void verify(const Bytes& data, int page);
 namespace jpeg2000 {
 [[nodiscard]] ImageInfo readInfo(const Bytes& data);
 void verify(const Bytes& data);
-/// Both sides halved so many times.
-[[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info, int halvings = 0);
+[[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info);
 } // namespace jpeg2000
 
 /// Colours that alpha was multiplied into, without it.

@@ -99,7 +99,7 @@ struct Sink {
     throw ImageError("damaged JPEG 2000 data (" + (text.empty() ? "unreadable" : std::string(text)) + ")");
 }
 
-Planes decodePlanes(const Bytes& data, const Header& header, int halvings) {
+Planes decodePlanes(const Bytes& data, const Header& header) {
     std::array<char, 200> message{};
     Source source{data.span()};
     const Stream stream(opj_stream_default_create(OPJ_TRUE), &opj_stream_destroy);
@@ -115,7 +115,6 @@ Planes decodePlanes(const Bytes& data, const Header& header, int halvings) {
     opj_set_error_handler(codec.get(), keepFirst, &message);
     opj_dparameters_t parameters;
     opj_set_default_decoder_parameters(&parameters);
-    parameters.cp_reduce = static_cast<OPJ_UINT32>(halvings);
     opj_image_t* raw = nullptr;
     bool good = opj_setup_decoder(codec.get(), &parameters) == OPJ_TRUE &&
                 opj_read_header(stream.get(), codec.get(), &raw) == OPJ_TRUE;
@@ -190,10 +189,10 @@ template <class Sample> void toRGB(Bitmap& bitmap) {
 
 } // namespace
 
-Bitmap decode(const Bytes& data, const ImageInfo& info, int halvings) {
+Bitmap decode(const Bytes& data, const ImageInfo& info) {
     verify(data);
     const Header header = readHeader(data);
-    const Planes planes = decodePlanes(data, header, halvings);
+    const Planes planes = decodePlanes(data, header);
     const auto channels = chooseChannels(*planes, info);
     std::int64_t width = 0;
     std::int64_t height = 0;

@@ -149,38 +149,44 @@ int levelFor(std::size_t bytes) {
     return bytes <= mebibyte / 2 ? 12 : bytes <= 2 * mebibyte ? 10 : bytes <= 32 * mebibyte ? 7 : 5;
 }
 
-/// What the whole picture would come to, judged from bands of it. A band is twice as long as deflate looks back, so
-/// that what repeats in the picture repeats in the band.
-double estimatedSize(const PackedImage& image, Filter filter, std::int64_t bands, int level) {
-    constexpr std::size_t bandBytes = 64 << 10;
+constexpr std::size_t bandBytes = 64 << 10;
+
+/// What the whole picture would come to at the fastest level, judged from bands of it. A band is twice as long as
+/// deflate looks back, so that what repeats in the picture repeats in the band.
+double estimatedSize(const PackedImage& image, Filter filter, std::int64_t bands) {
     const std::int64_t height = static_cast<std::int64_t>(bandBytes / (image.rowBytes + 1)) + 1;
+    bands = std::clamp<std::int64_t>(bands, 1, std::max<std::int64_t>(1, image.height / height));
     std::size_t sum = 0;
     for (std::int64_t band = 0; band < bands; ++band) {
         const std::int64_t middle = (2 * band + 1) * image.height / (2 * bands);
         const std::int64_t from = std::max<std::int64_t>(0, middle - height / 2);
         const auto rows = filterRows(image, filter, from, std::min(from + height, image.height));
-        const auto packed = deflateZlib(rows, level, 0);
+        const auto packed = deflateZlib(rows, 1, 0);
         sum += packed ? packed->size() : 0;
     }
     return static_cast<double>(sum) * static_cast<double>(image.height) / static_cast<double>(bands * height);
 }
 
 /// Whether the picture is so far beyond `limit` that no filter and level will bring it below. On scans the best of them
-/// gain a tenth to a third over these.
+/// gain a tenth, on coloured ones up to a half; those are far beyond.
 bool hasLost(const PackedImage& image, std::size_t limit) {
-    constexpr std::size_t worthTrying = 1 << 20;
-    constexpr double hopeless = 3;
-    constexpr double hopelessAtSecondSight = 1.5;
+    constexpr std::size_t worthTrying = 2 * bandBytes; // smaller ones are quickly encoded
+    constexpr double hopeless = 2.5;
+    constexpr double hopelessAtSecondSight = 1.6; // of twice as many bands
     if (limit == 0 || image.rowBytes * static_cast<std::size_t>(image.height) < worthTrying) {
         return false;
     }
     const auto most = static_cast<double>(limit);
-    const double plain = estimatedSize(image, Filter::none, 4, 1);
-    const double predicted = estimatedSize(image, Filter::paeth, 4, 1);
+    constexpr std::int64_t bands = 4;
+    const double plain = estimatedSize(image, Filter::none, bands);
+    if (plain <= hopelessAtSecondSight * most) {
+        return false;
+    }
+    const double predicted = estimatedSize(image, Filter::paeth, bands);
+    const Filter better = plain < predicted ? Filter::none : Filter::paeth;
     const double least = std::min(plain, predicted);
     return least > hopeless * most || (least > hopelessAtSecondSight * most &&
-                                       estimatedSize(image, plain < predicted ? Filter::none : Filter::paeth, 12, 2) >
-                                           hopelessAtSecondSight * most);
+                                       estimatedSize(image, better, 2 * bands) > hopelessAtSecondSight * most);
 }
 
 /// The rows of the whole picture, filtered and compressed; empty when that passes the limit.

@@ -76,7 +76,10 @@ template <class Sample> void copyChannels(const Bitmap& from, Bitmap& to, std::s
         const auto* source = reinterpret_cast<const Sample*>(from.row(y));
         auto* target = reinterpret_cast<Sample*>(to.row(y));
         for (std::int64_t x = 0; x < from.width; ++x, source += step) {
-            target = std::copy_n(source, kept, target);
+            *target++ = *source; // by itself, as grey is most of what comes here
+            for (std::size_t c = 1; c < kept; ++c) {
+                *target++ = source[c];
+            }
             if (alpha) {
                 *target++ = source[step - 1];
             }
