@@ -22,7 +22,7 @@ constexpr char32_t joined(char16_t high, char16_t low) {
 /// Says what a text is not.
 constexpr char32_t replacement = 0xFFFD;
 
-/// Halves of surrogate pairs that stand alone and zeros say nothing and are left out.
+/// Halves of surrogate pairs that stand alone, zeros and noncharacters say nothing and are left out.
 void appendUTF16(std::string& text, std::u16string_view units, std::uint32_t step) {
     for (std::size_t at = 0; at < units.size(); ++at) {
         char32_t character = units[at];
@@ -33,8 +33,9 @@ void appendUTF16(std::string& text, std::u16string_view units, std::uint32_t ste
         if (at + 1 == units.size()) {
             character += step;
         }
-        if (character != 0 && character != replacement && character <= 0x10FFFF &&
-            (character < 0xD800 || character > 0xDFFF)) {
+        const bool isOne = character != 0 && character != replacement && character <= 0x10FFFF &&
+                           (character < 0xD800 || character > 0xDFFF) && (character & 0xFFFEU) != 0xFFFEU;
+        if (isOne) {
             appendUTF8(text, character);
         }
     }

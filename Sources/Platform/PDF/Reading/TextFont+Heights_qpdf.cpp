@@ -13,16 +13,19 @@ namespace {
 
 constexpr float thousandth = 0.001F;
 
-struct Heights {
-    float ascent = 0;
-    float descent = 0;
-};
+using Heights = TextFontHeights;
 
-constexpr Heights usualHeights = {0.75F, -0.25F};
+constexpr Heights usualHeights = {0.9F, -0.22F};
 
 /// Of a font of text; what lies outside was not meant, or is in other units.
+bool isPlausibleAscent(float ascent) {
+    return ascent >= 0.3F && ascent <= 1.5F;
+}
+bool isPlausibleDescent(float descent) {
+    return descent < -0.01F && descent >= -0.8F;
+}
 bool isPlausible(const Heights& heights) {
-    return heights.ascent >= 0.3F && heights.ascent <= 1.5F && heights.descent <= 0 && heights.descent >= -0.8F;
+    return isPlausibleAscent(heights.ascent) && isPlausibleDescent(heights.descent);
 }
 
 /// Of a font of drawn glyphs, which may have any scale.
@@ -38,15 +41,6 @@ std::optional<Heights> heightsOfBox(QPDFObjectHandle box, float unit) {
     const float a = fontNumber(box.getArrayItem(1)).value_or(0) * unit;
     const float b = fontNumber(box.getArrayItem(3)).value_or(0) * unit;
     return a == b ? std::nullopt : std::optional(Heights{std::max(a, b), std::min(a, b)});
-}
-
-/// Writers err in the sign.
-std::optional<Heights> heightsOfDescriptor(QPDFObjectHandle descriptor) {
-    const auto ascent = fontNumber(fontEntry(descriptor, "/Ascent"));
-    const auto descent = fontNumber(fontEntry(descriptor, "/Descent"));
-    const Heights heights = {std::abs(ascent.value_or(0)) * thousandth, -std::abs(descent.value_or(0)) * thousandth};
-    const bool told = ascent && descent && *ascent != 0 && isPlausible(heights);
-    return told ? std::optional(heights) : std::nullopt;
 }
 
 /// By the boxes that the glyphs' procedures begin with.
@@ -105,6 +99,20 @@ float TextFontBuilder::scaleOfAdvances() const {
     return count > 0 ? sum / count / usualAdvance : 1;
 }
 
+TextFontHeights TextFontBuilder::heightsElsewhere() {
+    const auto box = heightsOfBox(fontEntry(descriptor_, "/FontBBox"), thousandth);
+    if (const auto standard = standardFaceNamed(name_)) {
+        return heightsOfFace(*standard);
+    }
+    if (box && isPlausible(*box)) {
+        return *box;
+    }
+    if (program() != nullptr && isPlausible({program()->ascent(), program()->descent()})) {
+        return {program()->ascent(), program()->descent()};
+    }
+    return usualHeights;
+}
+
 void TextFontBuilder::readHeights() {
     const auto keep = [this](const Heights& heights) {
         made_->ascent_ = heights.ascent;
@@ -121,17 +129,14 @@ void TextFontBuilder::readHeights() {
             Heights{usualHeights.ascent * scaleOfAdvances(), usualHeights.descent * scaleOfAdvances()}));
         return;
     }
-    const auto box = heightsOfBox(fontEntry(descriptor_, "/FontBBox"), thousandth);
-    if (const auto told = heightsOfDescriptor(descriptor_)) {
-        keep(*told);
-    } else if (const auto standard = standardFaceNamed(name_)) {
-        keep(heightsOfFace(*standard));
-    } else if (box && isPlausible(*box)) {
-        keep(*box);
-    } else if (program() != nullptr && isPlausible({program()->ascent(), program()->descent()})) {
-        keep({program()->ascent(), program()->descent()});
-    } else {
-        keep(usualHeights);
+    // writers err in the sign
+    const float ascent = std::abs(fontNumber(fontEntry(descriptor_, "/Ascent")).value_or(0)) * thousandth;
+    const float descent = -std::abs(fontNumber(fontEntry(descriptor_, "/Descent")).value_or(0)) * thousandth;
+    keep({ascent, descent});
+    if (!isPlausible({ascent, descent})) {
+        const Heights others = heightsElsewhere();
+        keep({isPlausibleAscent(ascent) ? ascent : others.ascent,
+              isPlausibleDescent(descent) ? descent : others.descent});
     }
 }
 

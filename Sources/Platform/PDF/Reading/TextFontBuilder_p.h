@@ -13,6 +13,12 @@
 
 namespace orvex {
 
+/// At size 1; the descent is below zero.
+struct TextFontHeights {
+    float ascent = 0;
+    float descent = 0;
+};
+
 class TextFontBuilder {
 public:
     explicit TextFontBuilder(QPDFObjectHandle font);
@@ -39,6 +45,8 @@ private:
     void readVertical(CompositeFontParts& parts, QPDFObjectHandle cidFont);
 
     void readHeights();
+    /// What stands in for a descriptor that is silent or lies.
+    TextFontHeights heightsElsewhere();
     [[nodiscard]] float scaleOfAdvances() const;
     /// What the file embeds; null when there is nothing that FreeType reads.
     FontProgram* program();

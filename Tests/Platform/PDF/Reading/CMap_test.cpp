@@ -57,14 +57,16 @@ TEST(CMap, WhatIsDefinedLaterHolds) {
 }
 
 TEST(CMap, TextsAreUTF16) {
-    const auto map = CMap::parse("3 beginbfrange <10> <12> <D83DDE00> <20> <22> [<0041> <00420043> <D83D>] <30> <31> "
-                                 "<00FE> endbfrange 4 beginbfchar <40> <0000> <41> <FFFD> <42> <41> <43> < 00 4 1 > "
-                                 "endbfchar");
+    const auto map =
+        CMap::parse("3 beginbfrange <10> <12> <D83DDE00> <20> <22> [<0041> <00420043> <D83D>] <30> <31> "
+                    "<00FE> endbfrange 4 beginbfchar <40> <0000> <41> <FFFD> <44> <FFFF> <42> <41> <43> < 00 4 1 > "
+                    "endbfchar");
     EXPECT_EQ(text(*map, 0x12), "😂");
     EXPECT_EQ(text(*map, 0x20) + text(*map, 0x21), "ABC");
     EXPECT_EQ(text(*map, 0x22), "") << "half a character";
     EXPECT_EQ(text(*map, 0x31), "ÿ");
-    EXPECT_EQ(text(*map, 0x40) + text(*map, 0x41), "") << "neither zero nor the replacement says anything";
+    EXPECT_EQ(text(*map, 0x40) + text(*map, 0x41) + text(*map, 0x44), "")
+        << "neither zero nor the replacement says anything";
     EXPECT_EQ(text(*map, 0x42) + text(*map, 0x43), "AA");
 }
 

@@ -171,7 +171,9 @@ TEST(TextFont, HeightsAreThoseOfTheDescriptorWhenTheyCanBe) {
         heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 0 /Descent 0 /FontBBox [0 -200 1000 800] >> >>"),
         Pointwise(FloatEq(), {0.8F, -0.2F}));
     EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 32768 /Descent -32768 >> >>"),
-                Pointwise(FloatEq(), {0.75F, -0.25F}));
+                Pointwise(FloatEq(), {0.9F, -0.22F}));
+    EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 700 /Descent 0 >> >>"),
+                Pointwise(FloatEq(), {0.7F, -0.22F}));
     EXPECT_THAT(heights("<< /Subtype /Type1 /BaseFont /Helvetica >>"), Pointwise(FloatEq(), {0.718F, -0.207F}));
     EXPECT_THAT(heights("<< /Subtype /Type3 /FontMatrix [0.1 0 0 -0.1 0 0] /FontBBox [0 -8 10 2] >>"),
                 Pointwise(FloatEq(), {0.8F, -0.2F}));
@@ -180,7 +182,7 @@ TEST(TextFont, HeightsAreThoseOfTheDescriptorWhenTheyCanBe) {
                         glyph + " >> >>"),
                 Pointwise(FloatEq(), {0.7F, -0.1F}));
     EXPECT_THAT(heights("<< /Subtype /Type3 /FontMatrix [1 0 0 1 0 0] /FirstChar 1 /Widths [40 60] >>"),
-                Pointwise(FloatEq(), {75, -25}));
+                Pointwise(FloatEq(), {90, -22}));
 }
 
 TEST(TextFont, ACacheMakesAFontOfTheFileOnce) {
