@@ -93,6 +93,17 @@ std::uint32_t FontProgram::glyphOfCode(std::uint8_t code) const {
     return it.glyph(it.mapFor(FT_ENCODING_UNICODE), code);
 }
 
+bool FontProgram::isMacintoshCoded() const {
+    const auto& it = *implementation_;
+    FT_CharMap roman = it.mapFor(FT_ENCODING_APPLE_ROMAN);
+    if (roman == nullptr || it.mapFor(FT_ENCODING_UNICODE) != nullptr) {
+        return false;
+    }
+    constexpr std::array<FT_ULong, 5> undefinedInWindows = {0x81, 0x8D, 0x8F, 0x90, 0x9D};
+    return it.mapFor(FT_ENCODING_MS_SYMBOL) == nullptr ||
+           std::ranges::any_of(undefinedInWindows, [&](FT_ULong code) { return it.glyph(roman, code) != 0; });
+}
+
 std::uint32_t FontProgram::glyphNamed(const std::string& name) const {
     FT_Face face = implementation_->opened.get();
     return FT_HAS_GLYPH_NAMES(face) ? FT_Get_Name_Index(face, name.c_str()) : 0;

@@ -22,6 +22,8 @@ public:
     [[nodiscard]] std::uint32_t glyphCount() const;
     /// The glyph that the program's own encoding gives a one-byte code; 0 when it has none for it.
     [[nodiscard]] std::uint32_t glyphOfCode(std::uint8_t code) const;
+    /// Whether one-byte codes that tell nothing else are Mac OS Roman, by the maps that there are and what they map.
+    [[nodiscard]] bool isMacintoshCoded() const;
     /// The glyph of that name; 0 when there is none.
     [[nodiscard]] std::uint32_t glyphNamed(const std::string& name) const;
     /// The character collection that a CFF program numbers its glyphs by, "Japan1" for example; empty when by none.

@@ -177,6 +177,33 @@ Characters rareCharacters(std::span<const std::string_view> names, GlyphNaming n
     return rare.empty() ? Characters() : charactersOfRareGlyphNames(rare);
 }
 
+constexpr std::uint32_t firstGlyph = 3; ///< after the missing one, a null and a return
+
+/// The standard order of Macintosh fonts: Mac OS Roman, then what it lacks.
+const std::u16string& macintoshOrder() {
+    static const std::u16string order = [] {
+        const Encoding& roman = encodingOf(BaseEncoding::macRoman);
+        std::u16string made(roman.begin() + 0x20, roman.begin() + 0x7F);
+        made.append(roman.begin() + 0x80, roman.end());
+        return made + u"ŁłŠšŽž¦ÐðÝýÞþ−×¹²³½¼¾₣ĞğİŞşĆćČčđ";
+    }();
+    return order;
+}
+
+/// The same without the no-break space and the apple, and with Central European letters behind.
+const std::u16string& extendedOrder() {
+    static const std::u16string order = [] {
+        constexpr std::size_t space = 0xCA - 0x21;
+        constexpr std::size_t apple = 0xF0 - 0x21;
+        std::u16string made = macintoshOrder();
+        made.erase(apple, 1);
+        made.erase(space, 1);
+        made.resize(258 - firstGlyph);
+        return made + u"ĂăĄąĎďĐĘęĚěĹĺĽľĿŀŃńŇňŐőŔŕŘřŚśŢţŤťŮůŰűŹźŻż";
+    }();
+    return order;
+}
+
 } // namespace
 
 std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names, GlyphNaming naming) {
@@ -200,23 +227,26 @@ std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> nam
 }
 
 std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t glyph) {
-    static constexpr std::array<std::string_view, 9> families = {
-        "Arial", "TimesNewRoman", "CourierNew", "Verdana", "Tahoma", "Georgia", "Trebuchet", "ComicSans", "Impact"};
-    // After the missing glyph, a null and a return, as Mac OS Roman has them; then those that it lacks.
-    constexpr std::u16string_view latecomers = u"ŁłŠšŽž¦ÐðÝýÞþ−×¹²³½¼¾₣ĞğİŞşĆćČčđ";
     std::string plain;
     std::ranges::copy_if(fontName, std::back_inserter(plain), [](char c) { return c != ' '; });
-    if (glyph < 3 ||
-        std::ranges::none_of(families, [&](std::string_view family) { return plain.starts_with(family); })) {
-        return {};
+    const auto isOneOf = [&plain](std::span<const std::string_view> families) {
+        return std::ranges::any_of(families, [&](std::string_view family) { return plain.starts_with(family); });
+    };
+    static constexpr std::array<std::string_view, 1> complete = {"ArialBlack"};
+    static constexpr std::array<std::string_view, 3> extended = {"Arial", "TimesNewRoman", "CourierNew"};
+    static constexpr std::array<std::string_view, 6> plainest = {"Verdana",   "Tahoma",    "Georgia",
+                                                                 "Trebuchet", "ComicSans", "Impact"};
+    std::u16string_view order;
+    if (isOneOf(complete)) {
+        order = macintoshOrder();
+    } else if (isOneOf(extended)) {
+        order = extendedOrder();
+    } else if (isOneOf(plainest)) {
+        order = std::u16string_view(macintoshOrder()).substr(0, 0x7F - 0x20);
     }
-    const std::uint32_t ascii = 0x20 + glyph - 3;
-    const std::uint32_t code = ascii < 0x7F ? ascii : ascii + 1;
     std::string text;
-    if (code < 0x100) {
-        appendUTF8(text, encodingOf(BaseEncoding::macRoman).at(code));
-    } else if (code - 0x100 < latecomers.size()) {
-        appendUTF8(text, latecomers[code - 0x100]);
+    if (glyph >= firstGlyph && glyph - firstGlyph < order.size() && order[glyph - firstGlyph] != 0) {
+        appendUTF8(text, order[glyph - firstGlyph]);
     }
     return text;
 }

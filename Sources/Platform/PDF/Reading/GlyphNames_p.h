@@ -18,9 +18,8 @@ enum class GlyphNaming : unsigned char { common, dingbats };
 [[nodiscard]] std::vector<std::string> textsOfGlyphNames(std::span<const std::string_view> names,
                                                          GlyphNaming naming = GlyphNaming::common);
 
-/// The text of a glyph by its number in fonts whose glyphs stand in the order that Macintosh fonts established, as
-/// Arial, Times New Roman and others of their time do; empty for other fonts (named as /BaseFont names them) and other
-/// glyphs.
+/// The text of a glyph by its number in the fonts that everybody has, such as Arial and Times New Roman; empty for
+/// other fonts (named as /BaseFont names them) and other glyphs.
 [[nodiscard]] std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t glyph);
 
 /// Spells Latin ligatures out and makes no-break spaces plain: a glyph's text as people search for it.

@@ -157,8 +157,11 @@ void TextFontBuilder::textsFromEncoding() {
     BaseEncoding base = BaseEncoding::standard;
     if (named) {
         base = *named;
-    } else if (isEmbedded() && (!isTrueType || (flags_ & symbolicFlag) != 0)) {
+    } else if (isEmbedded() && !isTrueType) {
         textsFromProgram();
+    } else if (isEmbedded() && (encoding.isNull() || (flags_ & symbolicFlag) != 0)) {
+        textsFromProgram();
+        base = program() != nullptr && program()->isMacintoshCoded() ? BaseEncoding::macRoman : BaseEncoding::winAnsi;
     } else if (standard == StandardFace::symbol) {
         base = BaseEncoding::symbol;
     } else if (standard == StandardFace::zapfDingbats) {

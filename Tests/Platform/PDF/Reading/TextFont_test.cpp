@@ -151,7 +151,7 @@ TEST(TextFont, GlyphNumbersOfFontsThatEverybodyHasAreRead) {
     FontFixture file;
     const auto font = file.make("<< /Type /Font /Subtype /Type0 /BaseFont /Arial,Bold /Encoding /Identity-H "
                                 "/DescendantFonts [<< /Subtype /CIDFontType2 >>] >>");
-    EXPECT_EQ(read(*font, {"\0\x24\0\x64\0\xE3\1\xFF", 8}), "AÇł");
+    EXPECT_EQ(read(*font, {"\0\x24\0\x64\0\xE3\1\xFF", 8}), "AÇš");
     const auto unknown = file.make("<< /Type /Font /Subtype /Type0 /BaseFont /Own /Encoding /Identity-H "
                                    "/DescendantFonts [<< /Subtype /CIDFontType2 >>] >>");
     EXPECT_EQ(read(*unknown, {"\0\x24", 2}), "");
