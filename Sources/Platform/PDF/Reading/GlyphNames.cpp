@@ -178,6 +178,7 @@ Characters rareCharacters(std::span<const std::string_view> names, GlyphNaming n
 }
 
 constexpr std::uint32_t firstGlyph = 3; ///< after the missing one, a null and a return
+constexpr std::uint32_t firstCyrillic = 570;
 
 /// The standard order of Macintosh fonts: Mac OS Roman, then what it lacks.
 const std::u16string& macintoshOrder() {
@@ -190,7 +191,7 @@ const std::u16string& macintoshOrder() {
     return order;
 }
 
-/// The same without the no-break space and the apple, and with Central European letters behind.
+/// The same without the no-break space and the apple, and with Central European and, far behind, Russian letters.
 const std::u16string& extendedOrder() {
     static const std::u16string order = [] {
         constexpr std::size_t space = 0xCA - 0x21;
@@ -199,7 +200,12 @@ const std::u16string& extendedOrder() {
         made.erase(apple, 1);
         made.erase(space, 1);
         made.resize(258 - firstGlyph);
-        return made + u"ĂăĄąĎďĐĘęĚěĹĺĽľĿŀŃńŇňŐőŔŕŘřŚśŢţŤťŮůŰűŹźŻż";
+        made += u"ĂăĄąĎďĐĘęĚěĹĺĽľĿŀŃńŇňŐőŔŕŘřŚśŢţŤťŮůŰűŹźŻż";
+        made.resize(firstCyrillic - firstGlyph);
+        for (char16_t letter = u'А'; letter <= u'я'; ++letter) {
+            made += letter;
+        }
+        return made;
     }();
     return order;
 }
@@ -233,14 +239,17 @@ std::string textOfGlyphInUsualOrder(std::string_view fontName, std::uint32_t gly
         return std::ranges::any_of(families, [&](std::string_view family) { return plain.starts_with(family); });
     };
     static constexpr std::array<std::string_view, 1> complete = {"ArialBlack"};
-    static constexpr std::array<std::string_view, 3> extended = {"Arial", "TimesNewRoman", "CourierNew"};
+    static constexpr std::array<std::string_view, 1> russian = {"Arial"};
+    static constexpr std::array<std::string_view, 2> extended = {"TimesNewRoman", "CourierNew"};
     static constexpr std::array<std::string_view, 6> plainest = {"Verdana",   "Tahoma",    "Georgia",
                                                                  "Trebuchet", "ComicSans", "Impact"};
     std::u16string_view order;
     if (isOneOf(complete)) {
         order = macintoshOrder();
-    } else if (isOneOf(extended)) {
+    } else if (isOneOf(russian)) {
         order = extendedOrder();
+    } else if (isOneOf(extended)) {
+        order = std::u16string_view(extendedOrder()).substr(0, firstCyrillic - firstGlyph);
     } else if (isOneOf(plainest)) {
         order = std::u16string_view(macintoshOrder()).substr(0, 0x7F - 0x20);
     }

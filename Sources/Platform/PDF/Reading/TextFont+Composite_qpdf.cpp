@@ -13,7 +13,7 @@ namespace {
 using Metrics = CompositeFontParts::Metrics;
 
 constexpr float thousandth = 0.001F;
-constexpr std::uint32_t mostUsualGlyphs = 300; ///< that textOfGlyphInUsualOrder() knows
+constexpr std::uint32_t mostUsualGlyphs = 640; ///< that textOfGlyphInUsualOrder() knows
 
 /// Sorts; where two overlap, the one that begins later, or is listed later, holds.
 std::vector<Metrics> settled(std::vector<Metrics> metrics) {

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace orvex {
@@ -151,7 +152,7 @@ TEST(TextFont, GlyphNumbersOfFontsThatEverybodyHasAreRead) {
     FontFixture file;
     const auto font = file.make("<< /Type /Font /Subtype /Type0 /BaseFont /Arial,Bold /Encoding /Identity-H "
                                 "/DescendantFonts [<< /Subtype /CIDFontType2 >>] >>");
-    EXPECT_EQ(read(*font, {"\0\x24\0\x64\0\xE3\1\xFF", 8}), "AÇš");
+    EXPECT_EQ(read(*font, {"\0\x24\0\x64\0\xE3\2\x4E\1\xFF", 10}), "AÇšФ");
     const auto unknown = file.make("<< /Type /Font /Subtype /Type0 /BaseFont /Own /Encoding /Identity-H "
                                    "/DescendantFonts [<< /Subtype /CIDFontType2 >>] >>");
     EXPECT_EQ(read(*unknown, {"\0\x24", 2}), "");
@@ -192,6 +193,33 @@ TEST(TextFont, ACacheMakesAFontOfTheFileOnce) {
     TextFontCache cache;
     EXPECT_EQ(cache.font(font), cache.font(font));
     EXPECT_NE(cache.font(QPDFObjectHandle::newNull()), nullptr);
+}
+
+TEST(TextFont, SeveralThreadsReadOneFont) {
+    FontFixture file;
+    const auto map =
+        file.stream("1 begincodespacerange <0000> <7FFF> endcodespacerange 1 begincodespacerange <80000000> "
+                    "<FFFFFFFF> endcodespacerange 1 begincidrange <0000> <7FFF> 0 endcidrange");
+    const auto texts = file.stream("1 beginbfrange <0000> <FFFF> <0000> endbfrange");
+    const auto font = file.make("<< /Subtype /Type0 /Encoding " + map + " /ToUnicode " + texts +
+                                " /DescendantFonts [<< /DW 300 >>] >>");
+    std::string codes;
+    for (int code = 0x20; code < 0x7FFF; code += 7) {
+        codes += {static_cast<char>(code >> 8),  static_cast<char>(code & 0xFF), '\x80', '\0', '\0',
+                  static_cast<char>(code & 0xFF)};
+    }
+    std::vector<std::string> found(4);
+    std::vector<std::thread> threads;
+    for (auto& text : found) {
+        threads.emplace_back([&] { text = read(*font, codes); });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_GT(found[0].size(), 4000U);
+    for (const auto& text : found) {
+        EXPECT_EQ(text, found[0]);
+    }
 }
 
 TEST(TextFont, CyclesAndHugeRangesAreBounded) {
