@@ -2,10 +2,11 @@
 
 namespace orvex {
 
-OrvexPDFDocumentPtr OrvexPDFDocument::fromData(const Bytes& data, std::optional<PDFOpenError>* why) {
+OrvexPDFDocumentPtr OrvexPDFDocument::fromData(const Bytes& data, std::optional<PDFOpenError>* why,
+                                               const std::string& password) {
     auto document = std::make_shared<OrvexPDFDocument>();
     try {
-        document->open(data);
+        document->open(data, password);
     } catch (const PDFOpenError& error) {
         if (why != nullptr) {
             *why = error;
@@ -15,14 +16,15 @@ OrvexPDFDocumentPtr OrvexPDFDocument::fromData(const Bytes& data, std::optional<
     return document;
 }
 
-OrvexPDFDocumentPtr OrvexPDFDocument::fromFile(const std::filesystem::path& url, std::optional<PDFOpenError>* why) {
+OrvexPDFDocumentPtr OrvexPDFDocument::fromFile(const std::filesystem::path& url, std::optional<PDFOpenError>* why,
+                                               const std::string& password) {
     Bytes data;
     try {
         data = readFile(url);
     } catch (const FileError&) {
         return nullptr;
     }
-    return fromData(data, why);
+    return fromData(data, why, password);
 }
 
 std::vector<OrvexPDFPagePtr> OrvexPDFDocument::orvexPages() const {

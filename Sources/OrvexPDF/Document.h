@@ -16,11 +16,14 @@ namespace orvex {
 class OrvexPDFDocument : public PDFDocument {
 public:
     OrvexPDFDocument() = default;
-    /// Null when the bytes are no PDF that can be opened; the reason goes to `why` when given.
-    static std::shared_ptr<OrvexPDFDocument> fromData(const Bytes& data, std::optional<PDFOpenError>* why = nullptr);
+    /// Null when the bytes are no PDF that can be opened; the reason goes to `why` when given. `password` is the
+    /// owner's or the user's; a file that needs none opens with any.
+    static std::shared_ptr<OrvexPDFDocument> fromData(const Bytes& data, std::optional<PDFOpenError>* why = nullptr,
+                                                      const std::string& password = {});
     /// The same for a file; an unreadable one gives null as well.
     static std::shared_ptr<OrvexPDFDocument> fromFile(const std::filesystem::path& url,
-                                                      std::optional<PDFOpenError>* why = nullptr);
+                                                      std::optional<PDFOpenError>* why = nullptr,
+                                                      const std::string& password = {});
 
     /// Never absent: empty when the entry is missing or not a string. Writing an empty text keeps an empty entry.
     [[nodiscard]] std::string title() const { return info(PDFInfoKey::title); }

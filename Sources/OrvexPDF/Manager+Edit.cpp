@@ -73,7 +73,7 @@ void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex
             fatalError("there are fewer page records than pages before index " + std::to_string(index));
         }
         pdfDoc->insertPage(std::move(page), index);
-        pagesMeta.insert(pagesMeta.begin() + index, meta);
+        pagesMeta.insert(static_cast<std::size_t>(index), meta);
         registerUndo([index, function](OrvexPDFDocumentManager& manager) {
             debugLine(function, "Undo step insert at:", index);
             manager._remove(index);
@@ -105,7 +105,7 @@ void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
             debugLine(function, "Undo step remove at:", pageAt);
             manager._insert(page, pageAt, meta);
         });
-        pagesMeta.erase(pagesMeta.begin() + pageAt);
+        pagesMeta.take(static_cast<std::size_t>(pageAt));
         pdfDoc->removePage(pageAt);
         didChangeDocument();
     });

@@ -4,7 +4,6 @@
 #include "OrvexPDF/Manager_p.h"
 #include "Platform/Foundation/Strings.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace orvex {
@@ -62,9 +61,9 @@ std::shared_ptr<OrvexPDFDocumentManager> OrvexPDFDocumentManager::create(const s
 
 // Loading
 
-bool OrvexPDFDocumentManager::load(const std::filesystem::path& url) {
+bool OrvexPDFDocumentManager::load(const std::filesystem::path& url, const std::string& password) {
     try {
-        return load(readFile(url));
+        return load(readFile(url), password);
     } catch (const FileError& error) {
         warningLine("load(url:)", "Error loading document from " + fileURL(url));
         lastLoadError_ = error.what();
@@ -73,9 +72,9 @@ bool OrvexPDFDocumentManager::load(const std::filesystem::path& url) {
     }
 }
 
-bool OrvexPDFDocumentManager::load(const Bytes& data) {
+bool OrvexPDFDocumentManager::load(const Bytes& data, const std::string& password) {
     std::optional<PDFOpenError> why;
-    auto document = OrvexPDFDocument::fromData(data, &why);
+    auto document = OrvexPDFDocument::fromData(data, &why, password);
     lastLoadError_ = why ? why->what() : "";
     lastLoadFailure_ = why ? std::optional(why->failure()) : std::nullopt;
     if (!document) {
@@ -83,6 +82,7 @@ bool OrvexPDFDocumentManager::load(const Bytes& data) {
     }
     syncOnMain([&] {
         originalBytes = static_cast<std::int64_t>(data.size());
+        password_ = password;
         adoptDocument(std::move(document));
         setDocumentBytes(originalBytes);
     });
@@ -98,14 +98,13 @@ void OrvexPDFDocumentManager::adoptDocument(OrvexPDFDocumentPtr document) {
     pdfDoc->setProducer(pdfProducer);
     // By design the list is not emptied first: a manager is meant to be loaded once.
     const auto count = pdfDoc->pageCount();
-    pagesMeta.reserve(pagesMeta.size() + static_cast<std::size_t>(count));
     for (std::int64_t index = 0; index < count; ++index) {
         pagesMeta.push_back(recordOfLoadedPage(pdfDoc->orvexPage(index)));
     }
 }
 
 void OrvexPDFDocumentManager::replaceDocument(const Bytes& data) {
-    auto document = OrvexPDFDocument::fromData(data);
+    auto document = OrvexPDFDocument::fromData(data, nullptr, password_);
     if (!document) {
         return;
     }
@@ -274,7 +273,7 @@ const OrvexPDFPageMeta& OrvexPDFDocumentManager::metaOrDie(std::int64_t at) cons
     if (at < 0 || at >= count) {
         fatalError("page record " + std::to_string(at) + " asked for, but there are " + std::to_string(count));
     }
-    return pagesMeta[static_cast<std::size_t>(at)];
+    return pagesMeta.at(static_cast<std::size_t>(at));
 }
 
 OrvexPDFPagePtr OrvexPDFDocumentManager::page(std::int64_t at) const {
@@ -291,9 +290,8 @@ std::optional<OrvexPDFPageMeta> OrvexPDFDocumentManager::meta(const std::string&
 }
 
 std::int64_t OrvexPDFDocumentManager::pageIndex(const std::string& pageId) const {
-    const auto found =
-        std::find_if(pagesMeta.begin(), pagesMeta.end(), [&](const auto& meta) { return meta.id == pageId; });
-    return found == pagesMeta.end() ? notFound : found - pagesMeta.begin();
+    const auto found = pagesMeta.position(pageId);
+    return found ? static_cast<std::int64_t>(*found) : notFound;
 }
 
 std::map<std::string, std::any> OrvexPDFDocumentManager::debugInfo() const {

@@ -49,7 +49,7 @@ public:
 
     std::weak_ptr<OrvexPDFDocumentManagerDelegate> delegate;
     OrvexPDFDocumentPtr pdfDoc;               ///< never null
-    std::vector<OrvexPDFPageMeta> pagesMeta;  ///< element i describes page i
+    OrvexPDFPageMetaList pagesMeta;           ///< element i describes page i
     std::int64_t silent = 0;                  ///< depth of batches under way; above 0 nobody is notified
     std::int64_t originalBytes = 0;           ///< size of the data that was last loaded or replaced
     std::int64_t documentBytes = 0;           ///< serialised size as last measured
@@ -60,9 +60,9 @@ public:
 
     // Manager.cpp: loading, saving, size, news
     /// Reads a file and opens it; undo history is cleared, a record per page is appended. False on any failure, with
-    /// nothing changed; lastLoadError() then says why.
-    bool load(const std::filesystem::path& url);
-    bool load(const Bytes& data);
+    /// nothing changed; lastLoadError() then says why. `password` opens an encrypted file: the owner's or the user's.
+    bool load(const std::filesystem::path& url, const std::string& password = {});
+    bool load(const Bytes& data, const std::string& password = {});
     /// One line that says why the last load() failed; empty after one that did not.
     [[nodiscard]] const std::string& lastLoadError() const { return lastLoadError_; }
     /// What kind of failure it was; empty when the file could not even be read, or when nothing failed.
@@ -163,6 +163,7 @@ private:
 
     std::string lastLoadError_;
     std::optional<PDFOpenFailure> lastLoadFailure_;
+    std::string password_;            ///< of the document; what replaces it may need it, too
     std::int64_t batchDepth_ = 0;     ///< batches under way that opened an undo group
     std::size_t batchGroupLevel_ = 0; ///< grouping level inside the outermost of them
     bool batchIsMarked_ = false;      ///< its group has begun with a marker, so it has to end with one

@@ -4,6 +4,7 @@
 
 #include "OrvexPDF/Page.h"
 #include "OrvexPDF/SqueezeMode.h"
+#include "Platform/Foundation/KeyedList.h"
 #include "Platform/Foundation/Strings.h"
 
 #include <cstdint>
@@ -45,5 +46,11 @@ struct OrvexPDFPageMeta {
     /// Turns the text layer upright relative to the page as shown. Overflow is fatal.
     void setTextRotationTop();
 };
+
+struct OrvexPDFPageMetaId {
+    const std::string& operator()(const OrvexPDFPageMeta& meta) const { return meta.id; }
+};
+/// Records in page order, by index like an array, or by id.
+using OrvexPDFPageMetaList = KeyedList<OrvexPDFPageMeta, OrvexPDFPageMetaId>;
 
 } // namespace orvex

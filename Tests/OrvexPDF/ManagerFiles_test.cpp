@@ -97,6 +97,37 @@ TEST(ManagerFiles, WrittenByOtherToolsAreEditedAndSavedSoundly) {
     }
 }
 
+TEST(ManagerFiles, ThatAreEncryptedOpenWithEitherPassword) {
+    const TempFolder folder;
+    const auto at = [&folder](const std::string& name) { return folder.path() / name; };
+    std::ofstream(at("open.pdf"), std::ios::binary) << fileOfPages(2).text();
+    const auto encrypt = [&](const std::string& user, const std::string& name) {
+        const auto command = "qpdf --encrypt '" + user + "' owner 256 -- " + at("open.pdf").string() + " ";
+        ASSERT_EQ(run(command + at(name).string()).exitCode, 0);
+    };
+    encrypt("user", "locked.pdf");
+    encrypt("", "half.pdf");
+    const auto opens = [&](const std::string& name, const std::string& password) {
+        return OrvexPDFDocumentManager::create()->load(at(name), password);
+    };
+    for (const auto* password : {"user", "owner"}) {
+        EXPECT_TRUE(opens("locked.pdf", password)) << password;
+    }
+    for (const auto* password : {"", "owner", "anything"}) {
+        EXPECT_TRUE(opens("half.pdf", password)) << password;
+        EXPECT_TRUE(opens("open.pdf", password)) << password;
+    }
+    const auto manager = OrvexPDFDocumentManager::create();
+    EXPECT_FALSE(manager->load(at("locked.pdf")));
+    EXPECT_EQ(manager->lastLoadError(), "a password is needed");
+    EXPECT_FALSE(manager->load(at("locked.pdf"), "wrong"));
+    EXPECT_EQ(manager->lastLoadError(), "the password is not the right one");
+    EXPECT_EQ(manager->lastLoadFailure(), PDFOpenFailure::passwordNeeded);
+    ASSERT_TRUE(manager->load(at("locked.pdf"), "user"));
+    manager->remove(0);
+    EXPECT_TRUE(manager->dataRepresentation());
+}
+
 TEST(ManagerFiles, FromTheWildSurviveEditsUndoAndSaving) {
     if (!fs::exists(sharedFiles)) {
         GTEST_SKIP() << "the shared files are not here";

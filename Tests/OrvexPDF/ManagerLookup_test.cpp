@@ -99,7 +99,9 @@ TEST(ManagerLookup, TheFirstOfEqualIdsWins) {
 
 TEST(ManagerLookup, ARecordBehindThePagesIsNotFoundByItsId) {
     const auto manager = managerOfPages(1);
-    manager->pagesMeta.resize(4);
+    for (int i = 0; i < 3; ++i) {
+        manager->pagesMeta.emplace_back();
+    }
     EXPECT_TRUE(manager->meta(manager->pagesMeta[1].id)); // an index equal to the page count passes
     EXPECT_EQ(manager->meta(manager->pagesMeta[2].id), std::nullopt);
     EXPECT_EQ(manager->pageIndex(manager->pagesMeta[2].id), 2);

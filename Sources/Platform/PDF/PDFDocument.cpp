@@ -3,34 +3,32 @@
 #include "Platform/PDF/Composer_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 
-#include <algorithm>
-
 namespace orvex {
 
 PDFDocument::PDFDocument() = default;
 PDFDocument::~PDFDocument() = default;
 
 PDFPagePtr PDFDocument::page(std::int64_t at) const {
-    return at >= 0 && at < pageCount() ? pages_[static_cast<std::size_t>(at)] : nullptr;
+    return at >= 0 && at < pageCount() ? pages_.at(static_cast<std::size_t>(at)) : nullptr;
 }
 
 std::int64_t PDFDocument::index(const PDFPage* page) const {
-    const auto found = std::ranges::find(pages_, page, &PDFPagePtr::get);
-    return found == pages_.end() ? notFound : found - pages_.begin();
+    const auto found = pages_.position(page);
+    return found ? static_cast<std::int64_t>(*found) : notFound;
 }
 
 void PDFDocument::insertPage(PDFPagePtr page, std::int64_t at) {
     if (!page || at < 0 || at > pageCount()) {
         throw std::out_of_range("cannot insert a page at " + std::to_string(at) + " of " + std::to_string(pageCount()));
     }
-    pages_.insert(pages_.begin() + at, std::move(page));
+    pages_.insert(static_cast<std::size_t>(at), std::move(page));
 }
 
 void PDFDocument::removePage(std::int64_t at) {
     if (at < 0 || at >= pageCount()) {
         throw std::out_of_range("cannot remove page " + std::to_string(at) + " of " + std::to_string(pageCount()));
     }
-    pages_.erase(pages_.begin() + at);
+    pages_.take(static_cast<std::size_t>(at));
 }
 
 std::string PDFDocument::info(PDFInfoKey key) const {
@@ -56,13 +54,13 @@ bool PDFDocument::write(ByteSink& sink) const {
     if (pages_.empty()) {
         return false;
     }
-    Composer(source_, pages_, info_).write(sink);
+    const std::vector<PDFPagePtr> pages(pages_.begin(), pages_.end());
+    Composer(source_, pages, info_).write(sink);
     return true;
 }
 
 void PDFDocument::open(const Bytes& data, const std::string& password) {
     source_ = PDFSource::open(data, password);
-    pages_.reserve(static_cast<std::size_t>(source_->pageCount()));
     for (int index = 0; index < source_->pageCount(); ++index) {
         pages_.push_back(makePage(LoadedPageContent{source_, index}));
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Platform/Foundation/Bytes.h"
+#include "Platform/Foundation/KeyedList.h"
 #include "Platform/PDF/PDFPage.h"
 
 #include <cstddef>
@@ -76,7 +77,10 @@ protected:
 
 private:
     std::shared_ptr<PDFSource> source_;
-    std::vector<PDFPagePtr> pages_;
+    struct Identity {
+        const PDFPage* operator()(const PDFPagePtr& page) const { return page.get(); }
+    };
+    KeyedList<PDFPagePtr, Identity> pages_;
     std::map<PDFInfoKey, std::string> info_; ///< what setInfo() changed
 };
 

@@ -70,6 +70,26 @@ std::shared_ptr<QPDF> parse(const Bytes& bytes, const std::string& password) {
     throw PDFOpenError(PDFOpenFailure::damaged, std::string("damaged PDF: ") + error.what());
 }
 
+/// A file that needs no password opens with any; it is emptied then.
+std::shared_ptr<QPDF> parseWithOrWithout(const Bytes& bytes, std::string& password) {
+    try {
+        return parse(bytes, password);
+    } catch (const QPDFExc& error) {
+        if (error.getErrorCode() != qpdf_e_password || password.empty()) {
+            throw;
+        }
+    }
+    password.clear();
+    try {
+        return parse(bytes, password);
+    } catch (const QPDFExc& error) {
+        if (error.getErrorCode() == qpdf_e_password) {
+            throw PDFOpenError(PDFOpenFailure::passwordNeeded, "the password is not the right one");
+        }
+        throw;
+    }
+}
+
 std::optional<Rect> rectangle(QPDFObjectHandle array) {
     if (!array.isArray() || array.getArrayNItems() != 4) {
         return std::nullopt;
@@ -151,8 +171,10 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
     try {
         source->bytes_ = bytes;
         source->password_ = password;
-        source->pdf_ = parse(bytes, password);
+        source->pdf_ = parseWithOrWithout(bytes, source->password_);
         source->pages_ = source->pdf_->getAllPages();
+    } catch (const PDFOpenError&) {
+        throw;
     } catch (const std::exception& error) {
         rethrowAsOpenError(error);
     }
