@@ -16,6 +16,7 @@ struct Command {
 [[nodiscard]] Command addOptimize(CLI::App& tool);
 [[nodiscard]] Command addDiagnose(CLI::App& tool);
 [[nodiscard]] Command addInfo(CLI::App& tool);
+[[nodiscard]] Command addPages(CLI::App& tool);
 [[nodiscard]] Command addRender(CLI::App& tool);
 [[nodiscard]] Command addThumbnail(CLI::App& tool);
 [[nodiscard]] Command addWatermark(CLI::App& tool);

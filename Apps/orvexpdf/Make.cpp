@@ -3,6 +3,7 @@
 #include "Interrupt.h"
 #include "MakePages.h"
 #include "Messages.h"
+#include "OpenPDF.h"
 #include "OrvexPDF/Manager.h"
 #include "Output.h"
 #include "Platform/Foundation/Strings.h"
@@ -125,24 +126,12 @@ std::vector<std::string> addPages(OrvexPDFDocumentManager& manager, const MakeOp
 
 /// Writes the file; returns its size. `names` tell what the pages were made from.
 std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path, const std::vector<std::string>& names) {
-    class Counter final : public ByteSink {
-    public:
-        explicit Counter(ByteSink& target) : target_(target) {}
-        void write(std::span<const std::uint8_t> bytes) override {
-            count += static_cast<std::int64_t>(bytes.size());
-            target_.write(bytes);
-        }
-        std::int64_t count = 0;
-
-    private:
-        ByteSink& target_;
-    };
     std::int64_t size = 0;
     try {
         writeOutput(path, [&](ByteSink& sink) {
-            Counter counter(sink);
-            manager.write(counter);
-            size = counter.count;
+            ByteMeter meter(&sink);
+            manager.write(meter);
+            size = meter.count();
         });
     } catch (const PDFWriteError& error) {
         blame(manager, names, error);

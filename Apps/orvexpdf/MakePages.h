@@ -22,6 +22,8 @@ struct SourceImage {
 
 /// Decodes the image only to hear what is wrong with it: throws Failure that names it.
 void requirePixels(const Image& image, const std::string& name);
+/// The same for the contents of one file; `name` is for messages.
+[[nodiscard]] std::vector<SourceImage> imagesIn(const Bytes& data, const std::string& name, std::optional<double> dpi);
 
 using FoundPages = std::vector<std::shared_ptr<const OrvexFoundPage>>;
 

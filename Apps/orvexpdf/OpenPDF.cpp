@@ -12,10 +12,10 @@ void failToOpen(const std::string& path, const std::string& reason, std::optiona
     throw Failure(locked ? ExitCode::passwordNeeded : ExitCode::inputUnusable, displayName(path) + ": " + reason);
 }
 
-std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path) {
+std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const std::string& password) {
     auto manager = OrvexPDFDocumentManager::create();
     manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
-    if (!manager->load(readInput(path))) {
+    if (!manager->load(readInput(path), password)) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
     }
     return manager;
@@ -33,10 +33,16 @@ void checkPDFOutput(const PDFOutput& output, const std::string& input) {
     }
 }
 
-void savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input) {
+std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input) {
     const std::string& path = output.inPlace ? input : output.path;
-    writeOutput(path, [&](ByteSink& sink) { manager.write(sink); });
+    std::int64_t size = 0;
+    writeOutput(path, [&](ByteSink& sink) {
+        ByteMeter meter(&sink);
+        manager.write(meter);
+        size = meter.count();
+    });
     report("wrote " + (path == "-" ? "standard output" : path));
+    return size;
 }
 
 } // namespace orvex::tool

@@ -12,7 +12,25 @@ namespace orvex::tool {
 [[noreturn]] void failToOpen(const std::string& path, const std::string& reason, std::optional<PDFOpenFailure> failure);
 
 /// Throws Failure.
-[[nodiscard]] std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path);
+[[nodiscard]] std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path,
+                                                               const std::string& password = {});
+
+/// Counts what is written, and passes it on when there is a target.
+class ByteMeter final : public ByteSink {
+public:
+    explicit ByteMeter(ByteSink* target = nullptr) : target_(target) {}
+    void write(std::span<const std::uint8_t> bytes) override {
+        count_ += static_cast<std::int64_t>(bytes.size());
+        if (target_ != nullptr) {
+            target_->write(bytes);
+        }
+    }
+    [[nodiscard]] std::int64_t count() const { return count_; }
+
+private:
+    ByteSink* target_;
+    std::int64_t count_ = 0;
+};
 
 /// Where a changed PDF goes: a new file, or its own.
 struct PDFOutput {
@@ -21,7 +39,7 @@ struct PDFOutput {
 };
 /// Before any work: exactly one of the two is given, and it can work out. Throws Failure (usage, outputFailed).
 void checkPDFOutput(const PDFOutput& output, const std::string& input);
-/// Throws Failure (outputFailed).
-void savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input);
+/// Returns the size of what was written. Throws Failure (outputFailed).
+std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input);
 
 } // namespace orvex::tool

@@ -8,7 +8,9 @@
 #include "Platform/Imaging/Codecs.h"
 #include "Workers.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace orvex::tool {
 
@@ -17,14 +19,13 @@ namespace {
 /// Larger pages are beyond what PDF readers promise to show.
 constexpr double largestPage = 14400;
 
-[[noreturn]] void fail(const std::string& path, const std::string& reason) {
-    throw Failure(ExitCode::inputUnusable, displayName(path) + ": " + reason);
+[[noreturn]] void fail(const std::string& name, const std::string& reason) {
+    throw Failure(ExitCode::inputUnusable, name + ": " + reason);
 }
 
-std::vector<ImagePtr> pagesOf(const std::string& path) {
-    const Bytes data = readInput(path);
+std::vector<ImagePtr> pagesOf(const Bytes& data, const std::string& name) {
     if (data.empty()) {
-        fail(path, "the file is empty");
+        fail(name, "the file is empty");
     }
     try {
         auto pages = Image::pagesFromData(data);
@@ -33,7 +34,7 @@ std::vector<ImagePtr> pagesOf(const std::string& path) {
         }
         return pages;
     } catch (const ImageError& error) {
-        fail(path, error.what());
+        fail(name, error.what());
     }
 }
 
@@ -59,23 +60,29 @@ void checkSize(const SourceImage& source) {
 
 } // namespace
 
+std::vector<SourceImage> imagesIn(const Bytes& data, const std::string& name, std::optional<double> dpi) {
+    const auto pages = pagesOf(data, name);
+    std::vector<SourceImage> sources;
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+        const auto page = pages.size() > 1 ? " (page " + std::to_string(i + 1) + ")" : "";
+        sources.push_back({name + page, pages[i]});
+        if (dpi) {
+            setResolution(*pages[i], *dpi);
+        }
+        checkSize(sources.back());
+    }
+    return sources;
+}
+
 std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::optional<double> dpi) {
-    std::vector<std::vector<ImagePtr>> files(paths.size());
+    std::vector<std::vector<SourceImage>> files(paths.size());
     forEachInParallel(paths.size(), [&](std::size_t i) {
         throwIfInterrupted();
-        files[i] = pagesOf(paths[i]);
+        files[i] = imagesIn(readInput(paths[i]), displayName(paths[i]), dpi);
     });
     std::vector<SourceImage> sources;
-    for (std::size_t file = 0; file < files.size(); ++file) {
-        const auto& pages = files[file];
-        for (std::size_t i = 0; i < pages.size(); ++i) {
-            const auto page = pages.size() > 1 ? " (page " + std::to_string(i + 1) + ")" : "";
-            sources.push_back({displayName(paths[file]) + page, pages[i]});
-            if (dpi) {
-                setResolution(*pages[i], *dpi);
-            }
-            checkSize(sources.back());
-        }
+    for (auto& file : files) {
+        std::ranges::move(file, std::back_inserter(sources));
     }
     return sources;
 }

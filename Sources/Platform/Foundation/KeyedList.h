@@ -106,6 +106,7 @@ private:
         std::swap(table_, other.table_);
         std::swap(touched_, other.touched_);
         std::swap(isAllTouched_, other.isAllTouched_);
+        std::swap(hasTable_, other.hasTable_);
     }
 
     void append(const KeyedList& other) {
@@ -146,6 +147,9 @@ private:
     }
 
     Value& touched(Node& node) {
+        if (!hasTable_) {
+            return node.value;
+        }
         if (touched_.empty() || touched_.back() != &node) {
             touched_.push_back(&node);
         }
@@ -156,12 +160,19 @@ private:
         return node.value;
     }
 
+    /// The table is made when somebody first asks for a key.
     void enter(Node& node) const {
+        if (!hasTable_) {
+            return;
+        }
         node.hash = hashOf(node.value);
         table_.emplace(node.hash, &node);
     }
 
     void leave(const Node& node) const {
+        if (!hasTable_) {
+            return;
+        }
         auto [one, end] = table_.equal_range(node.hash);
         while (one != end && one->second != &node) {
             ++one;
@@ -176,6 +187,7 @@ private:
         }
     }
 
+    void makeTable() const;
     void noticeChangedKeys() const;
     void addBlock(std::size_t ordinal);
     void removeBlock(std::size_t ordinal);
@@ -188,6 +200,7 @@ private:
     mutable std::unordered_multimap<std::size_t, Node*> table_;
     mutable std::vector<Node*> touched_;
     mutable bool isAllTouched_ = false;
+    mutable bool hasTable_ = false;
 };
 
 template <class Value, class KeyOf> template <class List, class Element> class KeyedList<Value, KeyOf>::Iterator {
@@ -270,7 +283,7 @@ template <class Value, class KeyOf> Value KeyedList<Value, KeyOf>::take(std::siz
 
 template <class Value, class KeyOf>
 std::optional<std::size_t> KeyedList<Value, KeyOf>::position(const key_type& key) const {
-    noticeChangedKeys();
+    hasTable_ ? noticeChangedKeys() : makeTable();
     std::optional<std::size_t> first;
     const auto [begin, end] = table_.equal_range(std::hash<key_type>()(key));
     for (auto one = begin; one != end; ++one) {
@@ -280,6 +293,17 @@ std::optional<std::size_t> KeyedList<Value, KeyOf>::position(const key_type& key
         }
     }
     return first;
+}
+
+template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::makeTable() const {
+    hasTable_ = true;
+    isAllTouched_ = false;
+    table_.reserve(size_);
+    for (const auto& block : blocks_) {
+        for (const auto& node : block->nodes) {
+            enter(*node);
+        }
+    }
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::noticeChangedKeys() const {
