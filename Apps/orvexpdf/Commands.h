@@ -17,6 +17,7 @@ struct Command {
 [[nodiscard]] Command addDiagnose(CLI::App& tool);
 [[nodiscard]] Command addInfo(CLI::App& tool);
 [[nodiscard]] Command addPages(CLI::App& tool);
+[[nodiscard]] Command addSqueeze(CLI::App& tool);
 [[nodiscard]] Command addRender(CLI::App& tool);
 [[nodiscard]] Command addThumbnail(CLI::App& tool);
 [[nodiscard]] Command addWatermark(CLI::App& tool);

@@ -78,7 +78,10 @@ OrvexPDFPagePtr OrvexPDFDocumentManager::rasterOfOriginalPage(const OrvexPDFPage
     }
     auto page = OrvexPDFPage::fromImage(optimized->image);
     if (page) {
-        page->foundPage = meta.foundPage;
+        // Without recognised text the page keeps its own, unseen.
+        page->foundPage = meta.foundPage
+                              ? meta.foundPage
+                              : std::make_shared<const OrvexFoundPage>(meta.originalPage->extractFoundPage());
         // The image is upright as shown: the turn that the source has is in it already.
         const auto turnBack = multiplyOrDie(meta.originalPageRotation, -1, "the source page's rotation");
         page->textRotation = addOrDie(meta.textRotation, turnBack, "the text layer's rotation");

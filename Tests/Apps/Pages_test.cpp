@@ -198,7 +198,7 @@ TEST_F(PagesKeep, WhatBelongsToTheDocument) {
     EXPECT_EQ(pdfinfo("out.pdf", "Page    1 rot", 1), "90");
     EXPECT_THAT(oracle("qpdf --json out.pdf"), HasSubstr("\"pagelabels\": [\n"));
     EXPECT_THAT(oracle("qpdf --json --json-key=pagelabels out.pdf"), HasSubstr("\"/S\": \"/r\""));
-    EXPECT_THAT(oracle("qpdf --qdf out.pdf - | grep -a -A9 Subtype./Link"), HasSubstr("/Dest"));
+    EXPECT_THAT(oracle("qpdf --qdf out.pdf - | grep -a -B16 Subtype./Link"), HasSubstr("/Dest"));
 }
 
 TEST_F(PagesKeep, NoLinkToAPageThatIsGone) {

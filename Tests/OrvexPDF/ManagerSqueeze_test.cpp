@@ -75,6 +75,18 @@ TEST(SqueezedPage, ThatIsLargerThanItsPictureBecomesAnImage) {
     EXPECT_EQ(image->representations().front()->pixelsWide(), 300); // the preset's 72 dpi
 }
 
+TEST(SqueezedPage, KeepsItsOwnTextUnseenWhereNoneWasRecognised) {
+    auto meta = recordOf({bulk() + showing("Own words"), "[0 0 612 792]", "/Rotate 90"});
+    const auto page = generated(meta);
+    ASSERT_TRUE(isImage(page));
+    ASSERT_NE(page->foundPage, nullptr);
+    ASSERT_EQ(page->foundPage->items->size(), 1U);
+    EXPECT_EQ(page->foundPage->items->front().text, "Own words");
+    EXPECT_EQ(page->textRotation, -90); // the words stand as they did, the picture was turned
+    meta.foundPage = recognised();
+    EXPECT_EQ(generated(meta)->foundPage, meta.foundPage);
+}
+
 TEST(SqueezedPage, WithoutAPresetIsAlwaysACopy) {
     auto meta = recordOf({bulk()});
     meta.squeeze = nullptr;
