@@ -89,8 +89,11 @@ private:
     }
 
     /// The part of a tree of layers that was copied; its labels stay where something is under them.
-    [[nodiscard]] QPDFObjectHandle ordered(const QPDFObjectHandle& order, int depth) const {
+    [[nodiscard]] QPDFObjectHandle ordered(const QPDFObjectHandle& order, int depth) {
         auto result = QPDFObjectHandle::newArray();
+        if (order.isIndirect() && !seenLists_.insert(order.getObjGen()).second) {
+            return result;
+        }
         bool layers = false;
         for (auto& item : items(order)) {
             if (item.isString() || item.isName()) {
@@ -141,6 +144,7 @@ private:
     QPDFObjectHandle properties_;
     QPDFObjectHandle from_; ///< the default configuration of the pages' file
     QPDFObjectHandle to_;   ///< the document's
+    std::set<QPDFObjGen> seenLists_;
 };
 
 } // namespace

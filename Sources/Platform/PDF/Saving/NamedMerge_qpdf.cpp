@@ -4,20 +4,21 @@ namespace orvex {
 
 namespace {
 
-constexpr int comparedDepth = 6; // as deep as fonts without programs go
+constexpr int comparedDepth = 6;       // as deep as fonts without programs go
+constexpr int comparedValues = 10'000; // and as large
 
-bool sameValue(QPDFObjectHandle a, QPDFObjectHandle b, int depth) {
+bool sameValue(QPDFObjectHandle a, QPDFObjectHandle b, int depth, int& budget) {
     if (a.isIndirect() && b.isIndirect() && a.getObjGen() == b.getObjGen()) {
         return true;
     }
-    if (depth > comparedDepth || a.getTypeCode() != b.getTypeCode() || a.isStream()) {
+    if (--budget < 0 || depth > comparedDepth || a.getTypeCode() != b.getTypeCode() || a.isStream()) {
         return false;
     }
     if (a.isArray()) {
         const auto left = a.getArrayAsVector();
         const auto right = b.getArrayAsVector();
         for (std::size_t i = 0; i < left.size() && left.size() == right.size(); ++i) {
-            if (!sameValue(left[i], right[i], depth + 1)) {
+            if (!sameValue(left[i], right[i], depth + 1, budget)) {
                 return false;
             }
         }
@@ -29,7 +30,7 @@ bool sameValue(QPDFObjectHandle a, QPDFObjectHandle b, int depth) {
             return false;
         }
         for (const auto& key : keys) {
-            if (!sameValue(a.getKey(key), b.getKey(key), depth + 1)) {
+            if (!sameValue(a.getKey(key), b.getKey(key), depth + 1, budget)) {
                 return false;
             }
         }
@@ -66,7 +67,8 @@ std::string NamedMerge::bring(const std::string& name) {
         auto value = copier_.copy(from_.getKey(name), ObjectCopier::Scope::shared);
         copier_.drain();
         result = freeName(name, [&](const std::string& candidate) {
-            return !to_.hasKey(candidate) || sameValue(to_.getKey(candidate), value, 0);
+            int budget = comparedValues;
+            return !to_.hasKey(candidate) || sameValue(to_.getKey(candidate), value, 0, budget);
         });
         if (!to_.hasKey(result)) {
             to_.replaceKey(result, value);
