@@ -34,6 +34,9 @@ void reviseBase(Composition& document) {
 } // namespace
 
 void carryDocument(Composition& document) {
+    for (auto& import : document.imports) {
+        import->revisePlaces();
+    }
     if (document.base && document.pagesChanged) {
         reviseBase(document);
     }

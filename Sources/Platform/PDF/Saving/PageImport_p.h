@@ -29,6 +29,8 @@ public:
     void add(int index, const QPDFObjectHandle& page);
     /// Once all pages of all imports are added.
     void copyPages();
+    /// Makes links and actions of what was copied lead to copies, or nowhere.
+    void revisePlaces();
 
     [[nodiscard]] ImportSource& from() const { return *from_; }
     [[nodiscard]] const std::vector<std::pair<int, QPDFObjectHandle>>& pages() const { return pages_; }

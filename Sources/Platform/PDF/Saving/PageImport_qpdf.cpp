@@ -59,6 +59,10 @@ void PageImport::copyPages() {
         fillAnnotation(CopiedAnnotation(annotations_[i]));
     }
     copier_.drain();
+}
+
+void PageImport::revisePlaces() {
+    enter();
     for (const auto& annotation : annotations_) {
         destinations_.reviseHolder(annotation.to);
     }
