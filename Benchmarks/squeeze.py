@@ -9,17 +9,17 @@ grey), on yellowish paper (colour), and at 400 dpi. Without the collection only 
 
 The floor is what nothing that reduces and encodes a scan can do without: libjpeg-turbo decoding at half the size and
 encoding that, with the same quality and fitting Huffman tables. Ours and the floor are measured inside one program, page
-by page; ours again and the peers as commands for all pages at once, each on the same single core. All take turns. Alike
-means structural similarity with the scan decoded in full and reduced by GraphicsMagick's Lanczos filter, on the samples
-as they are stored.
+by page; ours again and the peers as commands for all pages at once. All take turns; times are the processor's, whatever
+number of threads took them. Alike means structural similarity with the scan decoded in full and reduced by
+GraphicsMagick's Lanczos filter, on the samples as they are stored.
 """
 
 import argparse
+import os
 import statistics
 import subprocess
 import sys
 import tempfile
-import time
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parent.parent
@@ -82,7 +82,7 @@ def size_of(picture):
 
 
 def peers(tool, scans, folder):
-    """One command for all scans each, on one core."""
+    """One command for all scans each."""
     magick = []
     for dpi in (300, 400):
         files = [str(scan) for scan in scans if ("-fine" in scan.name) == (dpi == 400)]
@@ -116,6 +116,16 @@ def likeness(program, folder, number, picture):
     return float(run(program, "compare", reference, shown))
 
 
+def processor_seconds(command):
+    """Of the command and all that it started."""
+    process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"failed with {process.returncode}: {command}")
+    return usage.ru_utime + usage.ru_stime
+
+
 def measure_peers(tool, program, scans, runs, folder):
     """Median seconds, sizes in bytes and likenesses of each."""
     (folder / "magick").mkdir()
@@ -124,9 +134,7 @@ def measure_peers(tool, program, scans, runs, folder):
     taken = {name: [] for name in commands}
     for _ in range(runs):
         for name, command in commands.items():
-            start = time.perf_counter()
-            run("taskset", "-c", "0", *command)
-            taken[name].append(time.perf_counter() - start)
+            taken[name].append(processor_seconds(command))
     times, sizes, alike = {}, {}, {}
     alike["reduction alone"] = [likeness(program, folder, number, folder / f"reduced-{number:03}.png")
                                 for number in range(len(scans))]
