@@ -45,6 +45,13 @@ bool appendDecoded(std::string& text, CMap::Code code, TextCoding coding) {
 
 } // namespace
 
+CompositeGlyphs::Page::Page() {
+    ++alive;
+}
+CompositeGlyphs::Page::~Page() {
+    --alive;
+}
+
 CompositeGlyphs::CompositeGlyphs(CompositeFontParts parts) : parts_(std::move(parts)) {}
 
 CompositeGlyphs::~CompositeGlyphs() {
@@ -69,33 +76,34 @@ TextGlyph CompositeGlyphs::next(std::string_view& string) const {
     return glyph(code);
 }
 
-const TextGlyph& CompositeGlyphs::glyph(CMap::Code code) const {
+TextGlyph CompositeGlyphs::glyph(CMap::Code code) const {
     const std::uint32_t number = code.value / pageSize;
     const CMap::Code first{number * pageSize, code.length};
-    if (code.length == 2) {
-        return page(twoByte_[number], first).glyphs[code.value % pageSize];
-    }
-    if (code.length == 1) {
-        return page(oneByte_[number], first).glyphs[code.value % pageSize];
-    }
-    const std::lock_guard lock(longMutex_);
-    auto& kept = longer_[(std::uint64_t{code.length} << 32U) | number];
-    if (!kept) {
-        kept = makePage(first);
-    }
-    return kept->glyphs[code.value % pageSize];
+    const Page* page = code.length == 2   ? shortPage(twoByte_[number], first)
+                       : code.length == 1 ? shortPage(oneByte_[number], first)
+                                          : longPage((std::uint64_t{code.length} << 32U) | number, first);
+    return page != nullptr ? page->glyphs[code.value % pageSize]
+                           : makeGlyph(code, parts_.encoding->identifier(code).value_or(0));
 }
 
 /// Two threads may make the same page; the first one's stays.
-const CompositeGlyphs::Page& CompositeGlyphs::page(std::atomic<const Page*>& slot, CMap::Code first) const {
+const CompositeGlyphs::Page* CompositeGlyphs::shortPage(std::atomic<const Page*>& slot, CMap::Code first) const {
     const Page* present = slot.load(std::memory_order_acquire);
-    if (present == nullptr) {
+    if (present == nullptr && Page::alive < mostPages) {
         auto made = makePage(first);
         if (slot.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel)) {
             present = made.release();
         }
     }
-    return *present;
+    return present;
+}
+
+const CompositeGlyphs::Page* CompositeGlyphs::longPage(std::uint64_t key, CMap::Code first) const {
+    const std::lock_guard lock(longMutex_);
+    if (const auto kept = longer_.find(key); kept != longer_.end()) {
+        return kept->second.get();
+    }
+    return Page::alive < mostPages ? longer_.emplace(key, makePage(first)).first->second.get() : nullptr;
 }
 
 std::unique_ptr<const CompositeGlyphs::Page> CompositeGlyphs::makePage(CMap::Code first) const {

@@ -47,13 +47,22 @@ public:
 
 private:
     static constexpr std::uint32_t pageSize = 64;
+    /// Of all fonts together, some 300 MB: real files have a few hundred. Glyphs beyond them have no text.
+    static constexpr int mostPages = 100'000;
     /// Glyphs of neighbouring codes.
     struct Page {
+        static inline std::atomic<int> alive = 0;
+        Page();
+        ~Page();
+        Page(const Page&) = delete;
+        Page& operator=(const Page&) = delete;
         std::array<TextGlyph, pageSize> glyphs;
         std::string texts;
     };
-    [[nodiscard]] const TextGlyph& glyph(CMap::Code code) const;
-    [[nodiscard]] const Page& page(std::atomic<const Page*>& slot, CMap::Code first) const;
+    [[nodiscard]] TextGlyph glyph(CMap::Code code) const;
+    /// Null when there are too many.
+    [[nodiscard]] const Page* shortPage(std::atomic<const Page*>& slot, CMap::Code first) const;
+    [[nodiscard]] const Page* longPage(std::uint64_t key, CMap::Code first) const;
     [[nodiscard]] std::unique_ptr<const Page> makePage(CMap::Code first) const;
     [[nodiscard]] TextGlyph makeGlyph(CMap::Code code, std::uint32_t id) const;
     [[nodiscard]] std::string textOf(CMap::Code code, std::uint32_t id) const;

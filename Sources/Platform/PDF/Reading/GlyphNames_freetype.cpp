@@ -55,7 +55,7 @@ std::unordered_map<std::string_view, char32_t> charactersOfRareGlyphNames(std::s
     std::vector<std::string_view> wanted;
     std::ranges::copy_if(names.first(std::min(names.size(), mostNames)), std::back_inserter(wanted), isPlainName);
     std::ranges::sort(wanted);
-    wanted.erase(std::ranges::unique(wanted).begin(), wanted.end());
+    wanted.erase(std::unique(wanted.begin(), wanted.end()), wanted.end());
     std::unordered_map<std::string_view, char32_t> found;
     if (wanted.empty()) {
         return found;

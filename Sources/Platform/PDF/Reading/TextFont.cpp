@@ -15,7 +15,11 @@ std::shared_ptr<const TextFont> TextFontCache::font(QPDFObjectHandle font) {
     if (!id.isIndirect()) {
         return TextFont::make(font);
     }
+    constexpr std::size_t mostKept = 4096; // a file with more is made to fill the memory
     const std::lock_guard lock(mutex_);
+    if (fonts_.size() > mostKept) {
+        fonts_.clear();
+    }
     auto& kept = fonts_[id];
     if (!kept) {
         kept = TextFont::make(font);
