@@ -121,6 +121,7 @@ void ContentReader::addStyle() {
     }
     const double across = style.direction.x * up.y - style.direction.y * up.x;
     style.size = std::abs(across);
+    style.gapEm = std::clamp(style.em, style.size / 2, style.size);
     style.mirrored = across < 0;
     style.left = std::min(ascent * up.x, descent * up.x);
     style.right = std::max(ascent * up.x, descent * up.x);
@@ -137,14 +138,17 @@ void ContentReader::addStyle() {
 
 /// As a selection of the media box would have it; of what is clipped away only what is so for sure is left out.
 bool ContentReader::isShown(const Glyph& glyph, const GlyphStyle& style) const {
-    const Rect box = boxOf(glyph, style);
-    const double x = box.midX();
-    const double y = box.midY();
+    const double x = glyph.origin.x + (style.direction.x * glyph.width + style.left + style.right) / 2;
+    const double y = glyph.origin.y + (style.direction.y * glyph.width + style.below + style.above) / 2;
     if (!(x >= mediaBox_.x && x <= mediaBox_.maxX() && y >= mediaBox_.y && y <= mediaBox_.maxY())) {
         return false;
     }
+    if (!state_.clip) {
+        return true;
+    }
+    const Rect box = boxOf(glyph, style);
     const Rect middle{box.x + box.width / 4, box.y + box.height / 4, box.width / 2, box.height / 2};
-    return !state_.clip || overlap(middle, *state_.clip);
+    return overlap(middle, *state_.clip);
 }
 
 void ContentReader::place(std::string_view text, Point origin, double width) {
@@ -161,8 +165,8 @@ void ContentReader::place(std::string_view text, Point origin, double width) {
     }
     glyph.isBlank = isWhiteSpace(text);
     page_.glyphs.push_back(glyph);
-    exhausted_ = page_.glyphs.size() >= limits_.glyphs ||
-                 (stopAtFirstText_ && replacingMarks_ == 0 && !trimWhitespaceAndNewlines(text).empty());
+    exhausted_ = page_.glyphs.size() >= limits_.glyphs || (stopAtFirstText_ && replacingMarks_ == 0 && !glyph.isBlank &&
+                                                           !trimWhitespaceAndNewlines(text).empty());
 }
 
 void ContentReader::beginMark(const ContentScanner& scanner) {

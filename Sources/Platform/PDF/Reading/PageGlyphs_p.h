@@ -4,6 +4,8 @@
 #include "Platform/Foundation/Geometry.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -18,6 +20,7 @@ struct GlyphStyle {
     Point direction{1, 0}; ///< unit vector along the baseline
     double size = 0;       ///< of an em across the baseline, in points
     double em = 0;         ///< of an em along the baseline, in points
+    double gapEm = 0;      ///< the same as gaps are compared with it: squeezed or stretched letters have gaps like them
     bool mirrored = false; ///< glyphs stand to the other side of the baseline than direction and page say
     /// From a glyph's baseline to the corners of its box.
     double left = 0, right = 0, below = 0, above = 0;
@@ -46,6 +49,12 @@ struct PageGlyphs {
     [[nodiscard]] const GlyphStyle& styleOf(const Glyph& glyph) const { return styles[glyph.style]; }
 };
 
-[[nodiscard]] Rect boxOf(const Glyph& glyph, const GlyphStyle& style);
+[[nodiscard]] inline Rect boxOf(const Glyph& glyph, const GlyphStyle& style) {
+    const double dx = style.direction.x * glyph.width;
+    const double dy = style.direction.y * glyph.width;
+    const double x = glyph.origin.x + std::min(dx, 0.0) + style.left;
+    const double y = glyph.origin.y + std::min(dy, 0.0) + style.below;
+    return {x, y, std::abs(dx) + style.right - style.left, std::abs(dy) + style.above - style.below};
+}
 
 } // namespace orvex

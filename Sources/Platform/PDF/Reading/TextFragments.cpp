@@ -59,7 +59,7 @@ bool goesOn(const GlyphStyle& left, const GlyphStyle& right, const Step& step) {
         return false;
     }
     const auto [smaller, larger] = std::minmax(left.size, right.size);
-    const double em = std::max(gapEm(left), gapEm(right));
+    const double em = std::max(left.gapEm, right.gapEm);
     const double rise = std::abs(step.rise);
     if (step.gap < -mostBackwards * em) {
         return false;
@@ -68,6 +68,12 @@ bool goesOn(const GlyphStyle& left, const GlyphStyle& right, const Step& step) {
         return step.gap <= columnGap * em;
     }
     return smaller < raisedSize * larger && rise <= raisedBaseline * larger && step.gap <= raisedGap * em;
+}
+
+/// What nearly all glyphs are: close behind the one before, on its baseline.
+bool isNext(const Step& step, const Glyph& before, const GlyphStyle& style) {
+    return step.gap < wordGap * style.gapEm && step.gap > -mostBackwards * style.gapEm &&
+           step.gap > -before.width / 2 && std::abs(step.rise) <= sameBaseline * style.size;
 }
 
 /// The same character again, so close that only its strokes grow bolder.
@@ -82,15 +88,11 @@ Fragment startFragment(const PageGlyphs& page, std::uint32_t index) {
     Fragment fragment;
     fragment.first = fragment.last = fragment.largest = index;
     fragment.size = style.size;
-    fragment.em = gapEm(style);
+    fragment.em = style.gapEm;
     return fragment;
 }
 
 } // namespace
-
-double gapEm(const GlyphStyle& style) {
-    return std::clamp(style.em, style.size / 2, style.size);
-}
 
 bool partsWords(const Glyph& left, const Glyph& right, double gap) {
     if (gap < wordGap || left.isBlank || right.isBlank || left.text.empty() || right.text.empty()) {
@@ -120,20 +122,20 @@ std::vector<Fragment> makeFragments(PageGlyphs& page) {
             fragments.push_back(startFragment(page, i));
             continue;
         }
-        if (style.item != 0) {
+        const Step step = stepBetween(before, style, glyph);
+        if (style.item != 0 || (before.style == glyph.style && isNext(step, before, style))) {
             fragment.last = i;
             continue;
         }
-        const Step step = stepBetween(before, style, glyph);
         if (isOverstrike(before, glyph, step, style)) {
             glyph.isDropped = true;
         } else if (goesOn(style, next, step)) {
-            const double em = std::max(gapEm(style), gapEm(next));
+            const double em = std::max(style.gapEm, next.gapEm);
             glyph.startsWord = partsWords(before, glyph, (step.gap - static_cast<double>(before.tracking)) / em);
             fragment.last = i;
             if (next.size > fragment.size) {
                 fragment.size = next.size;
-                fragment.em = gapEm(next);
+                fragment.em = next.gapEm;
                 fragment.largest = i;
             }
         } else {

@@ -37,8 +37,6 @@ struct FragmentLine {
     bool overlaps = false; ///< fragments stand on each other
 };
 
-/// An em as far as gaps are compared with it: letters that were squeezed or stretched have gaps like it.
-[[nodiscard]] double gapEm(const GlyphStyle& style);
 /// Whether a gap of so many ems between two glyphs parts words.
 [[nodiscard]] bool partsWords(const Glyph& left, const Glyph& right, double gap);
 

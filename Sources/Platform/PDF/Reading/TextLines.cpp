@@ -25,6 +25,19 @@ struct Extent {
     double right = 0;
     double top = 0;
     bool any = false;
+    const GlyphStyle* last = nullptr; ///< of the last glyph, when its line is level
+    double baseline = 0;              ///< the same
+
+    void add(const Glyph& glyph, const GlyphStyle& style) {
+        if (&style == last && glyph.origin.y == baseline) { // a level line goes on
+            left = std::min(left, glyph.origin.x + style.left);
+            right = std::max(right, glyph.origin.x + glyph.width + style.right);
+            return;
+        }
+        add(boxOf(glyph, style));
+        last = style.direction == Point{1, 0} ? &style : nullptr;
+        baseline = glyph.origin.y;
+    }
 
     void add(const Rect& box) {
         left = any ? std::min(left, box.x) : box.x;
@@ -101,7 +114,7 @@ private:
         const double dx = right.origin.x - left.origin.x;
         const double dy = right.origin.y - left.origin.y;
         const double gap = dx * style.direction.x + dy * style.direction.y - left.width;
-        const double em = std::max(gapEm(style), gapEm(page_.styleOf(right)));
+        const double em = std::max(style.gapEm, page_.styleOf(right).gapEm);
         right.startsWord = partsWords(left, right, (gap - static_cast<double>(left.tracking)) / em);
     }
 
@@ -120,27 +133,22 @@ private:
             if (glyph.startsWord) {
                 line.text += ' ';
             }
-            appendShown(line.text, glyph.text);
-            extent.add(boxOf(glyph, page_.styleOf(glyph)));
+            line.text += glyph.text;
+            extent.add(glyph, page_.styleOf(glyph));
         }
+        removeControls(line.text);
         line.box = extent.rect();
         line.isLayerItem = !shown_.glyphs.empty() && page_.styleOf(page_.glyphs[shown_.glyphs.front()]).item != 0;
         return line;
     }
 
     /// Controls would break a line or show as boxes; blanks among them are blanks.
-    static void appendShown(std::string& text, std::string_view shown) {
+    static void removeControls(std::string& text) {
         const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-        if (std::ranges::none_of(shown, isControl)) {
-            text += shown;
-            return;
-        }
-        for (const char c : shown) {
-            if (!isControl(c)) {
-                text += c;
-            } else if (c >= '\t' && c <= '\r') {
-                text += ' ';
-            }
+        if (std::ranges::any_of(text, isControl)) {
+            std::ranges::replace_if(
+                text, [](char c) { return c >= '\t' && c <= '\r'; }, ' ');
+            std::erase_if(text, isControl);
         }
     }
 
@@ -159,7 +167,7 @@ private:
             if (units.empty() || !takesNoRoom(character)) {
                 units.push_back({{}, character});
             }
-            appendShown(units.back().text, glyph.text);
+            units.back().text += glyph.text;
         }
         if (shown_.mirrored) {
             units.clear();
@@ -184,6 +192,7 @@ private:
                 text += units[at].text;
             }
             if (!units.empty()) {
+                removeControls(text);
                 lines[index].text = std::move(text);
             }
         }
