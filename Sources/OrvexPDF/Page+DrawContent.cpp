@@ -1,13 +1,20 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Page.h"
 #include "OrvexPDF/TextLayerLayout_p.h"
+#include "Platform/Foundation/Strings.h"
+#include "Platform/Text/Bidi.h"
 #include "Platform/Text/Shaping.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace orvex {
 
 namespace {
 
 constexpr std::string_view fileLabel = "Page+DrawContent";
+// Points by which an item may stand beside its place without a word about it.
+constexpr double mostOff = 0.1;
 
 /// Text from the rectangle's lower left corner, stretched or squeezed to its width and as high as it is. `extent` is
 /// the text's natural one at that height.
@@ -18,13 +25,35 @@ void drawText(std::string_view text, const std::shared_ptr<const Font>& font, co
     context.drawText(text, font, rect.height, {0, 0, extent.width, extent.height}, mode);
 }
 
+/// Whether an item can be read back from its place and its characters alone. Characters that are joined, or turned
+/// round for showing, may be read otherwise.
+bool speaksForItself(const PlacedText& item) {
+    const auto& [text, rect] = item.found;
+    const double off = std::max({std::abs(item.rect.x - rect.x), std::abs(item.rect.y - rect.y),
+                                 std::abs(item.rect.maxX() - rect.maxX()), std::abs(item.rect.maxY() - rect.maxY())});
+    bool plain = true;
+    for (std::size_t at = 0; at < text.size();) {
+        const char32_t c = nextCodePoint(text, at);
+        const bool joined = c >= 0xFB00 && c <= 0xFEFF;
+        plain = plain && c >= 0x20 && !joined && strongDirection(c) != StrongDirection::rightToLeft;
+    }
+    return plain && off < mostOff;
+}
+
 void drawLayer(const std::vector<PlacedText>& items, const std::shared_ptr<const Font>& font,
                GraphicsContext& context) {
     for (const auto& item : items) {
         const double size = item.rect.height;
         const TextExtent extent{item.width * size, measureText(item.text, *font, size).height};
         const ScopedState state(context);
+        const bool plain = speaksForItself(item);
+        if (!plain) {
+            context.beginFoundText(item.found.text, item.found.rect);
+        }
         drawText(item.text, font, item.rect, extent, TextMode::invisible, context);
+        if (!plain) {
+            context.endFoundText();
+        }
     }
 }
 

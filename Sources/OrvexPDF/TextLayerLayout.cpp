@@ -138,7 +138,7 @@ std::vector<PlacedText> placeTexts(const std::vector<FoundText>& found, const Fo
     std::vector<PlacedText> placed;
     for (const auto& [text, rect] : found) {
         if (const double width = measureText(text, font, 1).width; width > 0) {
-            placed.push_back({std::string(text), rect, width});
+            placed.push_back({std::string(text), rect, width, {text, rect}});
             settle(placed.back());
         }
     }

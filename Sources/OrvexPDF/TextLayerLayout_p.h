@@ -24,6 +24,7 @@ struct PlacedText {
     std::string text; ///< a blank at the end is a word break that readers would miss
     Rect rect;
     double width = 0; ///< of the text, in ems
+    FoundText found;  ///< what was to be placed
 };
 /// Where the texts stand in the layer; those without width stand nowhere.
 std::vector<PlacedText> placeTexts(const std::vector<FoundText>& found, const Font& font);

@@ -1,5 +1,7 @@
 #include "Platform/PDF/ContentStream_p.h"
 
+#include "Platform/Foundation/Strings.h"
+#include "Platform/PDF/FontObjects_p.h"
 #include "Platform/PDF/InvisibleFont_p.h"
 #include "Platform/PDF/PDFDocument.h"
 
@@ -139,6 +141,21 @@ void ContentStreamContext::drawText(std::string_view utf8, const std::shared_ptr
         }
         baseline.y -= size;
     }
+}
+
+/// Other readers pass over marked content that they do not know.
+void ContentStreamContext::beginFoundText(std::string_view utf8, const Rect& rect) {
+    requireContent();
+    after_ += "/OrvexFound << /Text <FEFF";
+    for (std::size_t at = 0; at < utf8.size();) {
+        appendUTF16(after_, nextCodePoint(utf8, at));
+    }
+    after_ += "> /Box [ ";
+    appendNumbers({rect.x, rect.y, rect.width, rect.height}, "] >> BDC");
+}
+
+void ContentStreamContext::endFoundText() {
+    after_ += "EMC\n";
 }
 
 } // namespace orvex

@@ -38,6 +38,8 @@ public:
     void drawPageContent(const PDFPage& page, PDFDisplayBox box) override;
     void drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size, const Rect& rect,
                   TextMode mode) override;
+    void beginFoundText(std::string_view utf8, const Rect& rect) override;
+    void endFoundText() override;
 
     /// Whether anything that shows was drawn over the page's content.
     [[nodiscard]] bool drewMarks() const { return drewMarks_; }

@@ -50,6 +50,11 @@ public:
     /// Visible text takes the fill colour and is shaped; invisible text marks nothing and can be searched and selected.
     virtual void drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size, const Rect& rect,
                           TextMode mode) = 0;
+
+    /// Invisible text until endFoundText() stands for this text in this rectangle, whatever its characters show: who
+    /// reads the file's found content gets these. Not nested.
+    virtual void beginFoundText(std::string_view /*utf8*/, const Rect& /*rect*/) {}
+    virtual void endFoundText() {}
 };
 
 /// Saves now, restores when the scope ends.

@@ -174,7 +174,12 @@ void ContentReader::beginMark(const ContentScanner& scanner) {
                              ? resources_->markedContent(scanner.operands(), scanner)
                              : MarkedContent{};
     if (marks_.size() < limits_.savedStates) {
-        marks_.push_back({content.hidden, content.actualText, page_.glyphs.size()});
+        marks_.push_back({content.hidden, content.actualText, page_.glyphs.size(), content.foundText.has_value()});
+        if (content.foundText && !inItem_ && page_.foundTexts.size() < limits_.items &&
+            isValidUTF8(*content.foundText)) {
+            inItem_ = true;
+            page_.foundTexts[++items_] = {*content.foundText, state_.ctm.apply(content.foundBox)};
+        }
         hiddenMarks_ += content.hidden ? 1 : 0;
         replacingMarks_ += content.actualText ? 1U : 0U;
     }
@@ -186,6 +191,7 @@ void ContentReader::endMark() {
     }
     const Mark mark = std::move(marks_.back());
     marks_.pop_back();
+    inItem_ = inItem_ && !mark.isItem;
     hiddenMarks_ -= mark.hidden ? 1 : 0;
     replacingMarks_ -= mark.actualText ? 1U : 0U;
     if (mark.actualText && mark.firstGlyph < page_.glyphs.size()) {

@@ -82,7 +82,7 @@ bool ContentReader::runText(const ContentScanner& scanner) {
     case operatorCode("BT"):
         endTracking();
         textMatrix_ = lineMatrix_ = {};
-        ++items_;
+        items_ += inItem_ ? 0 : 1;
         return true;
     case operatorCode("ET"):
         return true;

@@ -17,6 +17,7 @@ struct ReadingLimits {
     std::size_t forms = 50'000;
     std::size_t formDepth = 24;
     std::size_t savedStates = 10'000;
+    std::size_t items = 100'000; ///< of text layers, that say what they stand for
 };
 
 class ContentReader {
@@ -45,6 +46,7 @@ private:
         bool hidden = false;
         std::optional<std::string> actualText; ///< UTF-8
         std::size_t firstGlyph = 0;
+        bool isItem = false;
     };
 
     void runAll(const ContentBuffer& content);
@@ -112,7 +114,8 @@ private:
     };
     StyleKey styleKey_;
     std::uint32_t items_ = 0;
-    float tracking_ = 0; ///< character spacing in page space
+    bool inItem_ = false; ///< one that says what it stands for
+    float tracking_ = 0;  ///< character spacing in page space
     std::string stringBuffer_;
     bool stopAtFirstText_ = false;
     bool exhausted_ = false;

@@ -52,6 +52,8 @@ struct FormUse {
 struct MarkedContent {
     std::optional<std::string> actualText; ///< UTF-8
     bool hidden = false;
+    std::optional<std::string> foundText; ///< UTF-8; of an item of a text layer of ours, with its place
+    Rect foundBox;                        ///< in user space
 };
 
 /// One resource dictionary. Keeps the fonts that it was asked for; takes the source's mutex itself.

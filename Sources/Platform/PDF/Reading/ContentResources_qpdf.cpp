@@ -177,21 +177,37 @@ std::optional<FormUse> ContentResources::form(std::string_view name, std::size_t
     return use;
 }
 
+namespace {
+
+std::string textOf(const Operand& string, const ContentScanner& scanner) {
+    std::string buffer;
+    const auto bytes = scanner.bytesOf(string, buffer);
+    return QPDFObjectHandle::newString(std::string(bytes)).getUTF8Value();
+}
+
+} // namespace
+
 /// Only the entries of the dictionary itself count; what it nests is passed over.
 MarkedContent ContentResources::inlineProperties(std::span<const Operand> operands, const ContentScanner& scanner) {
     MarkedContent result;
     int depth = 0;
     for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
         const auto& key = operands[i];
+        const auto& value = operands[i + 1];
         if (key.kind == OperandKind::dictionaryStart || key.kind == OperandKind::arrayStart) {
             ++depth;
         } else if (key.kind == OperandKind::dictionaryEnd || key.kind == OperandKind::arrayEnd) {
             --depth;
-        } else if (depth == 1 && key.kind == OperandKind::name && key.text == "ActualText" &&
-                   operands[i + 1].isString()) {
-            std::string buffer;
-            const auto bytes = scanner.bytesOf(operands[i + 1], buffer);
-            result.actualText = QPDFObjectHandle::newString(std::string(bytes)).getUTF8Value();
+        } else if (depth == 1 && key.kind == OperandKind::name && value.isString()) {
+            if (key.text == "ActualText") {
+                result.actualText = textOf(value, scanner);
+            } else if (key.text == "Text") {
+                result.foundText = textOf(value, scanner);
+            }
+        } else if (depth == 1 && key.text == "Box" && value.kind == OperandKind::arrayStart &&
+                   i + 5 < operands.size()) {
+            result.foundBox = {operands[i + 2].number, operands[i + 3].number, operands[i + 4].number,
+                               operands[i + 5].number};
         }
     }
     return result;
@@ -202,7 +218,11 @@ MarkedContent ContentResources::markedContent(std::span<const Operand> operands,
         return {};
     }
     if (operands[1].kind == OperandKind::dictionaryStart) {
-        return inlineProperties(operands.subspan(1), scanner);
+        auto content = inlineProperties(operands.subspan(1), scanner);
+        if (operands[0].text != "OrvexFound") {
+            content.foundText.reset();
+        }
+        return content;
     }
     if (operands[1].kind != OperandKind::name) {
         return {};

@@ -17,7 +17,7 @@ void PageGlyphs::clear() {
     styles.clear();
     texts.clear();
     fonts.clear();
-    itemBoxes.clear();
+    foundTexts.clear();
 }
 
 } // namespace orvex

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -38,12 +39,18 @@ struct Glyph {
     bool startsWord = false; ///< a blank has to stand before it that the page does not have as a glyph
 };
 
+/// What an item of a text layer stands for.
+struct StatedItem {
+    std::string text;
+    Rect box;
+};
+
 struct PageGlyphs {
     std::vector<Glyph> glyphs;
     std::vector<GlyphStyle> styles;
     std::deque<std::string> texts;                      ///< behind glyphs whose text is not their font's
     std::vector<std::shared_ptr<const TextFont>> fonts; ///< behind the others
-    std::vector<Rect> itemBoxes;
+    std::map<std::uint32_t, StatedItem> foundTexts;     ///< by item, for those whose glyphs do not speak for themselves
 
     void clear();
     [[nodiscard]] const GlyphStyle& styleOf(const Glyph& glyph) const { return styles[glyph.style]; }

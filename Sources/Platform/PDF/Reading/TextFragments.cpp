@@ -15,7 +15,7 @@ constexpr double wordGap = 0.15;
 // Ideographs stand that loosely without a blank between them.
 constexpr double wideGap = 0.35;
 // Beyond this gap a row is in two columns.
-constexpr double columnGap = 1.5;
+constexpr double columnGap = 0.95;
 // How far the next glyph may step back.
 constexpr double mostBackwards = 0.3;
 // How far a baseline may be off that is meant to be the same.

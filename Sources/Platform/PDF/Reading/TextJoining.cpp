@@ -11,7 +11,7 @@ namespace {
 // In ems, between fragments that the content does not show one after the other: columns may stand that close.
 constexpr double strangersGap = 0.8;
 // The same for fragments that follow each other.
-constexpr double neighboursGap = 1.5;
+constexpr double neighboursGap = 0.95;
 constexpr double mostOverlap = 0.3;
 constexpr double sameBaseline = 0.2;
 constexpr double raisedBaseline = 0.6;

@@ -70,8 +70,9 @@ public:
         made.reserve(lines.size());
         for (const auto& line : lines) {
             collect(line);
-            if (TextLine text = compose(); !text.text.empty()) {
-                if (mayRunRightToLeft(text.text)) {
+            const StatedItem* found = foundText();
+            if (TextLine text = found != nullptr ? stated(*found) : compose(); !text.text.empty()) {
+                if (found == nullptr && mayRunRightToLeft(text.text)) {
                     turnedAround_.push_back({made.size(), unitsOf()});
                 }
                 made.push_back(std::move(text));
@@ -124,6 +125,17 @@ private:
             return glyph.origin.x * direction.x + glyph.origin.y * direction.y + glyph.width / 2;
         });
     }
+
+    /// What the line's item says of itself; null for lines that are none or say nothing.
+    [[nodiscard]] const StatedItem* foundText() const {
+        if (shown_.glyphs.empty()) {
+            return nullptr;
+        }
+        const auto found = page_.foundTexts.find(page_.styleOf(page_.glyphs[shown_.glyphs.front()]).item);
+        return found == page_.foundTexts.end() ? nullptr : &found->second;
+    }
+
+    [[nodiscard]] static TextLine stated(const StatedItem& found) { return {found.text, found.box, true}; }
 
     [[nodiscard]] TextLine compose() const {
         TextLine line;

@@ -1,0 +1,365 @@
+#!/usr/bin/env python3
+"""Measures our reading of text against poppler's, MuPDF's and PDFium's.
+
+Usage: text.py agree [--list] FOLDER|FILE.pdf...
+       text.py speed [--pages N] [--runs N] [FOLDER]
+
+`agree` reads every file with all four and compares words and lines. What counts as right for one reader is what the
+majority of the other three has: a word as often as at least two of them have it on that page; a line when at least two of
+them have it with the same text and a box that is the same for the most part. Annotations, rotation and crop boxes are
+taken away first, so that all read the same page. --list names the files where ours is the odd one out.
+
+`speed` times whole processes in turns, on a file of many pages made here and, when a folder is given, on its files.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import html
+import json
+import random
+import re
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+import unicodedata
+import zlib
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parent.parent
+BIN = PROJECT / "build/release/bin"
+READERS = ("ours", "poppler", "mupdf", "pdfium")
+SECONDS = 120
+NUMBER = r"(-?[\d.]+(?:e[-+]?\d+)?)"
+
+Line = collections.namedtuple("Line", "text box")  # the box: left, top, right, bottom from the page's top left corner
+
+
+def output_of(*command):
+    try:
+        result = subprocess.run(command, capture_output=True, timeout=SECONDS, check=False)
+    except subprocess.TimeoutExpired:
+        return None
+    return result.stdout.decode("utf-8", "replace") if result.returncode == 0 else None
+
+
+def plain(text):
+    """Compatibility forms, soft hyphens and invisible characters are no differences."""
+    text = unicodedata.normalize("NFKC", text)
+    text = "".join(c for c in text if unicodedata.category(c) not in ("Cf", "Cc", "Co", "Cn") or c in "\t ")
+    return " ".join(text.replace("\ufffd", "").split())
+
+
+def ours(file, boxes):
+    output = output_of(BIN / "orvexpdf", "--quiet", "found", "--compact", file)
+    if output is None:
+        return None
+    pages = []
+    for page, (left, bottom, _, _) in zip(json.loads(output)["pages"], boxes):
+        lines = []
+        for item in page["items"]:
+            box = item["box"]
+            x, y = box["x"] - left, box["y"] + bottom
+            lines.append(Line(plain(item["text"]), (x, y, x + box["w"], y + box["h"])))
+        pages.append(lines)
+    return pages
+
+
+def poppler(file, boxes):
+    output = output_of("pdftotext", "-bbox-layout", file, "-")
+    if output is None:
+        return None
+    line_start = re.compile(rf'<line xMin="{NUMBER}" yMin="{NUMBER}" xMax="{NUMBER}" yMax="{NUMBER}">')
+    word = re.compile(r"<word [^>]*>(.*)</word>")
+    pages, words, box = [], [], None
+    for text in output.splitlines():
+        if "<page " in text:
+            pages.append([])
+        elif match := line_start.search(text):
+            words, box = [], tuple(map(float, match.groups()))
+        elif match := word.search(text):
+            words.append(html.unescape(match[1]))
+        elif "</line>" in text and pages:
+            pages[-1].append(Line(plain(" ".join(words)), box))
+    return pages
+
+
+def mupdf(file, boxes):
+    output = output_of("mutool", "draw", "-q", "-F", "stext", file)
+    if output is None:
+        return None
+    line_start = re.compile(rf'<line bbox="{NUMBER} {NUMBER} {NUMBER} {NUMBER}"')
+    char = re.compile(r'<char .* c="([^"]*)"')
+    pages, text, box = [], [], None
+    for record in output.splitlines():
+        if match := char.search(record):
+            text.append(html.unescape(match[1]))
+        elif match := line_start.search(record):
+            text, box = [], tuple(map(float, match.groups()))
+        elif "</line>" in record:
+            pages[-1].append(Line(plain("".join(text)), box))
+        elif "<page " in record:
+            pages.append([])
+    return pages
+
+
+def pdfium(file, boxes):
+    output = output_of(BIN / "bench_text_qtpdf", file)
+    if output is None:
+        return None
+    pages = [[] for _ in boxes]
+    for record in output.split("\n"):
+        fields = record.split("\t", 5)
+        if len(fields) == 6 and int(fields[0]) <= len(pages):
+            pages[int(fields[0]) - 1].append(Line(plain(fields[5]), tuple(map(float, fields[1:5]))))
+    return pages
+
+
+def overlap(a, b):
+    width = min(a[2], b[2]) - max(a[0], b[0])
+    height = min(a[3], b[3]) - max(a[1], b[1])
+    if width <= 0 or height <= 0:
+        return 0
+    shared = width * height
+    return shared / ((a[2] - a[0]) * (a[3] - a[1]) + (b[2] - b[0]) * (b[3] - b[1]) - shared)
+
+
+def same_line(a, b):
+    return a.text == b.text and overlap(a.box, b.box) >= 0.5
+
+
+def words_of(lines):
+    return collections.Counter(word for line in lines for word in line.text.split())
+
+
+def score(hits, mine, theirs):
+    return 2 * hits / (mine + theirs) if mine + theirs else 1.0
+
+
+def word_score(pages, others):
+    hits = mine = theirs = 0
+    for page, lines in enumerate(pages):
+        own = words_of(lines)
+        counts = [words_of(other[page]) for other in others]
+        majority = collections.Counter({word: statistics.median_low(sorted(count[word] for count in counts))
+                                        for word in set().union(*counts)})
+        hits += sum(min(count, majority[word]) for word, count in own.items())
+        mine += sum(own.values())
+        theirs += sum(majority.values())
+    return score(hits, mine, theirs)
+
+
+def by_text(lines):
+    index = collections.defaultdict(list)
+    for line in lines:
+        index[line.text].append(line)
+    return index
+
+
+def line_score(pages, others):
+    """Lines that two of three have are the majority's; each counts once."""
+    hits = mine = theirs = 0
+    for page, lines in enumerate(pages):
+        lines = [line for line in lines if line.text]
+        indices = [by_text(other[page]) for other in others]
+        has = lambda index, line: any(overlap(line.box, other.box) >= 0.5 for other in index.get(line.text, ()))
+        hits += sum(sum(has(index, line) for index in indices) >= 2 for line in lines)
+        mine += len(lines)
+        majority = []
+        for i, other in enumerate(others):
+            for line in other[page]:
+                backed = any(has(indices[j], line) for j in range(len(others)) if j != i)
+                known = any(same_line(line, earlier) for earlier in by_text(majority).get(line.text, ())) if backed else 1
+                if line.text and backed and not known:
+                    majority.append(line)
+        theirs += len(majority)
+    return min(1.0, score(hits, mine, theirs))
+
+
+def read_all(path):
+    """What each reader makes of a file; None when it cannot be prepared or one of them fails."""
+    with tempfile.TemporaryDirectory() as folder:
+        file = Path(folder) / "page.pdf"
+        prepared = output_of(BIN / "bench_text_prepare", path, file)
+        if prepared is None:
+            return None
+        boxes = [tuple(map(float, line.split("\t"))) for line in prepared.splitlines()]
+        read = {name: globals()[name](file, boxes) for name in READERS}
+    if any(pages is None or len(pages) != len(boxes) for pages in read.values()):
+        return None
+    return read
+
+
+def compare(path):
+    read = read_all(path)
+    if read is None:
+        return path, None
+    if sum(any(line.text for page in pages for line in page) for pages in read.values()) < 2:
+        return path, {}
+    scores = {}
+    for name in READERS:
+        others = [read[other] for other in READERS if other != name]
+        scores[name] = word_score(read[name], others), line_score(read[name], others)
+    return path, scores
+
+
+def pdfs_of(paths):
+    for path in map(Path, paths):
+        yield from sorted(path.rglob("*.pdf")) if path.is_dir() else [path]
+
+
+def agree(options):
+    files = list(pdfs_of(options.paths))
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        results = list(pool.map(compare, files))
+    unread = [path for path, scores in results if scores is None]
+    texts = {path: scores for path, scores in results if scores}
+    print(f"{len(files)} files: {len(texts)} with text, {len(unread)} that not all of the four read")
+    for kind, what in enumerate(("words", "lines")):
+        means = {name: statistics.mean(scores[name][kind] for scores in texts.values()) for name in READERS}
+        print(f"  {what}  " + "  ".join(f"{name} {mean:.4f}" for name, mean in means.items()))
+    if options.list:
+        for path, scores in sorted(texts.items(), key=lambda entry: entry[1]["ours"][0]):
+            values = " ".join(f"{name} {scores[name][0]:.2f}/{scores[name][1]:.2f}" for name in READERS)
+            best = max(scores[name][0] for name in READERS[1:])
+            if scores["ours"][0] < best - 0.02:
+                print(f"  {path.name}: {values}")
+
+
+WORDS = """text pages reader document line column figure table measure machine paper letter number result between under
+through before other where which their about would there these could first after again every little great small often
+until along without another because different picture example sentence question problem together important""".split()
+
+
+def simple_font(name, subtype, encoding):
+    widths = " ".join(str(250 + (code * 37) % 500) for code in range(32, 256))
+    return (f"<< /Type /Font /Subtype /{subtype} /BaseFont /{name} /FirstChar 32 /LastChar 255 /Widths [{widths}] "
+            f"/Encoding {encoding} >>").encode()
+
+
+def many_pages(path, count):
+    """Text of four kinds of fonts, each page with a content stream of its own."""
+    objects = [b"", b"<< /Type /Catalog /Pages 2 0 R >>", b""]
+    objects += [b"<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>",
+                simple_font("AAAAAA+Serif", "TrueType", "/WinAnsiEncoding"),
+                simple_font("AAAAAB+Sans", "Type1", "<< /Type /Encoding /Differences [39 /quoteright 96 /quoteleft] >>"),
+                b"<< /Type /Font /Subtype /Type0 /BaseFont /AAAAAC+Wide /Encoding /Identity-H /DescendantFonts [7 0 R] "
+                b"/ToUnicode 9 0 R >>",
+                b"<< /Type /Font /Subtype /CIDFontType2 /BaseFont /AAAAAC+Wide /CIDSystemInfo << /Registry (Adobe) "
+                b"/Ordering (Identity) /Supplement 0 >> /DW 600 /W [32 [" +
+                b" ".join(b"%d" % (300 + i * 3) for i in range(95)) + b"]] /FontDescriptor 8 0 R >>",
+                b"<< /Type /FontDescriptor /FontName /AAAAAC+Wide /Flags 4 /Ascent 800 /Descent -200 /CapHeight 700 "
+                b"/ItalicAngle 0 /StemV 80 /FontBBox [0 -200 1000 800] >>"]
+    cmap = (b"/CIDInit /ProcSet findresource begin 12 dict begin begincmap 1 begincodespacerange <0000> <FFFF> "
+            b"endcodespacerange 1 beginbfrange <0020> <007E> <0020> endbfrange endcmap end end")
+    objects.append(b"<< /Length %d >>\nstream\n%b\nendstream" % (len(cmap), cmap))
+    chance = random.Random(1)
+    kids = []
+    for number in range(count):
+        content = []
+        for line in range(48):
+            font = line // 12 + 1
+            text = " ".join(chance.choice(WORDS) for _ in range(11)) + f" {number}"
+            start = f"BT /F{font} 10 Tf 1 0 0 1 50 {760 - 15 * line} Tm "
+            if font == 4:
+                content.append(start + "<" + text.encode("utf-16-be").hex() + "> Tj ET")
+            elif font == 3:
+                content.append(start + "[" + " -250 ".join(f"({word})" for word in text.split()) + "] TJ ET")
+            else:
+                content.append(start + f"({text}) Tj ET")
+        packed = zlib.compress("\n".join(content).encode(), 6)
+        objects.append(b"<< /Length %d /Filter /FlateDecode >>\nstream\n%b\nendstream" % (len(packed), packed))
+        objects.append(b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Contents %d 0 R /Resources << /Font << "
+                       b"/F1 3 0 R /F2 4 0 R /F3 5 0 R /F4 6 0 R >> >> >>" % (len(objects) - 1))
+        kids.append(len(objects) - 1)
+    objects[2] = b"<< /Type /Pages /Count %d /Kids [%b] >>" % (count, b" ".join(b"%d 0 R" % kid for kid in kids))
+    with open(path, "wb") as file:
+        file.write(b"%PDF-1.7\n")
+        offsets = []
+        for number, body in enumerate(objects[1:], 1):
+            offsets.append(file.tell())
+            file.write(b"%d 0 obj\n%b\nendobj\n" % (number, body))
+        table = file.tell()
+        file.write(b"xref\n0 %d\n0000000000 65535 f \n" % len(objects))
+        file.writelines(b"%010d 00000 n \n" % offset for offset in offsets)
+        file.write(b"trailer\n<< /Root 1 0 R /Size %d >>\nstartxref\n%d\n%%%%EOF\n" % (len(objects), table))
+
+
+def commands_for(file):
+    tool = str(BIN / "orvexpdf")
+    return {
+        "orvexpdf found": [tool, "-q", "found", "--compact", file],
+        "orvexpdf text": [tool, "-q", "text", file],
+        "pdftotext -bbox-layout": ["pdftotext", "-bbox-layout", file, "-"],
+        "pdftotext": ["pdftotext", file, "-"],
+        "mutool -F stext": ["mutool", "draw", "-q", "-F", "stext", file],
+        "mutool -F txt": ["mutool", "draw", "-q", "-F", "txt", file],
+        "PDFium (Qt PDF)": [str(BIN / "bench_text_qtpdf"), file],
+    }
+
+
+def timed(command):
+    """Seconds and peak memory of a process; its failures are not ours to judge."""
+    import os
+    start = time.perf_counter()
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    return time.perf_counter() - start, usage.ru_maxrss / 1024
+
+
+def race(files, runs, left_out=()):
+    """Medians over the runs of the sum over the files; the readers take turns at each file."""
+    totals = collections.defaultdict(list)
+    peaks = collections.defaultdict(float)
+    for _ in range(runs):
+        sums = collections.defaultdict(float)
+        for file in files:
+            for name, command in commands_for(str(file)).items():
+                if name not in left_out:
+                    seconds, peak = timed(command)
+                    sums[name] += seconds
+                    peaks[name] = max(peaks[name], peak)
+        for name, seconds in sums.items():
+            totals[name].append(seconds)
+    return {name: (statistics.median(seconds), peaks[name]) for name, seconds in totals.items()}
+
+
+def print_race(title, results):
+    print(title)
+    found, text = results["orvexpdf found"][0], results["orvexpdf text"][0]
+    for name, (seconds, peak) in results.items():
+        print(f"  {name:24} {seconds:8.2f} s  {peak:6.0f} MiB   found {seconds / found:5.1f} times as fast, "
+              f"text {seconds / text:5.1f}")
+
+
+def speed(options):
+    with tempfile.TemporaryDirectory() as folder:
+        for count in (options.pages // 4, options.pages):
+            file = Path(folder) / f"{count}.pdf"
+            many_pages(file, count)
+            left_out = ("PDFium (Qt PDF)",) if count > 1000 else ()
+            print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", race([file], options.runs, left_out))
+    if options.folder:
+        files = list(pdfs_of([options.folder]))
+        print_race(f"{len(files)} files of {options.folder}, a process each", race(files, options.runs))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    commands = parser.add_subparsers(dest="command", required=True)
+    agreeing = commands.add_parser("agree")
+    agreeing.add_argument("--list", action="store_true")
+    agreeing.add_argument("paths", nargs="+")
+    racing = commands.add_parser("speed")
+    racing.add_argument("--pages", default=20_000, type=int)
+    racing.add_argument("--runs", default=3, type=int)
+    racing.add_argument("folder", nargs="?")
+    options = parser.parse_args()
+    {"agree": agree, "speed": speed}[options.command](options)
+
+
+if __name__ == "__main__":
+    main()
