@@ -125,7 +125,7 @@ const std::vector<RoundTrip> trips = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Items, FoundRoundTrip, testing::ValuesIn(trips),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& trip) { return std::string(trip.param.name); });
 
 } // namespace
 } // namespace orvex
