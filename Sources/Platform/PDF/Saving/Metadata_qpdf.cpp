@@ -3,6 +3,7 @@
 #include <qpdf/Buffer.hh>
 #include <qpdf/QPDFExc.hh>
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -11,6 +12,8 @@ namespace orvex {
 namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
+constexpr int mostReplaced = 100; // of one property; more are no packet but an attempt
+constexpr std::size_t longestPrefix = 100;
 
 struct Property {
     std::string space; ///< the namespace's name
@@ -70,9 +73,11 @@ std::optional<std::string> prefixOf(const std::string& packet, const std::string
             continue;
         }
         const std::size_t end = packet.find_last_not_of(blanks, equals - 1) + 1;
-        const std::size_t colon = packet.rfind("xmlns:", end);
-        if (colon != std::string::npos && packet.find_first_of(" \t\r\n<>=\"'", colon) >= end) {
-            return packet.substr(colon + 6, end - colon - 6);
+        const std::size_t start = end - std::min(end, longestPrefix);
+        const auto before = std::string_view(packet).substr(start, end - start);
+        const std::size_t colon = before.rfind("xmlns:");
+        if (colon != std::string::npos && before.find_first_of(" \t\r\n<>=\"'", colon) == std::string::npos) {
+            return std::string(before.substr(colon + 6));
         }
     }
     return std::nullopt;
@@ -80,32 +85,39 @@ std::optional<std::string> prefixOf(const std::string& packet, const std::string
 
 /// Replaces the content of the elements of this name; whether there are any.
 bool replaceElements(std::string& packet, const std::string& name, const std::string& content) {
-    bool found = false;
-    for (std::size_t at = packet.find("<" + name); at != std::string::npos; at = packet.find("<" + name, at + 1)) {
+    int replaced = 0;
+    const std::string opening = "<" + name;
+    const std::string closingTag = "</" + name;
+    const std::string replacement = opening + ">" + content + closingTag + ">";
+    for (std::size_t at = packet.find(opening); at != std::string::npos; at = packet.find(opening, at + 1)) {
         const std::size_t nameEnd = at + 1 + name.size();
         const std::size_t close = packet.find('>', nameEnd);
-        if (close == std::string::npos || (packet[nameEnd] != '>' && packet[nameEnd] != '/' &&
-                                           blanks.find(packet[nameEnd]) == std::string_view::npos)) {
+        if (close == std::string::npos || replaced > mostReplaced) {
+            break;
+        }
+        if (packet[nameEnd] != '>' && packet[nameEnd] != '/' &&
+            blanks.find(packet[nameEnd]) == std::string_view::npos) {
             continue;
         }
         std::size_t end = close + 1;
         if (packet[close - 1] != '/') {
-            const std::size_t closing = packet.find("</" + name, close);
+            const std::size_t closing = packet.find(closingTag, close);
             end = closing == std::string::npos ? closing : packet.find('>', closing);
             if (end == std::string::npos) {
-                return found;
+                break;
             }
             ++end;
         }
-        packet.replace(at, end - at, "<" + name + ">" + content + "</" + name + ">");
-        found = true;
+        packet.replace(at, end - at, replacement);
+        ++replaced;
     }
-    return found;
+    return replaced > 0;
 }
 
 /// The same for properties that are written as attributes.
 bool replaceAttributes(std::string& packet, const std::string& name, const std::string& content) {
-    bool found = false;
+    int replaced = 0;
+    const std::string quotedContent = "\"" + content + "\"";
     for (std::size_t at = packet.find(name); at != std::string::npos; at = packet.find(name, at + 1)) {
         const std::size_t equals = packet.find_first_not_of(blanks, at + name.size());
         const bool isAttribute = at > 0 && blanks.find(packet[at - 1]) != std::string_view::npos &&
@@ -115,13 +127,13 @@ bool replaceAttributes(std::string& packet, const std::string& name, const std::
             continue;
         }
         const std::size_t close = packet.find(packet[open], open + 1);
-        if (close == std::string::npos) {
-            return found;
+        if (close == std::string::npos || replaced > mostReplaced) {
+            break;
         }
-        packet.replace(open, close + 1 - open, "\"" + content + "\"");
-        found = true;
+        packet.replace(open, close + 1 - open, quotedContent);
+        ++replaced;
     }
-    return found;
+    return replaced > 0;
 }
 
 /// Adds a property in a description of its own, about what the first one is about.

@@ -167,7 +167,7 @@ private:
 
     /// A role and those that it stands for.
     std::string broughtRole(const std::string& role) {
-        const std::string result = roles_.bring(role);
+        std::string result = roles_.bring(role);
         auto map = sourceRoot_.getKey("/RoleMap");
         std::string name = role;
         for (int i = 0; i < roleChainLimit && map.isDictionary() && map.getKey(name).isName(); ++i) {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t leafSize = 64;
 
-std::optional<std::string> readKey(const QPDFObjectHandle& key, std::string /*kind*/) {
+std::optional<std::string> readKey(const QPDFObjectHandle& key, const std::string& /*kind*/) {
     return QPDFObjectHandle(key).isString() ? std::optional(QPDFObjectHandle(key).getStringValue()) : std::nullopt;
 }
 

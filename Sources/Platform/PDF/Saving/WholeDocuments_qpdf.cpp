@@ -29,7 +29,7 @@ public:
     /// The copied items of the topmost level, tied to each other.
     std::vector<QPDFObjectHandle> bring() {
         import_.enter();
-        const auto tops = copyLevel(sourceRoot(import_).getKey("/Outlines"), outline_);
+        auto tops = copyLevel(sourceRoot(import_).getKey("/Outlines"), outline_);
         while (!waiting_.empty()) {
             auto [from, to] = waiting_.front();
             waiting_.pop_front();
