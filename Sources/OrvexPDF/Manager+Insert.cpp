@@ -1,5 +1,6 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Manager.h"
+#include "OrvexPDF/Utils+ExtractImages.h"
 
 #include <iostream>
 #include <utility>
@@ -13,6 +14,21 @@ constexpr std::string_view insertDocumentLabel = "insert(document:atIndex:)";
 /// A snapshot: a document that is inserted into itself grows meanwhile.
 std::vector<OrvexPDFPagePtr> pagesOf(const OrvexPDFDocumentPtr& document) {
     return document ? document->orvexPages() : std::vector<OrvexPDFPagePtr>();
+}
+
+/// The last image that a page of a sidecar document carries; null when there is none, or none that can be read.
+ImagePtr lastEmbeddedImage(const OrvexPDFPage& page) {
+    ImagePtr last;
+    try {
+        walkEmbeddedImages(page, [&last](const EmbeddedImage& embedded, const std::string&) {
+            last = imageFrom(embedded, PointSize::exact);
+        });
+        return last;
+    } catch (const PDFReadError& error) {
+        moduleLogger().log(LogLevel::warning, "Manager", insertDocumentLabel,
+                           [&] { return std::string("Problem extracting images ") + error.what(); });
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -41,6 +57,7 @@ std::vector<std::string> OrvexPDFDocumentManager::insert(const OrvexPDFDocumentP
                        [&] { return "Insert document at: " + std::to_string(atIndex); });
     std::vector<std::string> ids;
     syncOnMain([&] {
+        const bool sidecar = document && document->userInfo.contains("sidecar");
         auto index = atIndex == -1 ? pdfDoc->pageCount() : atIndex;
         if (!isPageIndexOrEnd(index)) {
             // By design on standard output, unlike the line of a single page that is refused.
@@ -49,7 +66,8 @@ std::vector<std::string> OrvexPDFDocumentManager::insert(const OrvexPDFDocumentP
         }
         batch([&] {
             for (const auto& page : pagesOf(document)) {
-                ids.push_back(insertPageOfDocument(page, index));
+                const ImagePtr image = sidecar ? lastEmbeddedImage(*page) : nullptr;
+                ids.push_back(image ? insert(image, index, {}) : insertPageOfDocument(page, index));
                 index = addOrDie(index, 1, "the index of an inserted page");
             }
         });

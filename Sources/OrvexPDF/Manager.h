@@ -111,9 +111,9 @@ public:
     /// record's id, also when nothing was inserted.
     std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
-    /// The document's library pages themselves, in one step, each with a new record that has no source: until the host
-    /// gives a record one, its page cannot be generated anew. Returns the records' ids in page order; none when the
-    /// index is refused, which a line on standard output tells, or the document is null.
+    /// The document's library pages themselves, in one step, each with a new record without a source; where its user
+    /// info holds "sidecar", each page's last image in its place, if it has one. Returns the records' ids in order;
+    /// none when the index is refused, which a line on standard output tells, or the document is null.
     std::vector<std::string> insert(const OrvexPDFDocumentPtr& document, std::int64_t atIndex);
     std::vector<std::string> append(const OrvexPDFDocumentPtr& document);
 

@@ -1,5 +1,6 @@
 // Little CMS. A profile that is damaged or does not fit the samples counts as none.
 #include "Platform/Imaging/Codecs_p.h"
+#include "Platform/Imaging/ColorProfile.h"
 #include "Platform/Imaging/Simplify_p.h"
 
 #include <algorithm>
@@ -171,6 +172,10 @@ Bitmap convertToSRGB(const Bitmap& bitmap) {
     Bitmap result = bitmap;
     result.colorSpace = {space.model, {}, 0};
     return result;
+}
+
+bool isUsableProfile(const Bytes& profile, ColorModel model) {
+    return !profile.empty() && convertByProfile(Bitmap::make(1, 1, 8, {model, profile, 0})).has_value();
 }
 
 bool hasNeutralSRGBAxis(const ColorSpace& space) {
