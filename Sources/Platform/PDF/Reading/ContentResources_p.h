@@ -21,7 +21,7 @@ namespace orvex {
 class ReadingCache {
 public:
     /// Hold the source's mutex for all of them.
-    std::shared_ptr<const TextFont> font(QPDFObjectHandle font) { return fonts_.font(std::move(font)); }
+    std::shared_ptr<const TextFont> font(QPDFObjectHandle font) { return fonts_.font(font); }
     /// Whether an optional-content group or membership is off as the file opens.
     [[nodiscard]] bool isHidden(const PDFSource& source, QPDFObjectHandle optionalContent);
 
@@ -61,7 +61,7 @@ class ContentResources {
 public:
     /// Hold the source's mutex.
     ContentResources(const PDFSource& source, ReadingCache& cache, QPDFObjectHandle dictionary)
-        : source_(source), cache_(cache), dictionary_(std::move(dictionary)) {}
+        : source_(source), cache_(cache), dictionary_(dictionary) {}
 
     /// Valid as long as this is. Names are as content spells them.
     const FontUse& font(std::string_view name);
