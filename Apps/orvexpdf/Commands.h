@@ -15,6 +15,7 @@ struct Command {
 [[nodiscard]] Command addMake(CLI::App& tool);
 [[nodiscard]] Command addOptimize(CLI::App& tool);
 [[nodiscard]] Command addDiagnose(CLI::App& tool);
+[[nodiscard]] Command addImages(CLI::App& tool);
 [[nodiscard]] Command addInfo(CLI::App& tool);
 [[nodiscard]] Command addPages(CLI::App& tool);
 [[nodiscard]] Command addSqueeze(CLI::App& tool);

@@ -89,9 +89,10 @@ void runTool(int argc, char** argv) {
     addGeneralOptions(tool, general);
     tool.fallthrough(); // general options may stand behind the command, too
     tool.require_subcommand(1);
-    const std::array commands = {addMake(tool),     addPages(tool),     addSqueeze(tool),   addOptimize(tool),
-                                 addDiagnose(tool), addInfo(tool),      addFound(tool),     addText(tool),
-                                 addRender(tool),   addThumbnail(tool), addWatermark(tool), addTextLayer(tool)};
+    const std::array commands = {addMake(tool),     addPages(tool),  addSqueeze(tool),   addOptimize(tool),
+                                 addDiagnose(tool), addImages(tool), addInfo(tool),      addFound(tool),
+                                 addText(tool),     addRender(tool), addThumbnail(tool), addWatermark(tool),
+                                 addTextLayer(tool)};
     tool.footer(footer);
     if (!parse(tool, argc, argv)) {
         return;

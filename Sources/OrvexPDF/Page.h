@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace orvex {
 
@@ -79,6 +80,10 @@ public:
     [[nodiscard]] ImagePtr thumbnail(Size size);
     /// thumbnail() as an image of one point per pixel; oddities in its resolution are logged as warnings.
     [[nodiscard]] ImagePtr thumbnail72DPI(Size size);
+
+    /// Page+EmbeddedImages.cpp: the images that the page's own resources name, in the file's order: decoded ones as
+    /// large as at 300 dpi, in whole points, stored ones at their own size. Failures are logged as warnings.
+    [[nodiscard]] std::vector<ImagePtr> extractEmbeddedImages() const;
 
     /// Page+DrawContent.cpp: the invisible text layer; with `debug` on, text and boxes in colour.
     void drawInvisibleText(PDFDisplayBox box, GraphicsContext& context) const;

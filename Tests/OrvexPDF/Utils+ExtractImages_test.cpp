@@ -337,5 +337,40 @@ TEST(PDFReadError, DescribesItselfByItsName) {
     EXPECT_EQ(error.page(), 3);
 }
 
+// As images for a host
+
+TEST(ExtractEmbeddedImages, PixelsBecomeWholePointsAt300DPI) {
+    const std::string gray = imageDictionary(1001, 500, 8, "/DeviceGray");
+    const auto images = firstPage(pdfWithXObjects({{"Im1", gray, std::string(500500, 'x')}}))->extractEmbeddedImages();
+    ASSERT_EQ(images.size(), 1U);
+    EXPECT_EQ(images[0]->size(), (Size{240, 120}));
+    EXPECT_EQ(images[0]->representations().front()->size(), (Size{240, 120}));
+    EXPECT_EQ(images[0]->representations().front()->pixelsWide(), 1001);
+}
+
+TEST(ExtractEmbeddedImages, StoredBytesAreImagesOfTheirOwnSizeOrLeftOut) {
+    const std::string jpeg(encodeJPEG(test::makePhoto(16, 8), {0.9, 144, 144})->text());
+    const std::string jpegEntries = "/Subtype /Image /Filter /DCTDecode";
+    const auto page = firstPage(pdfWithXObjects({{"Bad", jpegEntries, "no JPEG"}, {"Good", jpegEntries, jpeg}}));
+    const auto images = page->extractEmbeddedImages();
+    ASSERT_EQ(images.size(), 1U);
+    EXPECT_EQ(images[0]->size(), (Size{8, 4}));
+}
+
+TEST(ExtractEmbeddedImages, AJPEGWithAColorSpaceIsNotEncodedAgain) {
+    const std::string jpeg = photoJPEG();
+    const std::string entries = imageDictionary(16, 8, 8, "/DeviceRGB", "/Filter /DCTDecode");
+    const auto images = firstPage(pdfWithXObjects({{"Im1", entries, jpeg}}))->extractEmbeddedImages();
+    ASSERT_EQ(images.size(), 1U);
+    EXPECT_EQ(images[0]->representations().front()->encoded().text(), jpeg);
+    EXPECT_EQ(images[0]->size(), (Size{3, 1}));
+}
+
+TEST(ExtractEmbeddedImages, APageThatCannotBeReadIsLogged) {
+    const test::LogRecorder log(moduleLogger());
+    EXPECT_THAT(OrvexPDFPage().extractEmbeddedImages(), IsEmpty());
+    EXPECT_THAT(log.texts(), ElementsAre("Page extractEmbeddedImages() warning: Error couldNotGetPageReference"));
+}
+
 } // namespace
 } // namespace orvex
