@@ -210,11 +210,14 @@ void Composer::buildTree() {
     auto& basePages = document_.basePages;
     document_.pagesChanged =
         !std::ranges::equal(objects_, basePages, [](auto& a, auto& b) { return a.getObjGen() == b.getObjGen(); });
+    auto root = target_->getRoot().getKey("/Pages");
     if (!document_.pagesChanged) {
+        if (root.isDictionary() && !root.getKey("/Count").isInteger()) { // readers would see no pages
+            root.replaceKey("/Count", QPDFObjectHandle::newInteger(static_cast<long long>(objects_.size())));
+        }
         return;
     }
     target_->pushInheritedAttributesToPage();
-    auto root = target_->getRoot().getKey("/Pages");
     for (auto& page : objects_) {
         page.replaceKey("/Parent", root);
     }

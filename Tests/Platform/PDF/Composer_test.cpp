@@ -171,6 +171,15 @@ TEST(Saving, ANewDocumentHoldsJustTheEntryThatWasSet) {
     EXPECT_EQ(opened(*document.dataRepresentation())->info(PDFInfoKey::producer), "P");
 }
 
+TEST(Saving, ACountOfPagesThatIsMissingIsWritten) {
+    const auto document = opened(Bytes(pdfFromObjects({
+        "<< /Type /Catalog /Pages 2 0 R >>",
+        "<< /Type /Pages /Kids [3 0 R] >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 100 100] >>",
+    })));
+    EXPECT_EQ(SavedDocument(*document).tool("qpdf --show-npages"), "1\n");
+}
+
 TEST(Saving, RotationIsWritten) {
     const auto document = opened(pagesShowing({"Alpha"}));
     document->page(0)->setRotation(270);
