@@ -66,7 +66,7 @@ TEST_F(BadInput, AnImageThatIsCutShortWhileItIsRead) {
     copySample("1-article.jpg", "a.jpg");
     copySample("1-article.jpg", "last.jpg");
     std::string images;
-    for (int i = 0; i < 15; ++i) {
+    for (int i = 0; i < 60; ++i) {
         images += " a.jpg";
     }
     const auto result = shell("{ (sleep 1; truncate -s 5000 last.jpg) & orvexpdf make" + images +

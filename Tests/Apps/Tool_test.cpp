@@ -96,14 +96,14 @@ TEST_F(Tool, ShowsABarOnATerminalAndTakesItAway) {
     }
     copySample("1-article.jpg", "a.jpg");
     std::string images;
-    for (int i = 0; i < 12; ++i) {
+    for (int i = 0; i < 60; ++i) {
         images += " a.jpg";
     }
     const auto seen = shell("script -qec " + quoted(toolPath + " make" + images + " -o out.pdf --squeeze low") +
                             " /dev/null </dev/null")
                           .output;
     EXPECT_THAT(seen, HasSubstr("Making pages ["));
-    EXPECT_THAT(seen, testing::ContainsRegex("\r\x1b\\[Korvexpdf: wrote out.pdf: 12 pages"));
+    EXPECT_THAT(seen, testing::ContainsRegex("\r\x1b\\[Korvexpdf: wrote out.pdf: 60 pages"));
 }
 
 TEST_F(Tool, LeavesNothingBehindWhenItIsInterrupted) {

@@ -10,8 +10,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
 
 namespace orvex {
@@ -150,20 +148,6 @@ TEST(WatermarkBanner, CostsAFileNoMoreThanTheGlyphsUsed) {
     EXPECT_LT(letter - plain, 4000U);
     EXPECT_LT(sizeOf("ABCDEFGHIJKLMNOPQRSTUVWXYZ") - letter, 26U * 200);
     EXPECT_LT(sizeOf("AAAAAAAAAAAAAAAAAAAAAAAAAA") - letter, 100U);
-}
-
-TEST(WatermarkBannerDeathTest, WithoutTheBoldFaceDrawingIsFatal) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process in which nothing was looked up yet
-    const test::TempFolder folder;
-    const auto configuration = folder.path() / "no-fonts.conf";
-    std::ofstream(configuration) << "<fontconfig/>";
-    EXPECT_DEATH(
-        {
-            ::setenv("FONTCONFIG_FILE", configuration.c_str(), 1);
-            RecordingContext context;
-            pageOf(595, 842, "DRAFT")->draw(PDFDisplayBox::media, context);
-        },
-        "Helvetica Bold.*apt-get install fonts-urw-base35");
 }
 
 } // namespace

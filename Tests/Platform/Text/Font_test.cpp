@@ -46,12 +46,14 @@ TEST(FontDeathTest, AMissingFaceIsFatalAndNamesThePackage) {
     const test::TempFolder folder;
     const auto configuration = folder.path() / "no-fonts.conf";
     std::ofstream(configuration) << "<fontconfig/>";
-    EXPECT_DEATH(
-        {
-            ::setenv("FONTCONFIG_FILE", configuration.c_str(), 1);
-            (void)Font::require("Helvetica");
-        },
-        "Helvetica.*apt-get install fonts-urw-base35");
+    for (const std::string name : {"Helvetica", "Helvetica Bold"}) {
+        EXPECT_DEATH(
+            {
+                ::setenv("FONTCONFIG_FILE", configuration.c_str(), 1);
+                (void)Font::require(name);
+            },
+            name + ".*apt-get install fonts-urw-base35");
+    }
 }
 
 TEST(Font, CharactersThatTheFaceLacksHaveTheWidthOfTheirKind) {
