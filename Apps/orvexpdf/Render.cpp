@@ -35,8 +35,10 @@ constexpr auto renderExamples = R"(Examples:
       The third page as people see it, with annotations and watermark.
   orvexpdf render book.pdf --pages 1-20 -o page-%03d.png
       Twenty files: page-001.png to page-020.png.
+  orvexpdf render book.pdf --page 3 --debug -o lines.png
+      Where the page's text stands, line by line, in colour over the page.
   orvexpdf render scan.pdf --page 1 --found scan.json --debug -o layer.png
-      Where recognised text would stand, in colour over the page.)";
+      Where recognised text would stand.)";
 
 constexpr auto thumbnailExamples = R"(Examples:
   orvexpdf thumbnail book.pdf --page 1 --size 200x200 -o cover.png
@@ -91,6 +93,17 @@ void renderPage(OrvexPDFPage& page, std::int64_t index, const RenderOptions& opt
     }
 }
 
+/// The page's own text, to be laid over it: from the corner of its media box, wherever the file puts that.
+std::shared_ptr<const OrvexFoundPage> ownText(const OrvexPDFPage& page) {
+    auto found = page.extractFoundPage();
+    const Rect media = page.bounds(PDFDisplayBox::media);
+    for (auto& item : *found.items) {
+        *item.box->x -= media.x;
+        *item.box->y += media.y;
+    }
+    return std::make_shared<const OrvexFoundPage>(std::move(found));
+}
+
 void render(const RenderOptions& options) {
     if (options.page.empty() == options.pages.empty()) {
         throw Failure(ExitCode::usage, "either --page or --pages is needed (see orvexpdf render --help)");
@@ -106,6 +119,9 @@ void render(const RenderOptions& options) {
         OrvexPDFPage& page = *manager->page(pages[i]);
         page.debug = options.debug;
         page.foundPage = i < found.size() ? found[i] : nullptr;
+        if (options.debug && found.empty()) {
+            page.foundPage = ownText(page);
+        }
         renderPage(page, pages[i], options, path);
     }
     report("wrote " + std::to_string(pages.size()) + (pages.size() == 1 ? " picture" : " pictures"));
@@ -147,7 +163,8 @@ Command addRender(CLI::App& tool) {
         ->type_name("FILE.json")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app->add_flag("--debug", options->debug, "The laid text in colour, over boxes");
+    app->add_flag("--debug", options->debug,
+                  "That text in colour over boxes; without --found, the text that the page has");
     app->footer(renderExamples);
     return {app, [options] { render(*options); }};
 }

@@ -35,6 +35,19 @@ TEST_F(Render, TheSamePixelsAsPopplerWithinAntiAliasing) {
     EXPECT_LT(std::stod(report), 0.01) << report;
 }
 
+TEST_F(Render, DebugShowsWhereThePagesOwnTextStands) {
+    write("offset.pdf", pdfFromPages({{"BT /F1 20 Tf 120 220 Td (Here) Tj ET", "[100 200 300 300]"}}));
+    toolOutput("render offset.pdf --page 1 --debug -o d.png");
+    // The first box, green at a tenth of its strength, stands around the text.
+    const std::string green = oracle("gm convert d.png txt:- | grep '#E6FFE6' | head -1");
+    EXPECT_FALSE(green.empty());
+    int x = -1;
+    int y = -1;
+    ASSERT_EQ(std::sscanf(green.c_str(), "%d,%d", &x, &y), 2) << green;
+    EXPECT_NEAR(x, 20, 2);
+    EXPECT_NEAR(y, 66, 2);
+}
+
 TEST_F(Render, WrongWordsAreRefused) {
     expectRefusal("orvexpdf render a.pdf -o b.png", usage, {"--page"});
     expectRefusal("orvexpdf render a.pdf --page 4 -o b.png", usage, {"3 pages"});

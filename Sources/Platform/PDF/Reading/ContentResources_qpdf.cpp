@@ -128,7 +128,7 @@ FontUse ContentResources::use(QPDFObjectHandle font) {
     }
     auto name = font.getKey("/BaseFont");
     const bool isTextLayer = name.isName() && name.getName().ends_with("OrvexGlyphless");
-    return {cache_.font(std::move(font)), isTextLayer};
+    return {cache_.font(font), isTextLayer};
 }
 
 const FontUse& ContentResources::font(std::string_view name) {
