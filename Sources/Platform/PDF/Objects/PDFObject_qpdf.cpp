@@ -39,7 +39,7 @@ struct PDFObject::Place {
             return {};
         }
         const QPDFObjGen own = handle.isIndirect() ? handle.getObjGen() : owner;
-        return PDFObject(std::make_shared<const Place>(Place{source, std::move(handle), own}));
+        return PDFObject(std::make_shared<const Place>(Place{source, handle, own}));
     }
     [[nodiscard]] PDFObject inner(const QPDFObjectHandle& value) const { return object(source, value, owner); }
 };

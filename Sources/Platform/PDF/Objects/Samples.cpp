@@ -47,7 +47,8 @@ public:
         } else {
             const unsigned mask = (1u << bits) - 1;
             for (std::size_t i = 0; i < held; ++i) {
-                samples_[i] = static_cast<std::uint16_t>(row[i * bits / 8] >> (8 - bits - i * bits % 8) & mask);
+                const unsigned byte = row[i * bits / 8];
+                samples_[i] = static_cast<std::uint16_t>(byte >> (8 - bits - i * bits % 8) & mask);
             }
         }
         std::fill(samples_.begin() + static_cast<std::ptrdiff_t>(held), samples_.end(), std::uint16_t{0});
@@ -96,7 +97,8 @@ Bitmap indexed(const PDFImage& image) {
     for (std::size_t sample = 0; sample < colors.size(); ++sample) {
         const double index = range.low + static_cast<double>(sample) * (range.high - range.low) / largest;
         const double last = static_cast<double>(space.colors().size() - 1);
-        colors[sample] = space.colors()[static_cast<std::size_t>(unit(index / std::max(last, 1.0)) * last + 0.5)];
+        colors[sample] =
+            space.colors()[static_cast<std::size_t>(std::lround(unit(index / std::max(last, 1.0)) * last))];
     }
     RowReader reader(image);
     for (std::int64_t y = 0; y < image.height; ++y) {
@@ -118,7 +120,7 @@ public:
         for (std::size_t i = 0; i < values_.size(); ++i) {
             const Range range = rangeOf(image, static_cast<int>(i / size_));
             const double value = range.low + static_cast<double>(i % size_) * (range.high - range.low) / largest;
-            values_[i] = static_cast<Sample>(unit(value) * std::numeric_limits<Sample>::max() + 0.5);
+            values_[i] = static_cast<Sample>(std::lround(unit(value) * std::numeric_limits<Sample>::max()));
         }
     }
     void write(const std::vector<std::uint16_t>& samples, Sample* target) const {
@@ -162,7 +164,7 @@ template <class Sample> void writeLab(const PDFImage& image, Bitmap& bitmap) {
                 color = labToSRGB(value(0, last[0]), value(1, last[1]), value(2, last[2]));
             }
             target = std::transform(color.begin(), color.end(), target, [](double part) {
-                return static_cast<Sample>(unit(part) * std::numeric_limits<Sample>::max() + 0.5);
+                return static_cast<Sample>(std::lround(unit(part) * std::numeric_limits<Sample>::max()));
             });
         }
     }
