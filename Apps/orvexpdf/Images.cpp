@@ -64,7 +64,7 @@ const char* nameOf(ColorModel model) {
 }
 
 std::string describe(const PDFColorSpace& space) {
-    const std::string model = nameOf(space.pixels().model);
+    std::string model = nameOf(space.pixels().model);
     switch (space.family()) {
     case PDFColorSpace::Family::device:
         break;
@@ -181,7 +181,7 @@ private:
         const std::string stem = "p" + digits + "-" + asFileName(name);
         std::string file = stem + extension;
         for (int i = 2; !taken_.insert(file).second; ++i) {
-            file = stem + "~" + std::to_string(i) + extension;
+            file = std::string(stem).append("~").append(std::to_string(i)).append(extension);
         }
         return file;
     }
