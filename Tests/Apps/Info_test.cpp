@@ -66,7 +66,7 @@ TEST_F(Info, ShowsWhatMakeMade) {
 }
 
 TEST_F(Info, AgreesWithAnotherReaderOnRealFiles) {
-    const auto folder = sharedFiles / "corpus/conformance";
+    const auto folder = sharedFolder() / "corpus/conformance";
     if (!std::filesystem::exists(folder)) {
         GTEST_SKIP() << "the shared files are not here";
     }

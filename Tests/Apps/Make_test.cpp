@@ -65,7 +65,7 @@ TEST_F(Make, PutsJPEGsInByteForByteAndInOrder) {
 }
 
 TEST_F(Make, KeepsTheBytesOfEveryScannedJPEG) {
-    const auto scans = sharedFiles / "corpus/scans";
+    const auto scans = sharedFolder() / "corpus/scans";
     if (!std::filesystem::exists(scans)) {
         GTEST_SKIP() << "the shared scans are not here";
     }
@@ -82,7 +82,7 @@ TEST_F(Make, KeepsTheBytesOfEveryScannedJPEG) {
 }
 
 TEST_F(Make, TakesEveryKindOfScannedPNG) {
-    const auto scans = sharedFiles / "corpus/scans";
+    const auto scans = sharedFolder() / "corpus/scans";
     if (!std::filesystem::exists(scans)) {
         GTEST_SKIP() << "the shared scans are not here";
     }

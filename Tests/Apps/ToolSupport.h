@@ -3,6 +3,7 @@
 
 #include "Platform/Foundation/Bytes.h"
 #include "Support/Command.h"
+#include "Support/Places.h"
 #include "Support/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -16,9 +17,8 @@
 
 namespace orvex::test {
 
-inline const std::string toolPath = ORVEX_BINARY_DIR "/bin/orvexpdf";
-inline const std::filesystem::path sampleScans = std::filesystem::path(ORVEX_PROJECT_DIR) / "Examples/scans";
-inline const std::filesystem::path sharedFiles = std::filesystem::path(ORVEX_PROJECT_DIR) / "../shared";
+inline const std::string toolPath = (programFolder() / "orvexpdf").string();
+inline const std::filesystem::path sampleScans = projectFolder() / "Examples/scans";
 
 /// What the documented exit codes mean.
 enum Exit { done = 0, other = 1, usage = 2, unreadable = 3, unusable = 4, locked = 5, notWritten = 6 };

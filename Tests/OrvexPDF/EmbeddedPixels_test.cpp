@@ -8,6 +8,7 @@
 #include "Support/ImageFixture.h"
 #include "Support/ImagePage.h"
 #include "Support/PDFFixture.h"
+#include "Support/Places.h"
 #include "Support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -159,7 +160,7 @@ TEST(EmbeddedPixels, ThroughAProfileAgreeWithPopplers) {
 /// Files of the shared collection; the second one's data refer to segments that stand apart.
 TEST(EmbeddedPixels, OfJBIG2DataAgreeWithPopplers) {
     for (const std::string name : {"linn.pdf", "jbig2_baddevicen.pdf"}) {
-        const auto path = std::filesystem::path(ORVEX_PROJECT_DIR) / "../shared/corpus/scans" / name;
+        const auto path = test::sharedFolder() / "corpus/scans" / name;
         if (!std::filesystem::exists(path)) {
             GTEST_SKIP() << "the shared collection of files is not there";
         }

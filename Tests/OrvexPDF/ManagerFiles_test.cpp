@@ -1,5 +1,6 @@
 #include "ManagerSupport.h"
 #include "Support/Command.h"
+#include "Support/Places.h"
 #include "Support/TempFolder.h"
 
 #include <algorithm>
@@ -11,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path sharedFiles = fs::path(ORVEX_PROJECT_DIR) / "../shared/corpus";
+const fs::path sharedFiles = sharedFolder() / "corpus";
 
 /// Every `step`-th PDF of a folder, by name.
 std::vector<fs::path> filesOf(const fs::path& folder, std::size_t step) {

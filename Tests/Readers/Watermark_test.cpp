@@ -3,6 +3,7 @@
 #include "OrvexPDF/Page.h"
 #include "Support/Command.h"
 #include "Support/PDFFixture.h"
+#include "Support/Places.h"
 #include "Support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +19,6 @@ namespace {
 
 /// Pictures are compared at Chromium's natural size.
 constexpr std::int64_t viewerDPI = 96;
-const std::string nodeModules = std::string(ORVEX_PROJECT_DIR) + "/build/readers/node_modules";
 
 BitmapPtr pictureIn(const std::string& path) {
     const auto image = Image::fromData(readFile(path));
@@ -99,9 +99,9 @@ struct Viewer {
 };
 
 std::vector<Viewer> viewers() {
-    const std::string chromium = "node " +
-                                 test::quoted(std::string(ORVEX_PROJECT_DIR) + "/Tests/Readers/chromium_page.mjs") +
-                                 " " + test::quoted(nodeModules) + " \"$(command -v chromium)\" page.pdf Chromium.png";
+    const std::string chromium = "node " + test::quoted(test::projectFolder() / "Tests/Readers/chromium_page.mjs") +
+                                 " " + test::quoted(test::nodeModules()) +
+                                 " \"$(command -v chromium)\" page.pdf Chromium.png";
     return {{"poppler", "pdftoppm", "pdftoppm -r 96 -png -singlefile page.pdf poppler"},
             {"MuPDF", "mutool", "mutool draw -q -r 96 -o MuPDF.png page.pdf"},
             {"Chromium", "chromium", chromium}};

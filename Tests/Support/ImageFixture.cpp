@@ -2,6 +2,7 @@
 
 #include "Platform/Imaging/Codecs.h"
 #include "Support/Command.h"
+#include "Support/Places.h"
 #include "Support/TempFolder.h"
 
 #include <algorithm>
@@ -217,7 +218,7 @@ std::string exifBlock(int orientation, std::uint32_t resolution, int unit, bool 
 }
 
 std::filesystem::path scan(const std::string& name) {
-    const auto path = std::filesystem::path(ORVEX_PROJECT_DIR) / "../shared/corpus/scans" / name;
+    const auto path = sharedFolder() / "corpus/scans" / name;
     return std::filesystem::exists(path) ? path : std::filesystem::path{};
 }
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Strings.h"
 #include "Support/Command.h"
+#include "Support/Places.h"
 
 #include <gtest/gtest.h>
 
@@ -14,15 +15,16 @@ namespace orvex::test {
 
 namespace {
 
-const std::string scripts = std::string(ORVEX_PROJECT_DIR) + "/Tests/Readers/";
-const std::string qtpdfText = std::string(ORVEX_BINARY_DIR) + "/bin/qtpdf_text";
+const std::string scripts = (projectFolder() / "Tests/Readers").string() + "/";
+const std::string pdfjs = (nodeModules() / "pdfjs-dist").string();
+const std::string qtpdfText = (programFolder() / "qtpdf_text").string();
 
 std::string command(Reader reader) {
     switch (reader) {
     case Reader::pdfium:
         return quoted(qtpdfText);
     case Reader::pdfjs:
-        return "node " + quoted(scripts + "pdfjs_text.mjs") + " " + quoted(ORVEX_PDFJS_DIR);
+        return "node " + quoted(scripts + "pdfjs_text.mjs") + " " + quoted(pdfjs);
     default:
         return "python3 -B " + quoted(scripts + "read_text.py") + " " + name(reader);
     }
@@ -40,7 +42,7 @@ bool isInstalled(Reader reader) {
     case Reader::pdfium:
         return std::filesystem::exists(qtpdfText);
     case Reader::pdfjs:
-        return hasProgram("node") && std::filesystem::exists(ORVEX_PDFJS_DIR);
+        return hasProgram("node") && std::filesystem::exists(pdfjs);
     }
     return false;
 }

@@ -2,6 +2,7 @@
 #include "Platform/Imaging/Codecs.h"
 #include "Platform/PDF/PDFDocument.h"
 #include "Support/Command.h"
+#include "Support/Places.h"
 #include "Support/SavedDocument.h"
 #include "Support/TempFolder.h"
 
@@ -17,7 +18,7 @@ namespace {
 using test::SavedDocument;
 
 std::filesystem::path scans() {
-    return std::filesystem::path(ORVEX_PROJECT_DIR) / ".." / "shared" / "corpus" / "scans";
+    return test::sharedFolder() / "corpus/scans";
 }
 
 std::shared_ptr<PDFDocument> documentOf(const std::vector<ImagePtr>& images) {

@@ -4,6 +4,7 @@
 #include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 #include "Platform/Text/Font.h"
+#include "Support/Places.h"
 
 #include <qpdf/QPDF.hh>
 
@@ -362,7 +363,7 @@ int readInAllFonts(const std::filesystem::path& path, std::string_view bytes) {
 }
 
 TEST(TextFont, EveryFontOfRealFilesTakesAnyBytes) {
-    const std::filesystem::path folder = ORVEX_PROJECT_DIR "/../shared/corpus/mixed";
+    const auto folder = test::sharedFolder() / "corpus/mixed";
     if (!std::filesystem::is_directory(folder)) {
         GTEST_SKIP() << "the shared collection of mixed files is absent";
     }
