@@ -1,32 +1,21 @@
-// Writes the seeds: small valid inputs of every kind that we can make, in a folder per target.
-// Usage: make_seeds FOLDER
+// Writes the seeds. Usage: make_seeds FOLDER
+#include "Parts.h"
+#include "RichFile.h"
+#include "Seeds.h"
+
 #include "OrvexPDF/Document.h"
 #include "OrvexPDF/FoundContent.h"
 #include "OrvexPDF/Page.h"
 #include "OrvexPDF/SqueezeMode.h"
-#include "Platform/Imaging/Codecs.h"
-#include "Support/ImageFixture.h"
+#include "Platform/PDF/GlyphlessTrueType_p.h"
 #include "Support/PDFFixture.h"
 
+#include <array>
 #include <cstdio>
-#include <filesystem>
+
+namespace orvex::fuzz {
 
 namespace {
-
-using namespace orvex;
-
-class Seeds {
-public:
-    explicit Seeds(std::filesystem::path folder) : folder_(std::move(folder)) {}
-    void add(const std::string& target, const Bytes& bytes) {
-        std::filesystem::create_directories(folder_ / target);
-        test::writeFile(folder_ / target / ("seed-" + std::to_string(++count_)), bytes);
-    }
-
-private:
-    std::filesystem::path folder_;
-    int count_ = 0;
-};
 
 OrvexFoundPage foundPage() {
     OrvexFoundPage page(OrvexFoundSize(300, 200));
@@ -36,53 +25,17 @@ OrvexFoundPage foundPage() {
     return page;
 }
 
-std::vector<Bytes> pictures() {
-    std::vector<Bytes> all;
-    for (const auto model : {ColorModel::gray, ColorModel::rgb, ColorModel::cmyk}) {
-        all.push_back(*encodeJPEG(test::makePhoto(24, 16, model), {}));
-    }
-    for (const int bits : {8, 16}) {
-        all.push_back(*encodePNG(test::makePhoto(12, 9, ColorModel::rgb, bits), {}));
-        all.push_back(*encodePNG(test::makePhoto(12, 9, ColorModel::gray, bits, Alpha::straight), {}));
-    }
-    all.push_back(*encodePNG(test::makeLineArt(33, 20), {}));
-    all.push_back(*encodePNG(test::makeFlat(20, 20, 5), {}));
-    return all;
-}
-
-/// Everything that a file may hold besides pages, in small.
-std::string richFile() {
-    return test::pdfFromObjects(
-        {"<< /Type /Catalog /Pages 2 0 R /Outlines 8 0 R /Dests << /d [3 0 R /Fit] >> /AcroForm << /Fields [7 0 R] "
-         "/DA (/F1 9 Tf) >> /PageLabels << /Nums [0 << /S /r >> 1 << /S /D >>] >> /Names << /EmbeddedFiles << /Names "
-         "[(a.txt) << /Type /Filespec /F (a.txt) /EF << /F 10 0 R >> >>] >> >> /OCProperties << /OCGs [11 0 R] /D << "
-         "/Order [11 0 R] >> >> /StructTreeRoot 12 0 R >>",
-         "<< /Type /Pages /Kids [3 0 R 4 0 R] /Count 2 /MediaBox [0 0 300 200] /Rotate 90 >>",
-         "<< /Type /Page /Parent 2 0 R /Contents [5 0 R 5 0 R] /StructParents 0 /Resources << /Font << /F1 6 0 R >> "
-         "/Properties << /O 11 0 R >> >> /Annots [7 0 R << /Type /Annot /Subtype /Link /Rect [0 0 9 9] /Dest [4 0 R "
-         "/Fit] >>] >>",
-         "<< /Type /Page /Parent 2 0 R /Contents 5 0 R /Resources << /Font << /F1 6 0 R >> >> >>",
-         test::streamBody("q /OC /O BDC BT /F1 12 Tf 20 100 Td [(He) -20 (llo)] TJ ET EMC Q"),
-         "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding << /Differences [65 /uni0416 /f_i] >> >>",
-         "<< /Type /Annot /Subtype /Widget /FT /Tx /T (name) /V (value) /Rect [20 20 90 40] /P 3 0 R /AP << /N 13 0 R "
-         ">> "
-         ">>",
-         "<< /Type /Outlines /First 9 0 R /Last 9 0 R /Count 1 >>",
-         "<< /Title (One) /Parent 8 0 R /A << /S /GoTo /D (d) >> >>", test::streamBody("attached"),
-         "<< /Type /OCG /Name (Layer) >>",
-         "<< /Type /StructTreeRoot /K << /S /P /Pg 3 0 R /K 0 >> /ParentTree << /Nums [0 []] >> >>",
-         test::streamBody("BT /F1 9 Tf (value) Tj ET", "/Type /XObject /Subtype /Form /BBox [0 0 70 20]")});
-}
-
-void documents(Seeds& seeds) {
-    seeds.add("document", Bytes(richFile()));
-    seeds.add("document", test::pdfFromPages({{test::showing("one")}, {test::showing("two"), "[-9 -9 99 99]"}}));
-    const auto page = OrvexPDFPage::fromImage(Image::fromData(pictures().front()));
+void addDocuments(Seeds& seeds) {
+    const auto page = OrvexPDFPage::fromImage(Image::fromData(smallJPEG()));
     page->foundPage = std::make_shared<const OrvexFoundPage>(foundPage());
-    seeds.add("document", *page->createDocumentFromPage()->dataRepresentation());
+    for (const char* target : {"document", "saving"}) {
+        seeds.add(target, Bytes(richFile()));
+        seeds.add(target, test::pdfFromPages({{test::showing("one")}, {test::showing("two"), "[-9 -9 99 99]"}}));
+        seeds.add(target, *page->createDocumentFromPage()->dataRepresentation());
+    }
 }
 
-void contents(Seeds& seeds) {
+void addContents(Seeds& seeds) {
     for (const char* content :
          {"q 1 0 0 1 72 720 cm BT /F1 12 Tf 1 0 0 1 0 0 Tm [(kerned) -250 (text)] TJ T* (next) ' 1 2 (set) \" ET Q",
           "/Span << /ActualText <FEFF0041> >> BDC BT 3 Tr /F1 9 Tf 50 Tz 2 Ts (a\\(b\\)\\101) Tj ET EMC /X Do",
@@ -91,19 +44,49 @@ void contents(Seeds& seeds) {
     }
 }
 
-} // namespace
+constexpr const char* toUnicode =
+    "1 begincodespacerange <00> <FF> endcodespacerange 2 beginbfchar <41> <0416> <42> <D83DDE00> endbfchar\n"
+    "2 beginbfrange <43> <45> <0061> <46> <47> [<00660066> <0041>] endbfrange 1 beginbfchar <48> <0000> endbfchar";
+constexpr const char* wideToUnicode = "1 begincodespacerange <0000> <FFFF> endcodespacerange\n"
+                                      "1 beginbfrange <0001> <0009> <05D0> endbfrange";
+constexpr const char* encoding =
+    "/Identity-H usecmap 2 begincodespacerange <00> <7F> <8140> <FEFE> endcodespacerange /WMode 1 def\n"
+    "1 begincidrange <8140> <817E> 100 endcidrange 1 begincidchar <20> 1 endcidchar\n"
+    "1 beginnotdefrange <00> <1F> 1 endnotdefrange";
+constexpr const char* typeOne =
+    "%!PS-AdobeFont-1.0: A\n/FontName /A def /FontMatrix [0.001 0 0 0.001 0 0] readonly def "
+    "/FontBBox {0 -200 1000 800} def\n/Encoding 256 array 0 1 255 {1 index exch /.notdef "
+    "put} for dup 65 /alpha put readonly def currentdict end\ncurrentfile eexec";
 
-int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
-        return 2;
-    }
-    Seeds seeds(argv[1]);
-    documents(seeds);
-    contents(seeds);
-    for (const auto& picture : pictures()) {
-        seeds.add("image", picture);
-    }
+void addTexts(Seeds& seeds) {
+    constexpr std::array advances{1000, 500, 250};
+    const std::string program = makeGlyphlessTrueType(advances);
+    const std::string shown = "BT /F1 12 Tf 72 700 Td (ABC) Tj 0 -14 Td [(DE) -300 (FG)] TJ /F2 9 Tf 14 TL T* "
+                              "<000100020003> Tj 90 Tz 2 Tc 3 Tw /F3 10 Tf (a b) ' ET /X Do";
+    const std::string turned = "q 0 1 -1 0 300 300 cm BT /F3 8 Tf 1 0.2 0 1 5 5 Tm (up) Tj ET Q 10 10 50 50 re W n "
+                               "/Span << /ActualText (x) >> BDC BT /F3 8 Tf 20 20 Td (in) Tj ET EMC";
+    seeds.add("text", joined({shown, toUnicode, encoding,
+                              "/Subtype /Type1 /BaseFont /B /Encoding << /BaseEncoding /WinAnsiEncoding /Differences "
+                              "[65 /Aacute /uni0416 /f_f_i /afii10017] >> /FirstChar 65 /Widths [500 250.5 1000] "
+                              "/FontDescriptor << /Ascent 800 /Descent -200 /MissingWidth 300 >>",
+                              program}));
+    seeds.add("text",
+              joined({turned, wideToUnicode, encoding,
+                      "/Subtype /TrueType /BaseFont /B /FontDescriptor << /Flags 4 /FontFile2 10 0 R >>", program}));
+    seeds.add("text",
+              joined({turned, toUnicode, "", "/Subtype /Type1 /FontDescriptor << /FontFile 10 0 R >>", typeOne}));
+    seeds.add("text", joined({shown, toUnicode, "",
+                              "/Subtype /Type3 /FontBBox [0 0 1 1] /FontMatrix [0.01 0 0 0.01 0 0] /CharProcs << /a 4 "
+                              "0 R >> /Encoding << /Differences [97 /a] >> /FirstChar 97 /Widths [60]",
+                              ""}));
+    seeds.add("text", joined({shown, wideToUnicode, "",
+                              "/Subtype /Type0 /BaseFont /C /Encoding /UniJIS-UTF16-H /DescendantFonts [<< /Subtype "
+                              "/CIDFontType0 /CIDSystemInfo << /Registry (Adobe) /Ordering (Japan1) /Supplement 6 >> "
+                              ">>]",
+                              ""}));
+}
+
+void addJSON(Seeds& seeds) {
     OrvexFoundDocument found;
     found.source = "scanner";
     found.pages = {foundPage(), OrvexFoundPage()};
@@ -112,5 +95,22 @@ int main(int argc, char** argv) {
     for (const auto& mode : squeezeModes()) {
         seeds.add("squeeze_json", mode->toData());
     }
+}
+
+} // namespace
+
+} // namespace orvex::fuzz
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+        return 2;
+    }
+    orvex::fuzz::Seeds seeds(argv[1]);
+    orvex::fuzz::addDocuments(seeds);
+    orvex::fuzz::addContents(seeds);
+    orvex::fuzz::addTexts(seeds);
+    orvex::fuzz::addPictures(seeds);
+    orvex::fuzz::addJSON(seeds);
     return 0;
 }

@@ -1,4 +1,4 @@
-// Encoded images: headers, pixels, reduction, and as the page of a document.
+// Encoded images of the one format that the program is for: headers, pixels, reduction, and as the page of a document.
 #include "Target.h"
 
 #include "OrvexPDF/Document.h"
@@ -34,6 +34,9 @@ void putOnPage(const ImagePtr& image) {
 } // namespace
 
 void run(const Bytes& input) {
+    if (sniffImageFormat(input.span()) != ImageFormat::ORVEX_FUZZ_FORMAT) {
+        return;
+    }
     try {
         const auto image = Image::fromData(input);
         putOnPage(image);
