@@ -7,8 +7,8 @@
 #include "Output.h"
 #include "PageRange.h"
 #include "Platform/Foundation/JSON.h"
+#include "Platform/Foundation/Workers.h"
 #include "Progress.h"
-#include "Workers.h"
 
 #include <CLI/CLI.hpp>
 

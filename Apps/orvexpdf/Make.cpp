@@ -7,8 +7,8 @@
 #include "OrvexPDF/Manager.h"
 #include "Output.h"
 #include "Platform/Foundation/Strings.h"
+#include "Platform/Foundation/Workers.h"
 #include "Progress.h"
-#include "Workers.h"
 
 #include <CLI/CLI.hpp>
 

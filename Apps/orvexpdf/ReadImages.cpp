@@ -5,8 +5,8 @@
 #include "Interrupt.h"
 #include "Messages.h"
 #include "Platform/Foundation/Strings.h"
+#include "Platform/Foundation/Workers.h"
 #include "Platform/Imaging/Codecs.h"
-#include "Workers.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,9 +6,9 @@
 #include "OpenPDF.h"
 #include "PageRange.h"
 #include "Platform/Foundation/Strings.h"
+#include "Platform/Foundation/Workers.h"
 #include "Platform/Imaging/Codecs.h"
 #include "Progress.h"
-#include "Workers.h"
 
 #include <CLI/CLI.hpp>
 

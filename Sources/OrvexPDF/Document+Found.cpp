@@ -1,4 +1,5 @@
 #include "OrvexPDF/Document.h"
+#include "Platform/Foundation/Workers.h"
 
 namespace orvex {
 
@@ -14,13 +15,10 @@ OrvexFoundPage storedOrExtracted(const OrvexPDFPage& page) {
 }
 
 OrvexFoundDocument assemble(const OrvexPDFDocument& document, OrvexFoundPage (*found)(const OrvexPDFPage&)) {
-    OrvexFoundDocument result{document.author(), document.creator(), "pdf", std::vector<OrvexFoundPage>()};
     const auto pages = document.orvexPages();
-    result.pages->reserve(pages.size());
-    for (const auto& page : pages) {
-        result.pages->push_back(found(*page));
-    }
-    return result;
+    std::vector<OrvexFoundPage> foundPages(pages.size());
+    forEachInParallel(pages.size(), [&](std::size_t i) { foundPages[i] = found(*pages[i]); });
+    return {document.author(), document.creator(), "pdf", std::move(foundPages)};
 }
 
 } // namespace

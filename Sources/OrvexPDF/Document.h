@@ -43,7 +43,7 @@ public:
     [[nodiscard]] OrvexPDFPagePtr orvexPage(std::int64_t at) const;
 
     /// Document+Found.cpp: the text of every library page, read anew. Author, creator, source ("pdf") and pages are
-    /// there even when they are empty.
+    /// there even when they are empty. Pages are read side by side on threads of its own; none changes meanwhile.
     [[nodiscard]] OrvexFoundDocument extractFoundDocument() const;
     /// The same, but a page whose own found page holds items gives that one as it is.
     [[nodiscard]] OrvexFoundDocument foundDocument() const;

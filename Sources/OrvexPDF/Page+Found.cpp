@@ -1,3 +1,4 @@
+#include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Page.h"
 
 #include <vector>
@@ -5,6 +6,17 @@
 namespace orvex {
 
 namespace {
+
+/// A page that cannot be read is one without text: the others of its document are to be had all the same.
+std::vector<TextLine> linesOrNone(const PDFPage& page) {
+    try {
+        return page.textLines();
+    } catch (const std::exception& failure) {
+        moduleLogger().log(LogLevel::warning, "Page", "extractFoundPage()",
+                           [&] { return std::string("text of a page not read: ") + failure.what(); });
+        return {};
+    }
+}
 
 OrvexFoundPage foundPageOf(const Rect& media, std::vector<TextLine>&& lines) {
     OrvexFoundPage found{OrvexFoundSize(media.size())};
@@ -20,11 +32,11 @@ OrvexFoundPage foundPageOf(const Rect& media, std::vector<TextLine>&& lines) {
 } // namespace
 
 OrvexFoundPage OrvexPDFPage::extractFoundPage() const {
-    return foundPageOf(bounds(PDFDisplayBox::media), textLines());
+    return foundPageOf(bounds(PDFDisplayBox::media), linesOrNone(*this));
 }
 
 OrvexFoundPage OrvexPDFPage::extractTextLayer() const {
-    auto lines = textLines();
+    auto lines = linesOrNone(*this);
     std::erase_if(lines, [](const TextLine& line) { return !line.isLayerItem; });
     return foundPageOf(bounds(PDFDisplayBox::media), std::move(lines));
 }

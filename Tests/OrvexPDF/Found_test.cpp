@@ -105,6 +105,35 @@ TEST(ExtractFoundDocument, PassesOverWhatIsStored) {
     EXPECT_EQ(document->extractFoundDocument().pages->at(0).items->at(0).text, "A");
 }
 
+TEST(ExtractFoundDocument, ManyPagesReadSideBySideStayInOrder) {
+    std::vector<test::FixturePage> pages;
+    for (int i = 0; i < 300; ++i) {
+        pages.push_back({showing(std::to_string(i))});
+    }
+    const auto document = documentOf(pages);
+    const auto found = document->extractFoundDocument();
+    ASSERT_EQ(found.pages->size(), pages.size());
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+        EXPECT_EQ(found.pages->at(i).items->at(0).text, std::to_string(i));
+    }
+    EXPECT_EQ(document->extractFoundDocument(), found);
+}
+
+TEST(ExtractFoundDocument, APageThatFailsLeavesTheOthersTheirText) {
+    const auto document = documentOf({{showing("A")}, {showing("B")}, {showing("C")}});
+    const auto fails = std::make_shared<const std::function<void(PDFDisplayBox, GraphicsContext&)>>(
+        [](PDFDisplayBox, GraphicsContext&) { throw std::runtime_error("cannot be drawn"); });
+    const auto content = document->orvexPage(1)->content();
+    document->removePage(1);
+    document->insertPage(std::make_shared<OrvexPDFPage>(content, PDFPageLayers{fails}), 1);
+    const auto found = document->extractFoundDocument();
+    ASSERT_EQ(found.pages->size(), 3U);
+    EXPECT_EQ(found.pages->at(0).items->at(0).text, "A");
+    EXPECT_EQ(found.pages->at(1), document->orvexPage(1)->extractFoundPage());
+    EXPECT_TRUE(found.pages->at(1).items->empty());
+    EXPECT_EQ(found.pages->at(2).items->at(0).text, "C");
+}
+
 TEST(FoundDocument, PrefersStoredPagesThatHoldItems) {
     const auto document = documentOf({{showing("A")}, {showing("B")}, {showing("C")}, {showing("D")}});
     document->orvexPage(0)->foundPage = stored({});

@@ -1,4 +1,4 @@
-#include "Workers.h"
+#include "Platform/Foundation/Workers.h"
 
 #include <algorithm>
 #include <atomic>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace orvex::tool {
+namespace orvex {
 
 namespace {
 
@@ -137,6 +137,10 @@ void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>
 
 void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
                     const std::function<void(const std::string&)>& consume) {
+    if (count == 1) {
+        consume(produce(0)); // starting a thread takes longer than most pages
+        return;
+    }
     const auto cores = std::max<std::size_t>(std::thread::hardware_concurrency(), 1);
     Row row(count, produce);
     std::vector<std::jthread> helpers;
@@ -153,4 +157,4 @@ void forEachInOrder(std::size_t count, const std::function<std::string(std::size
     }
 }
 
-} // namespace orvex::tool
+} // namespace orvex

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-namespace orvex::tool {
+namespace orvex {
 
 /// Calls work(0) to work(count - 1), several at a time, and returns when all are done. After a failure no new piece is
 /// started; the failure of the first piece, in their order, is thrown.
@@ -16,4 +16,4 @@ void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>
 void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
                     const std::function<void(const std::string&)>& consume);
 
-} // namespace orvex::tool
+} // namespace orvex
