@@ -158,6 +158,15 @@ def by_text(lines):
     return index
 
 
+def clusters(lines):
+    """Groups of lines that are the same, each of them as another one of its group."""
+    groups = []
+    for line in lines:
+        same = [group for group in groups if any(same_line(line, other) for other in group)]
+        groups = [group for group in groups if group not in same] + [[line, *(other for group in same for other in group)]]
+    return groups
+
+
 def line_score(pages, others):
     """Lines that two of three have are the majority's; each counts once."""
     hits = mine = theirs = 0
@@ -167,14 +176,9 @@ def line_score(pages, others):
         has = lambda index, line: any(overlap(line.box, other.box) >= 0.5 for other in index.get(line.text, ()))
         hits += sum(sum(has(index, line) for index in indices) >= 2 for line in lines)
         mine += len(lines)
-        majority = []
-        for i, other in enumerate(others):
-            for line in other[page]:
-                backed = any(has(indices[j], line) for j in range(len(others)) if j != i)
-                known = any(same_line(line, earlier) for earlier in by_text(majority).get(line.text, ())) if backed else 1
-                if line.text and backed and not known:
-                    majority.append(line)
-        theirs += len(majority)
+        backed = [line for i, other in enumerate(others) for line in other[page]
+                  if line.text and any(has(indices[j], line) for j in range(len(others)) if j != i)]
+        theirs += sum(len(clusters(same)) for same in by_text(backed).values())
     return min(1.0, score(hits, mine, theirs))
 
 

@@ -151,6 +151,10 @@ std::optional<float> FontProgram::advance(std::uint32_t glyph) const {
     return static_cast<float>(face->glyph->metrics.horiAdvance) / static_cast<float>(face->units_per_EM);
 }
 
+bool FontProgram::statesLineHeights() const {
+    return FT_IS_SFNT(implementation_->opened.get());
+}
+
 float FontProgram::ascent() const {
     FT_Face face = implementation_->opened.get();
     return face->units_per_EM == 0 ? 0 : static_cast<float>(face->ascender) / static_cast<float>(face->units_per_EM);

@@ -34,6 +34,8 @@ public:
     [[nodiscard]] std::optional<float> advance(std::uint32_t glyph) const;
     [[nodiscard]] float ascent() const;
     [[nodiscard]] float descent() const; ///< below zero
+    /// Whether these two are of lines; in other programs they are the bounds of all glyphs.
+    [[nodiscard]] bool statesLineHeights() const;
 
 private:
     struct Implementation;

@@ -28,6 +28,11 @@ bool isPlausible(const Heights& heights) {
     return isPlausibleAscent(heights.ascent) && isPlausibleDescent(heights.descent);
 }
 
+/// More than a line takes: what the tallest and the deepest glyph of the whole font reach, as its bounding box does.
+bool isTallerThanLines(const Heights& heights) {
+    return heights.ascent - heights.descent > 1.25F;
+}
+
 /// Of a font of drawn glyphs, which may have any scale.
 bool isPossible(const Heights& heights) {
     return heights.ascent > 0 && heights.ascent < 1e4F && heights.descent > -1e4F && heights.descent < heights.ascent;
@@ -113,6 +118,14 @@ TextFontHeights TextFontBuilder::heightsElsewhere() {
     return usualHeights;
 }
 
+TextFontHeights TextFontBuilder::heightsOfLines() {
+    if (program() != nullptr && program()->statesLineHeights()) {
+        const Heights stated{program()->ascent(), program()->descent()};
+        return isPlausible(stated) ? stated : usualHeights;
+    }
+    return usualHeights;
+}
+
 void TextFontBuilder::readHeights() {
     const auto keep = [this](const Heights& heights) {
         made_->ascent_ = heights.ascent;
@@ -137,6 +150,9 @@ void TextFontBuilder::readHeights() {
         const Heights others = heightsElsewhere();
         keep({isPlausibleAscent(ascent) ? ascent : others.ascent,
               isPlausibleDescent(descent) ? descent : others.descent});
+    }
+    if (isTallerThanLines({made_->ascent_, made_->descent_})) {
+        keep(heightsOfLines());
     }
 }
 

@@ -47,6 +47,7 @@ private:
     void readHeights();
     /// What stands in for a descriptor that is silent or lies.
     TextFontHeights heightsElsewhere();
+    TextFontHeights heightsOfLines();
     [[nodiscard]] float scaleOfAdvances() const;
     /// What the file embeds; null when there is nothing that FreeType reads.
     FontProgram* program();

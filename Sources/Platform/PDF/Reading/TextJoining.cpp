@@ -83,7 +83,8 @@ private:
             if (gap < -mostOverlap * em) {
                 return Fit::over;
             }
-            return gap <= (areNeighbours(line, fragment) ? neighboursGap : strangersGap) * em ? Fit::next : Fit::none;
+            const double most = areNeighbours(line, fragment) ? neighboursGap : strangersGap;
+            return gap <= most * std::min(line.em, fragment.em) ? Fit::next : Fit::none;
         }
         const bool raised = smaller < raisedSize * larger && rise <= raisedBaseline * larger;
         return raised && gap <= raisedGap * em && gap >= -raisedOverlap * smaller ? Fit::next : Fit::none;

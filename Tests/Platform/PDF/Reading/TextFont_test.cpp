@@ -176,6 +176,10 @@ TEST(TextFont, HeightsAreThoseOfTheDescriptorWhenTheyCanBe) {
                 Pointwise(FloatEq(), {0.9F, -0.22F}));
     EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 700 /Descent 0 >> >>"),
                 Pointwise(FloatEq(), {0.7F, -0.22F}));
+    EXPECT_THAT(heights("<< /Subtype /TrueType /FontDescriptor << /Ascent 1232 /Descent -793 "
+                        "/FontBBox [-779 -793 1665 1232] >> >>"),
+                Pointwise(FloatEq(), {0.9F, -0.22F}))
+        << "the reach of all glyphs is no line's height";
     EXPECT_THAT(heights("<< /Subtype /Type1 /BaseFont /Helvetica >>"), Pointwise(FloatEq(), {0.718F, -0.207F}));
     EXPECT_THAT(heights("<< /Subtype /Type3 /FontMatrix [0.1 0 0 -0.1 0 0] /FontBBox [0 -8 10 2] >>"),
                 Pointwise(FloatEq(), {0.8F, -0.2F}));

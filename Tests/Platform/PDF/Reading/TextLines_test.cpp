@@ -113,6 +113,41 @@ TEST(TextLines, ColumnsStayApart) {
                 ElementsAre("left one", "left two", "right one", "right two"));
 }
 
+TEST(TextLines, SmallLettersBesideLargeOnesArePartedByGapsOfTheirOwnSize) {
+    EXPECT_THAT(read("BT /F1 5 Tf 72 700 Td (14:55) Tj /F1 10 Tf 19 0 Td (Name) Tj ET"), ElementsAre("14:55", "Name"));
+    EXPECT_THAT(read("BT /F1 5 Tf 72 700 Td (14:55) Tj /F1 10 Tf 14 0 Td (Name) Tj ET"), ElementsAre("14:55 Name"));
+}
+
+TEST(TextLines, WhatStandsOnTheBlankBeforeItGoesOn) {
+    EXPECT_THAT(read("BT /F1 10 Tf 10 Tw 1 0 0 1 72 700 Tm (This ) Tj 1 0 0 1 93 700 Tm (agrees) Tj ET"),
+                ElementsAre("This agrees"));
+    EXPECT_THAT(read("BT /F1 10 Tf 1 0 0 1 72 700 Tm (That) Tj 1 0 0 1 82 700 Tm (differs) Tj ET"),
+                ElementsAre("That", "differs"));
+}
+
+TEST(TextLines, LeadersBelongToTheirLine) {
+    EXPECT_THAT(
+        read("BT /F1 10 Tf 72 700 Td (Income) Tj 45 0 Td (.) Tj 13 0 Td (.) Tj 13 0 Td (.) Tj 40 0 Td (12) Tj ET"),
+        ElementsAre("Income . . .", "12"));
+}
+
+TEST(TextLines, TablesAreReadRowByRowAsTheContentShowsThem) {
+    EXPECT_THAT(read("BT /F1 10 Tf 72 700 Td (Item) Tj 120 0 Td (Price) Tj 80 0 Td (Sum) Tj -200 -14 Td (Paper) Tj "
+                     "120 0 Td (4.50) Tj 80 0 Td (9.00) Tj -200 -14 Td (Ink, black) Tj 120 0 Td (12.00) Tj ET"),
+                ElementsAre("Item", "Price", "Sum", "Paper", "4.50", "9.00", "Ink, black", "12.00"));
+}
+
+TEST(TextLines, FootnotesFollowTheTextAndKeepTheirMarks) {
+    EXPECT_THAT(read("BT /F1 10 Tf 72 700 Td (as was shown) Tj /F1 6 Tf 4 Ts (1) Tj 0 Ts /F1 10 Tf ( before.) Tj "
+                     "/F1 6 Tf 1 0 0 1 72 80 Tm 3 Ts (1) Tj 0 Ts /F1 8 Tf ( By others.) Tj ET"),
+                ElementsAre("as was shown1 before.", "1 By others."));
+}
+
+TEST(TextLines, ListsKeepTheirMarksUnlessTheyStandInAColumnOfTheirOwn) {
+    EXPECT_THAT(read("BT /F1 10 Tf 72 700 Td (\\225) Tj 9 0 Td (near) Tj -9 -14 Td (1.) Tj 30 0 Td (far) Tj ET"),
+                ElementsAre("• near", "1.", "far"));
+}
+
 TEST(TextLines, PiecesOfALineComeTogetherWhateverTheirOrder) {
     EXPECT_THAT(read("BT /F1 10 Tf 1 0 0 1 100 700 Tm (world) Tj 1 0 0 1 72 686 Tm (below) Tj "
                      "1 0 0 1 72 700 Tm (Hello,) Tj ET"),
