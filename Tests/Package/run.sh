@@ -42,6 +42,7 @@ flags() { PKG_CONFIG_PATH=$pc pkg-config "$@" orvexpdf; }
 c++ -std=c++20 $(flags --cflags) "$program" -o "$scratch/consumer" $(flags --libs)
 makes_a_searchable_pdf env LD_LIBRARY_PATH="$(flags --variable=libdir)" "$scratch/consumer"
 "$prefix/bin/orvexpdf" --help >"$scratch/help.log" || fail "the installed tool does not start"
+"$prefix/bin/orvexpdf" render "$scratch/out.pdf" --page 1 -o "$scratch/page.png" || fail "the installed tool does not render"
 
 include=$(flags --variable=includedir)
 cd "$include"

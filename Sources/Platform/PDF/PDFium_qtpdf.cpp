@@ -1,7 +1,6 @@
-// PDFium through Qt PDF. It needs no application object, but it is not safe for threads: one lock around all of it.
-#include "Platform/PDF/PDFium_p.h"
-
-#include "Platform/PDF/PDFSource_p.h"
+// PDFium through Qt PDF, a module of its own. It needs no application object, but it is not safe for threads: one lock
+// around all of it.
+#include "Platform/PDF/PDFiumModule_p.h"
 
 #include <QtCore/QBuffer>
 #include <QtGui/QImage>
@@ -55,13 +54,13 @@ struct PDFium {
         return pdfium;
     }
 
-    QPdfDocument* open(const PDFSource& source, int page) {
+    QPdfDocument* open(const Bytes& file, const std::string& password, int page) {
         if (ended) {
             return nullptr;
         }
-        if (!last || !last->isOf(source.bytes())) {
+        if (!last || !last->isOf(file)) {
             last.reset();
-            last = std::make_unique<OpenFile>(source.bytes(), source.password());
+            last = std::make_unique<OpenFile>(file, password);
         }
         static const Ending ending; // made after Qt's statics, so destroyed before them
         return last->withPage(page);
@@ -142,26 +141,32 @@ std::optional<Bitmap> raster(QPdfDocument* document, int page, const PageRaster&
     return image.isNull() ? std::nullopt : std::optional(overWhite(image));
 }
 
-} // namespace
-
-std::optional<Bitmap> rasterPage(const PDFSource& source, int page, const PageRaster& request) {
+std::optional<Bitmap> rasterOfPage(const Bytes& file, const std::string& password, int page,
+                                   const PageRaster& request) {
     PDFium& pdfium = PDFium::shared();
     const std::lock_guard lock(pdfium.mutex);
-    return raster(pdfium.open(source, page), page, request);
+    return raster(pdfium.open(file, password, page), page, request);
 }
 
-std::optional<Bitmap> rasterFirstPage(const Bytes& file, const PageRaster& request) {
+std::optional<Bitmap> rasterOfFirstPage(const Bytes& file, const PageRaster& request) {
     const std::lock_guard lock(PDFium::shared().mutex);
     OpenFile open(file, {});
     return raster(open.withPage(0), 0, request);
 }
 
-void closeInPDFium(const PDFSource& source) {
+void closeFile(const Bytes& file) {
     PDFium& pdfium = PDFium::shared();
     const std::lock_guard lock(pdfium.mutex);
-    if (pdfium.last && pdfium.last->isOf(source.bytes())) {
+    if (pdfium.last && pdfium.last->isOf(file)) {
         pdfium.last.reset();
     }
+}
+
+} // namespace
+
+extern "C" const PDFiumModule* orvexPDFiumModule() {
+    static constexpr PDFiumModule entries{rasterOfPage, rasterOfFirstPage, closeFile};
+    return &entries;
 }
 
 } // namespace orvex
