@@ -25,6 +25,10 @@ void drawText(std::string_view text, const std::shared_ptr<const Font>& font, co
     context.drawText(text, font, rect.height, {0, 0, extent.width, extent.height}, mode);
 }
 
+bool runsLeftwards(char32_t c) {
+    return c >= firstRightToLeft && strongDirection(c) == StrongDirection::rightToLeft;
+}
+
 /// Whether an item can be read back from its place and its characters alone. Characters that are joined, or turned
 /// round for showing, may be read otherwise.
 bool speaksForItself(const PlacedText& item) {
@@ -35,7 +39,7 @@ bool speaksForItself(const PlacedText& item) {
     for (std::size_t at = 0; at < text.size();) {
         const char32_t c = nextCodePoint(text, at);
         const bool joined = c >= 0xFB00 && c <= 0xFEFF;
-        plain = plain && c >= 0x20 && !joined && strongDirection(c) != StrongDirection::rightToLeft;
+        plain = plain && c >= 0x20 && !joined && !runsLeftwards(c);
     }
     return plain && off < mostOff;
 }

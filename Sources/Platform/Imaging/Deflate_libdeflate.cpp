@@ -46,7 +46,7 @@ std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_
 }
 
 Bytes deflate(std::span<const std::uint8_t> data) {
-    constexpr int level = 9;
+    constexpr int level = 6;
     auto compressed = deflateZlib(data, level, 0);
     if (!compressed) {
         throw std::bad_alloc(); // without a limit nothing else fails

@@ -6,7 +6,7 @@
 
 #include <qpdf/QPDFObjectHandle.hh>
 
-#include <map>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,9 +29,9 @@ private:
         char32_t character;
         int width; ///< thousandths of an em
     };
-    int codeOf(char32_t character, const Font& measuring);
-    std::vector<Glyph> glyphs_; ///< in the order of first use; the first has code 1
-    std::map<char32_t, int> codes_;
+    std::uint16_t codeOf(char32_t character, const Font& measuring);
+    std::vector<Glyph> glyphs_;        ///< in the order of first use; the first has code 1
+    std::vector<std::uint16_t> codes_; ///< by character as far as the highest shown; 0: none yet
 };
 
 } // namespace orvex

@@ -15,6 +15,9 @@ namespace orvex {
 /// The line's direction is that of its first strong character.
 [[nodiscard]] std::u32string visualOrder(std::u32string_view logical);
 
+/// Hebrew's block; no character before it makes text run from right to left.
+inline constexpr char32_t firstRightToLeft = 0x590;
+
 enum class StrongDirection : signed char { leftToRight = -1, none = 0, rightToLeft = 1 };
 /// Which way a character alone makes text run.
 [[nodiscard]] StrongDirection strongDirection(char32_t codePoint);

@@ -55,6 +55,9 @@ bool takesNoRoom(char32_t codePoint) {
 }
 
 std::u32string visualOrder(std::u32string_view logical) {
+    if (std::ranges::all_of(logical, [](char32_t c) { return c < firstRightToLeft; })) {
+        return std::u32string(logical);
+    }
     std::vector<FriBidiChar> text(logical.begin(), logical.end());
     const auto types = bidiTypes(text);
     if (!hasRightToLeft(types)) {

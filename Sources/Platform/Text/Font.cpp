@@ -76,7 +76,19 @@ std::shared_ptr<const Font> Font::require(std::string_view name) {
                "\". Install one, on Debian: apt-get install fonts-urw-base35 (or fonts-liberation).");
 }
 
+Font::Font(std::string path, Advances advances, bool bold)
+    : path_(std::move(path)), advances_(std::move(advances)), bold_(bold) {
+    constexpr char32_t commonEnd = 0x530; // Latin, Greek, Cyrillic
+    for (char32_t codePoint = 0; codePoint < commonEnd; ++codePoint) {
+        common_.push_back(findAdvance(codePoint));
+    }
+}
+
 double Font::advance(char32_t codePoint) const {
+    return codePoint < common_.size() ? common_[codePoint] : findAdvance(codePoint);
+}
+
+double Font::findAdvance(char32_t codePoint) const {
     if (takesNoRoom(codePoint)) {
         return 0;
     }

@@ -32,11 +32,12 @@ public:
 
 private:
     using Advances = std::unordered_map<char32_t, double>;
-    Font(std::string path, Advances advances, bool bold)
-        : path_(std::move(path)), advances_(std::move(advances)), bold_(bold) {}
+    Font(std::string path, Advances advances, bool bold);
+    [[nodiscard]] double findAdvance(char32_t codePoint) const;
     static std::shared_ptr<const Font> find(bool bold);
     std::string path_;
     Advances advances_;
+    std::vector<double> common_; ///< advances of the first code points, which most text is made of
     bool bold_;
 };
 

@@ -6,6 +6,9 @@ namespace {
 
 /// Length of the line break that `text` starts with; 0 when it starts with something else.
 std::size_t breakLength(std::string_view text) {
+    if (constexpr std::string_view starts = "\n\v\f\r\xC2\xE2"; starts.find(text.front()) == std::string_view::npos) {
+        return 0;
+    }
     for (const std::string_view lineBreak : {"\r\n", "\n", "\r", "\u2028", "\u2029", "\u0085", "\v", "\f"}) {
         if (text.starts_with(lineBreak)) {
             return lineBreak.size();

@@ -1,4 +1,5 @@
 // The invisible font as other people's tools see it.
+#include "Platform/Foundation/Strings.h"
 #include "Platform/PDF/GraphicsContext.h"
 #include "Platform/PDF/PDFDocument.h"
 #include "Support/Command.h"
@@ -59,6 +60,21 @@ TEST(InvisibleFont, HoldsOnlyTheCharactersThatAreShown) {
     const auto many = saved({"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"});
     EXPECT_LT(few.bytes.size(), 3500U);
     EXPECT_LT(few.bytes.size(), many.bytes.size());
+}
+
+TEST(InvisibleFont, ShowsEveryCodeThatWouldEndOrChangeAStringOfItsBytes) {
+    std::vector<std::string> lines; // of more characters than the highest such code, the backslash
+    for (const char32_t first : {U'A', U'a', U'\u0400', U'\u0420', U'\u0440'}) {
+        lines.emplace_back();
+        for (char32_t c = first; c < first + 26; ++c) {
+            appendUTF8(lines.back(), c);
+        }
+    }
+    const auto document = saved(lines);
+    for (const auto& line : lines) {
+        EXPECT_THAT(document.words(), HasSubstr(line));
+        EXPECT_THAT(document.tool("mutool draw -q -F txt"), HasSubstr(line));
+    }
 }
 
 TEST(InvisibleFont, TakesMoreCharactersThanCodesWithoutHarm) {

@@ -1,0 +1,58 @@
+"""What the measurements share: commands that take turns, and tables of what they took."""
+
+import os
+import statistics
+import subprocess
+import sys
+import time
+from pathlib import Path
+from typing import NamedTuple
+
+PROJECT = Path(__file__).resolve().parent.parent
+MIB = 1 << 20
+
+
+class Taken(NamedTuple):
+    seconds: float  # by the wall clock
+    processor: float  # seconds of all processors, the command's and what it started
+    peak: int  # resident bytes
+
+
+def timed(command, folder=None):
+    """Runs a command, which has to succeed."""
+    start = time.perf_counter()
+    process = subprocess.Popen([str(part) for part in command], cwd=folder, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    seconds = time.perf_counter() - start
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"failed with {process.returncode}: {command}")
+    return Taken(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
+
+
+def in_turns(commands, runs, folder=None, before=None):
+    """Medians of each; taking turns, whatever else the machine does hits them alike."""
+    taken = {name: [] for name in commands}
+    for _ in range(runs):
+        for name, command in commands.items():
+            if before:
+                before()
+            taken[name].append(timed(command, folder))
+    return {name: Taken(statistics.median(run.seconds for run in runs_), statistics.median(run.processor for run in runs_),
+                        max(run.peak for run in runs_)) for name, runs_ in taken.items()}
+
+
+def print_table(head, rows):
+    """As Markdown, which `./run bench` keeps in Docs/benchmarks.md."""
+    widths = [max(len(str(row[i])) for row in [head, *rows]) for i in range(len(head))]
+    for row in [head, ["-" * width for width in widths], *rows]:
+        print("| " + " | ".join(str(cell).ljust(width) for cell, width in zip(row, widths)) + " |")
+    print()
+
+
+def print_taken(results, ours):
+    """A row each, with how many times the time and processor time of ours it takes."""
+    base = results[ours]
+    print_table(["", "s", "times ours", "processor s", "times ours", "peak MiB"],
+                [[name, f"{run.seconds:.3f}", f"{run.seconds / base.seconds:.2f}", f"{run.processor:.3f}",
+                  f"{run.processor / base.processor:.2f}", f"{run.peak / MIB:.0f}"] for name, run in results.items()])
