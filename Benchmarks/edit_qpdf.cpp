@@ -1,5 +1,6 @@
 // What an edit costs on a document of 10 pages and on one of many, and what loading takes against qpdf.
 #include "OrvexPDF/Manager.h"
+#include "PlainFile.h"
 #include "Support/Command.h"
 
 #include <qpdf/QPDF.hh>
@@ -38,47 +39,34 @@ double median(std::vector<double> values) {
 std::string fileOfPages(int count) {
     constexpr int perNode = 100;
     const int nodes = (count + perNode - 1) / perNode;
-    std::string text = "%PDF-1.7\n";
-    std::vector<std::size_t> offsets;
-    const auto add = [&](const std::string& body) {
-        offsets.push_back(text.size());
-        text += std::to_string(offsets.size()) + " 0 obj\n" + body + "\nendobj\n";
-    };
-    const auto reference = [](int number) { return std::to_string(number) + " 0 R "; };
+    PlainFile file;
+    const auto reference = &PlainFile::reference;
     const int firstNode = 4;
     const int firstPage = firstNode + nodes;
     std::string kids;
     for (int i = 0; i < nodes; ++i) {
         kids += reference(firstNode + i);
     }
-    add("<< /Type /Catalog /Pages 2 0 R >>");
-    add("<< /Type /Pages /Count " + std::to_string(count) + " /Kids [" + kids + "] >>");
-    add("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>");
+    file.add("<< /Type /Catalog /Pages 2 0 R >>");
+    file.add("<< /Type /Pages /Count " + std::to_string(count) + " /Kids [" + kids + "] >>");
+    file.add("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>");
     for (int node = 0; node < nodes; ++node) {
         kids.clear();
         const int end = std::min(count, (node + 1) * perNode);
         for (int page = node * perNode; page < end; ++page) {
             kids += reference(firstPage + 2 * page);
         }
-        add("<< /Type /Pages /Parent 2 0 R /Count " + std::to_string(end - node * perNode) + " /Kids [" + kids +
-            "] >>");
+        file.add("<< /Type /Pages /Parent 2 0 R /Count " + std::to_string(end - node * perNode) + " /Kids [" + kids +
+                 "] >>");
     }
     for (int page = 0; page < count; ++page) {
-        add("<< /Type /Page /Parent " + reference(firstNode + page / perNode) +
-            "/MediaBox [0 0 612 792] /Resources << /Font << /F1 3 0 R >> >> /Contents " +
-            reference(firstPage + 2 * page + 1) + ">>");
+        file.add("<< /Type /Page /Parent " + reference(firstNode + page / perNode) +
+                 "/MediaBox [0 0 612 792] /Resources << /Font << /F1 3 0 R >> >> /Contents " +
+                 reference(firstPage + 2 * page + 1) + ">>");
         const std::string content = "BT /F1 24 Tf 72 700 Td (Page " + std::to_string(page + 1) + ") Tj ET";
-        add("<< /Length " + std::to_string(content.size()) + " >>\nstream\n" + content + "\nendstream");
+        file.addStream("", content);
     }
-    const auto table = text.size();
-    text += "xref\n0 " + std::to_string(offsets.size() + 1) + "\n0000000000 65535 f \n";
-    for (const auto offset : offsets) {
-        std::array<char, 21> line{};
-        std::snprintf(line.data(), line.size(), "%010zu 00000 n \n", offset);
-        text += line.data();
-    }
-    return text + "trailer\n<< /Size " + std::to_string(offsets.size() + 1) + " /Root 1 0 R >>\nstartxref\n" +
-           std::to_string(table) + "\n%%EOF\n";
+    return file.finished();
 }
 
 using Manager = std::shared_ptr<OrvexPDFDocumentManager>;
@@ -157,8 +145,8 @@ Cost costOf(const Operation& operation, OrvexPDFDocumentManager& manager, int ru
 }
 
 void printRow(const std::string& name, double small, double nearby, double anywhere) {
-    std::printf("%-26s %9.2f %13.2f %6.2f %13.2f %6.2f\n", name.c_str(), small, nearby, nearby / small, anywhere,
-                anywhere / small);
+    std::printf("| %-26s | %9.2f | %13.2f | %6.2f | %13.2f | %6.2f |\n", name.c_str(), small, nearby, nearby / small,
+                anywhere, anywhere / small);
 }
 
 /// Heap per edit that the history keeps, the new page and record with it.
@@ -222,8 +210,8 @@ int main(int argc, char** argv) {
     const auto large = managerOf(Bytes::copyOf(largeFile));
     const auto other = managerOf(Bytes::copyOf(fileOfPages(1)))->page(0);
     const auto pages = std::to_string(many);
-    std::printf("%-26s %9s %13s %6s %13s %6s\n", "microseconds per edit", "10", (pages + " nearby").c_str(), "ratio",
-                (pages + " any").c_str(), "ratio");
+    std::printf("| %-26s | %9s | %13s | %6s | %13s | %6s |\n| --- | --- | --- | --- | --- | --- |\n",
+                "microseconds per edit", "10", (pages + " nearby").c_str(), "ratio", (pages + " any").c_str(), "ratio");
     for (const auto& manager : {small, large}) {
         (void)manager->pageIndex("none"); // the table of ids is made once, when somebody first asks
     }

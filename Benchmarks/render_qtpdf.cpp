@@ -1,5 +1,5 @@
-// First pages of real files at 72 dpi: our pixels and our time against Qt PDF called directly, our pixels against
-// poppler's and MuPDF's. Prints one line per odd page and a summary.
+// First pages of real files: our pixels at 72 dpi and our time at 144 dpi against Qt PDF called directly, poppler and
+// MuPDF. Prints one line per odd page on standard error. Their times are those of whole processes, on one processor.
 #include "OrvexPDF/Document.h"
 #include "Platform/Imaging/Codecs.h"
 #include "Platform/PDF/Renderer.h"
@@ -18,6 +18,8 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -70,6 +72,8 @@ Timed direct(QPdfDocument& document, std::int64_t width, std::int64_t height) {
     return {image.isNull() ? std::nullopt : std::optional(rgbOverWhite(image)), time};
 }
 
+constexpr std::int64_t timedScale = 2; // of 72 dpi
+
 std::optional<Bitmap> otherTool(const std::string& command, const std::string& path) {
     const test::TempFolder folder;
     const std::string out = (folder.path() / "page").string();
@@ -80,6 +84,22 @@ std::optional<Bitmap> otherTool(const std::string& command, const std::string& p
     } catch (const std::exception&) { // the tool could not read the page
         return std::nullopt;
     }
+}
+
+/// Processor milliseconds of a command that draws a page at 144 dpi.
+double timeOf(const std::string& command, const std::string& path) {
+    const test::TempFolder folder;
+    rusage before{};
+    rusage after{};
+    getrusage(RUSAGE_CHILDREN, &before);
+    test::run("cd " + test::quoted(folder.path().string()) + " && timeout 60 " + command + " " + test::quoted(path) +
+              (command.starts_with("pdftoppm") ? " page" : " 1"));
+    getrusage(RUSAGE_CHILDREN, &after);
+    const auto milliseconds = [](const rusage& usage) {
+        return 1e3 * static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+               1e-3 * static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+    };
+    return milliseconds(after) - milliseconds(before);
 }
 
 /// Mean difference per sample after bringing `b` to the size of `a`; grey counts as three equal samples.
@@ -122,6 +142,8 @@ int main(int argc, char** argv) {
     Shares qt;
     double oursTotal = 0;
     double directTotal = 0;
+    double popplerTotal = 0;
+    double mupdfTotal = 0;
     int pages = 0;
     for (int i = 1; i < argc; ++i) {
         const std::string path = std::filesystem::absolute(argv[i]).string();
@@ -134,7 +156,7 @@ int main(int argc, char** argv) {
         const bool upright = document->page(0)->rotation() % 180 == 0;
         const auto width = std::max<std::int64_t>(1, std::llround(upright ? media.width : media.height));
         const auto height = std::max<std::int64_t>(1, std::llround(upright ? media.height : media.width));
-        if (!isRenderable(width, height)) {
+        if (!isRenderable(timedScale * width, timedScale * height)) {
             continue;
         }
         std::vector<double> oursTimes;
@@ -144,11 +166,11 @@ int main(int argc, char** argv) {
         Timed mine = ours(*document->page(0), width, height); // opens the file
         Timed plain = direct(opened, width, height);
         for (int repeat = 0; repeat < repeats; ++repeat) {
-            plain = direct(opened, width, height);
-            mine = ours(*document->page(0), width, height);
-            oursTimes.push_back(mine.milliseconds);
-            directTimes.push_back(plain.milliseconds);
+            directTimes.push_back(direct(opened, timedScale * width, timedScale * height).milliseconds);
+            oursTimes.push_back(ours(*document->page(0), timedScale * width, timedScale * height).milliseconds);
         }
+        popplerTotal += timeOf("pdftoppm -r 144 -singlefile -f 1", path);
+        mupdfTotal += timeOf("mutool draw -q -r 144 -o page.ppm", path);
         ++pages;
         oursTotal += median(oursTimes);
         directTotal += median(directTimes);
@@ -167,15 +189,24 @@ int main(int argc, char** argv) {
         const bool good = judge(mine, us);
         const bool qtGood = judge(plain, qt);
         if (!good) {
-            std::printf("differs %s (Qt PDF alone %s%s)\n", path.c_str(), qtGood ? "agrees" : "differs as well",
-                        cropped ? ", cropped" : "");
+            std::fprintf(stderr, "differs %s (Qt PDF alone %s%s)\n", path.c_str(),
+                         qtGood ? "agrees" : "differs as well", cropped ? ", cropped" : "");
         }
     }
-    std::printf("pages %d, tolerance %.0f of 255\n", pages, tolerance);
-    std::printf("          near poppler  near MuPDF  near either\n");
-    std::printf("ours      %12d %11d %12d\n", us.poppler, us.mupdf, us.either);
-    std::printf("Qt PDF    %12d %11d %12d\n", qt.poppler, qt.mupdf, qt.either);
-    std::printf("time of rendering: ours %.0f ms, Qt PDF directly %.0f ms, ratio %.3f\n", oursTotal, directTotal,
-                oursTotal / directTotal);
+    std::printf("\n%d pages. Near: mean difference per sample at most %.0f of 255.\n\n", pages, tolerance);
+    std::printf("| | near poppler | near MuPDF | near either |\n| --- | --- | --- | --- |\n");
+    const auto row = [](const char* name, const Shares& shares) {
+        std::printf("| %s | %d | %d | %d |\n", name, shares.poppler, shares.mupdf, shares.either);
+    };
+    row("ours", us);
+    row("Qt PDF called directly", qt);
+    std::printf("\n| | ms for all pages at 144 dpi | times ours |\n| --- | --- | --- |\n");
+    const auto time = [&](const char* name, double total) {
+        std::printf("| %s | %.0f | %.3f |\n", name, total, total / oursTotal);
+    };
+    time("ours", oursTotal);
+    time("Qt PDF called directly", directTotal);
+    time("pdftoppm, a process a page", popplerTotal);
+    time("mutool draw, a process a page", mupdfTotal);
     return EXIT_SUCCESS;
 }
