@@ -9,7 +9,6 @@ invisible text, a piece a word. Theirs runs inside one Python program that has a
 pages under those of a document is not counted.
 """
 
-import argparse
 import collections
 import json
 import random
@@ -19,7 +18,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-from measuring import PROJECT, print_table, timed
+from measuring import options_of, print_table, timed
 from text import WORDS
 
 WIDTH, HEIGHT, LINES = 595.0, 842.0, 48
@@ -101,12 +100,7 @@ def check(pdf, pages):
 
 
 def main():
-    arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    arguments.add_argument("--tool", default=PROJECT / "build/release/bin/orvexpdf", type=Path)
-    arguments.add_argument("--pages", default=1000, type=int)
-    arguments.add_argument("--runs", default=3, type=int)
-    options = arguments.parse_args()
-
+    options = options_of(__doc__, 1000, 3).parse_args()
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         chance = random.Random(1)
@@ -120,7 +114,7 @@ def main():
         taken = collections.defaultdict(list)
         for _ in range(options.runs):
             for items in ("words", "lines"):
-                run = timed([options.tool.resolve(), "-q", "text-layer", "in.pdf", "--found", f"{items}.json", "-o",
+                run = timed([options.tool, "-q", "text-layer", "in.pdf", "--found", f"{items}.json", "-o",
                              f"{items}.pdf"], folder)
                 taken[f"orvexpdf text-layer, {items}"].append((run.seconds, run.processor))
             taken["OCRmyPDF's HocrTransform, words"].append(theirs(folder, options.pages))

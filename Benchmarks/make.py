@@ -7,12 +7,11 @@ Every page is a JPEG of its own: a copy of one scan with a number in a comment s
 once as it is and once synced to the disk, which is what the tool does before it renames its file; img2pdf does not sync.
 """
 
-import argparse
 import os
 import tempfile
 from pathlib import Path
 
-from measuring import MIB, PROJECT, in_turns, print_taken
+from measuring import MIB, PROJECT, in_turns, options_of, print_taken
 
 
 def numbered(jpeg, number):
@@ -21,10 +20,7 @@ def numbered(jpeg, number):
 
 
 def main():
-    arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    arguments.add_argument("--tool", default=PROJECT / "build/release/bin/orvexpdf", type=Path)
-    arguments.add_argument("--pages", default=200, type=int)
-    arguments.add_argument("--runs", default=7, type=int)
+    arguments = options_of(__doc__, 200, 7)
     arguments.add_argument("--image", default=PROJECT / "Examples/scans/1-article.jpg", type=Path)
     options = arguments.parse_args()
 
@@ -42,7 +38,7 @@ def main():
             os.sync()
 
         results = in_turns({
-            "orvexpdf make": [options.tool.resolve(), "--quiet", "make", *files, "-o", "out"],
+            "orvexpdf make": [options.tool, "--quiet", "make", *files, "-o", "out"],
             "img2pdf": ["img2pdf", *files, "-o", "out"],
             "cat, synced": ["sh", "-c", f"cat {listing} >out && sync out"],
             "cat": ["sh", "-c", f"cat {listing} >out"],

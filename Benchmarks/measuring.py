@@ -1,5 +1,6 @@
 """What the measurements share: commands that take turns, and tables of what they took."""
 
+import argparse
 import os
 import statistics
 import subprocess
@@ -10,6 +11,15 @@ from typing import NamedTuple
 
 PROJECT = Path(__file__).resolve().parent.parent
 MIB = 1 << 20
+
+
+def options_of(description, pages, runs):
+    """What every measurement of a command takes; more can be added before the arguments are parsed."""
+    arguments = argparse.ArgumentParser(description=description, formatter_class=argparse.RawDescriptionHelpFormatter)
+    arguments.add_argument("--tool", default=PROJECT / "build/release/bin/orvexpdf", type=lambda name: Path(name).resolve())
+    arguments.add_argument("--pages", default=pages, type=int)
+    arguments.add_argument("--runs", default=runs, type=int)
+    return arguments
 
 
 class Taken(NamedTuple):

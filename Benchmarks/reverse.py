@@ -4,27 +4,21 @@
 Usage: reverse.py [--tool TOOL] [--pages N] [--runs N]
 """
 
-import argparse
 import tempfile
 from pathlib import Path
 
-from measuring import MIB, PROJECT, in_turns, print_taken
+from measuring import MIB, in_turns, options_of, print_taken
 from text import many_pages
 
 
 def main():
-    arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    arguments.add_argument("--tool", default=PROJECT / "build/release/bin/orvexpdf", type=Path)
-    arguments.add_argument("--pages", default=20_000, type=int)
-    arguments.add_argument("--runs", default=3, type=int)
-    options = arguments.parse_args()
-
+    options = options_of(__doc__, 20_000, 3).parse_args()
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         many_pages(folder / "in.pdf", options.pages)
         size = (folder / "in.pdf").stat().st_size
         results = in_turns({
-            "orvexpdf pages --reverse": [options.tool.resolve(), "-q", "pages", "in.pdf", "-o", "ours.pdf", "--reverse"],
+            "orvexpdf pages --reverse": [options.tool, "-q", "pages", "in.pdf", "-o", "ours.pdf", "--reverse"],
             "qpdf --pages": ["qpdf", "in.pdf", "--pages", ".", "z-1", "--", "qpdf.pdf"],
             "mutool merge": ["mutool", "merge", "-o", "mutool.pdf", "in.pdf", f"{options.pages}-1"],
         }, options.runs, folder)
