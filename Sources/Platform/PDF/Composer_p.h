@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Platform/PDF/ContentStream_p.h"
+#include "Platform/PDF/ContentStreams_p.h"
 #include "Platform/PDF/ImageObjects_p.h"
 #include "Platform/PDF/InvisibleFont_p.h"
 #include "Platform/PDF/PDFSource_p.h"
@@ -49,7 +50,6 @@ private:
     QPDFObjectHandle alphaState(double alpha);
     void makeFonts();
     void stampInfo(const std::map<PDFInfoKey, std::string>& info);
-    QPDFObjectHandle contentStream(const std::string& operators);
 
     std::shared_ptr<PDFSource> base_;
     const std::vector<PDFPagePtr>& pages_;
@@ -67,7 +67,7 @@ private:
     QPDFObjectHandle invisibleObject_; ///< reserved when the first page uses it, as are the faces
     std::map<FontFile, QPDFObjectHandle> faceObjects_;
     std::map<double, QPDFObjectHandle> alphaStates_;
-    std::map<std::string, QPDFObjectHandle> contentStreams_; ///< equal ones are shared
+    ContentStreams contents_;
 };
 
 } // namespace orvex

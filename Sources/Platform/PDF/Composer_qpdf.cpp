@@ -79,7 +79,8 @@ QPDFObjectHandle rectangleArray(const Rect& rect) {
 Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr>& pages,
                    const std::map<PDFInfoKey, std::string>& info, Purpose purpose)
     : base_(std::move(base)), pages_(pages),
-      target_(base_ ? base_->reopen() : emptyTarget()), document_{*target_, base_}, images_(*target_) {
+      target_(base_ ? base_->reopen() : emptyTarget()), document_{*target_, base_}, images_(*target_),
+      contents_(*target_) {
     try {
         lockSources();
         // Copied pages bring their tags where the others have theirs too, or where there are no others.
@@ -96,6 +97,7 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         for (std::size_t i = 0; i < pages_.size(); ++i) {
             drawPage(*pages_[i], objects_[i]);
         }
+        contents_.pack();
         makeFonts();
         stampInfo(info);
         stampMetadata(*target_, info);
@@ -116,13 +118,14 @@ void Composer::showFields() {
     for (auto& page : objects_) {
         if (orvex::showsFields(page)) {
             surroundContent(page, "q\n", "Q\n"); // may change the page's resources, so it goes first
-            page.getKey("/Contents").appendItem(contentStream(takeFieldAppearances(page)));
+            page.getKey("/Contents").appendItem(contents_.stream(takeFieldAppearances(page)));
         }
     }
 }
 
 void Composer::write(ByteSink& sink) {
     try {
+        contents_.pack();
         // Whoever was trusted with a password gets a file that asks for it again.
         const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
         writeFile(*target_, base_ ? StreamPacking::keep : StreamPacking::compact,
@@ -260,14 +263,14 @@ void Composer::surroundContent(QPDFObjectHandle object, const std::string& befor
         balance = {};
     }
     auto contents = QPDFObjectHandle::newArray();
-    contents.appendItem(contentStream(balance.opening() + before));
+    contents.appendItem(contents_.stream(balance.opening() + before));
     auto own = object.getKey("/Contents");
     for (auto& stream : own.isArray() ? own.getArrayAsVector() : std::vector<QPDFObjectHandle>{own}) {
         if (stream.isStream()) {
             contents.appendItem(stream);
         }
     }
-    contents.appendItem(contentStream(balance.closing() + after));
+    contents.appendItem(contents_.stream(balance.closing() + after));
     object.replaceKey("/Contents", contents);
 }
 
@@ -285,7 +288,7 @@ void Composer::wrapContent(QPDFObjectHandle object) {
     auto resources = QPDFObjectHandle::parse("<< /XObject << >> >>");
     resources.getKey("/XObject").replaceKey("/OrvexContent", form);
     object.replaceKey("/Resources", resources);
-    object.replaceKey("/Contents", contentStream("/OrvexContent Do\n"));
+    object.replaceKey("/Contents", contents_.stream("/OrvexContent Do\n"));
 }
 
 void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const ContentStreamContext& drawn) {
@@ -305,7 +308,7 @@ void Composer::finishOwnPage(const PDFPage& page, QPDFObjectHandle object, const
     }
     object.replaceKey("/Resources", resources);
     const std::string operators = drawn.drewAnything() ? drawn.before() + placement + drawn.after() : placement;
-    object.replaceKey("/Contents", contentStream(operators));
+    object.replaceKey("/Contents", contents_.stream(operators));
     if (drawn.drewAnything()) {
         addResources(object, drawn.resources());
     }
@@ -367,24 +370,6 @@ void Composer::stampInfo(const std::map<PDFInfoKey, std::string>& info) {
     for (const auto& [key, text] : info) {
         trailer.getKey("/Info").replaceKey(infoEntry(key), QPDFObjectHandle::newUnicodeString(text));
     }
-}
-
-/// Short operators are the same on many pages, and are shared.
-QPDFObjectHandle Composer::contentStream(const std::string& operators) {
-    constexpr std::size_t shortEnough = 128;
-    if (operators.size() > shortEnough) {
-        const Bytes text = Bytes::copyOf(operators);
-        auto object = QPDFObjectHandle::newStream(target_.get(), std::string(deflate(text.span()).text()));
-        object.getDict().replaceKey("/Filter", QPDFObjectHandle::newName("/FlateDecode"));
-        object.setFilterOnWrite(false);
-        return object;
-    }
-    auto& object = contentStreams_[operators];
-    if (!object.isInitialized()) {
-        object = QPDFObjectHandle::newStream(target_.get(), operators);
-        object.setFilterOnWrite(false);
-    }
-    return object;
 }
 
 } // namespace orvex
