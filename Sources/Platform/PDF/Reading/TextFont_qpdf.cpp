@@ -10,7 +10,6 @@ namespace orvex {
 namespace {
 
 constexpr std::size_t longestProgram = std::size_t{64} << 20U;
-constexpr float thousandth = 0.001F;
 
 /// "/ABCDEF+Name" without slash and tag.
 std::string plainName(const std::string& name) {
