@@ -93,9 +93,12 @@ public:
               }
               flag = false;
           }) {
+        if (target.size() == target.capacity()) { // room for the step, which is pushed where nothing may be thrown
+            target.reserve(2 * target.size() + 1);
+        }
+        state.open.push_back({GroupKind::replay, {}});
         flag = true;
         state.dropsReplay = false;
-        state.open.push_back({GroupKind::replay, {}});
     }
     Replay(const Replay&) = delete;
     Replay& operator=(const Replay&) = delete;

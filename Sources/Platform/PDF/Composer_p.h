@@ -36,6 +36,7 @@ public:
 
 private:
     void lockSources();
+    void requireMemoryOfAll();
     void placePages();
     QPDFObjectHandle placeLoaded(const LoadedPageContent& content);
     PageImport& importFor(const LoadedPageContent& content, int copy);

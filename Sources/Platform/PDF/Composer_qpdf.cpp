@@ -101,6 +101,7 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         makeFonts();
         stampInfo(info);
         stampMetadata(*target_, info);
+        requireMemoryOfAll();
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot put the document together: ") + error.what());
     } catch (const ImageError& error) {
@@ -130,8 +131,17 @@ void Composer::write(ByteSink& sink) {
         const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
         writeFile(*target_, base_ ? StreamPacking::keep : StreamPacking::compact,
                   locked ? Protection::asLoaded : Protection::none, sink);
+        requireMemoryOfAll();
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot write the document: ") + error.what());
+    }
+}
+
+/// What could not be read for lack of memory would be missing in the file.
+void Composer::requireMemoryOfAll() {
+    requireMemory(*target_);
+    for (const auto& [source, imported] : importSources_) {
+        source->requireMemory();
     }
 }
 

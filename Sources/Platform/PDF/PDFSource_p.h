@@ -45,19 +45,26 @@ public:
     [[nodiscard]] std::recursive_mutex& mutex() const { return mutex_; }
     [[nodiscard]] QPDF& pdf() const { return *pdf_; }
     [[nodiscard]] const std::vector<QPDFObjectHandle>& pages() const { return pages_; }
+    /// Throws std::bad_alloc when memory ran out while the shared parse read something, which it then took for null;
+    /// the file is parsed anew before.
+    void requireMemory() const;
 
 private:
     PDFSource();
     Bytes bytes_;
     std::string password_;
-    std::shared_ptr<QPDF> pdf_;
-    std::vector<QPDFObjectHandle> pages_;
+    mutable std::shared_ptr<QPDF> pdf_;
+    mutable std::vector<QPDFObjectHandle> pages_;
+    mutable std::vector<std::shared_ptr<QPDF>> retired_; ///< kept for the handles that are about
+    mutable bool isIncomplete_ = false; ///< memory ran out, and did again when the file was parsed anew
     mutable std::recursive_mutex mutex_;
     enum class TextState : unsigned char { unknown, absent, present };
     mutable std::vector<std::atomic<TextState>> textStates_;
     std::unique_ptr<ReadingCache> readingCache_;
 };
 
+/// Throws std::bad_alloc when memory ran out in there: qpdf takes that for damage of the file, which it passes over.
+void requireMemory(QPDF& pdf);
 /// "/Title" and so on.
 [[nodiscard]] const char* infoEntry(PDFInfoKey key);
 /// An attribute of a page or, when it lacks it, of the nodes above it. Null when there is none.

@@ -32,10 +32,26 @@ bool hasHeader(const Bytes& bytes) {
     return bytes.text().substr(0, headerWindow).find("%PDF-") != std::string_view::npos;
 }
 
+/// Whether a warning, or an error, is about memory and not about the file.
+bool isOutOfMemory(const std::exception& error) {
+    return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ||
+           std::string_view(error.what()).ends_with(std::bad_alloc().what());
+}
+
+bool ranOutOfMemory(QPDF& pdf) {
+    return pdf.anyWarnings() && std::ranges::any_of(pdf.getWarnings(), isOutOfMemory);
+}
+
 std::shared_ptr<QPDF> parseWith(const Bytes& bytes, const std::string& password) {
     auto pdf = QPDF::create();
     pdf->setSuppressWarnings(true);
-    pdf->processMemoryFile("input", reinterpret_cast<const char*>(bytes.data()), bytes.size(), password.c_str());
+    try {
+        pdf->processMemoryFile("input", reinterpret_cast<const char*>(bytes.data()), bytes.size(), password.c_str());
+    } catch (const QPDFExc&) {
+        requireMemory(*pdf);
+        throw;
+    }
+    requireMemory(*pdf);
     return pdf;
 }
 
@@ -61,6 +77,9 @@ std::shared_ptr<QPDF> parse(const Bytes& bytes, const std::string& password) {
 }
 
 [[noreturn]] void rethrowAsOpenError(const std::exception& error) {
+    if (isOutOfMemory(error)) {
+        throw std::bad_alloc();
+    }
     if (const auto* qpdf = dynamic_cast<const QPDFExc*>(&error)) {
         if (qpdf->getErrorCode() == qpdf_e_password) {
             throw PDFOpenError(PDFOpenFailure::passwordNeeded, "a password is needed");
@@ -116,6 +135,12 @@ Rect intersection(const Rect& a, const Rect& b) {
 }
 
 } // namespace
+
+void requireMemory(QPDF& pdf) {
+    if (ranOutOfMemory(pdf)) {
+        throw std::bad_alloc();
+    }
+}
 
 const char* infoEntry(PDFInfoKey key) {
     switch (key) {
@@ -173,6 +198,7 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
         source->password_ = password;
         source->pdf_ = parseWithOrWithout(bytes, source->password_);
         source->pages_ = source->pdf_->getAllPages();
+        orvex::requireMemory(*source->pdf_);
     } catch (const PDFOpenError&) {
         throw;
     } catch (const std::exception& error) {
@@ -188,24 +214,41 @@ PDFSource::~PDFSource() {
     closeInPDFium(*this);
 }
 
+void PDFSource::requireMemory() const {
+    isIncomplete_ = ranOutOfMemory(*pdf_) || isIncomplete_;
+    if (isIncomplete_) {
+        auto fresh = reopen();
+        auto pages = fresh->getAllPages();
+        orvex::requireMemory(*fresh);
+        retired_.push_back(pdf_);
+        pdf_ = std::move(fresh);
+        pages_ = std::move(pages);
+        isIncomplete_ = false;
+        throw std::bad_alloc();
+    }
+}
+
 Rect PDFSource::box(int page, PDFDisplayBox box) const {
     const std::lock_guard lock(mutex_);
-    return pageBox(pages_.at(static_cast<std::size_t>(page)), box);
+    const Rect found = pageBox(pages_.at(static_cast<std::size_t>(page)), box);
+    requireMemory();
+    return found;
 }
 
 int PDFSource::rotation(int page) const {
     const std::lock_guard lock(mutex_);
-    return pageRotation(pages_.at(static_cast<std::size_t>(page)));
+    const int found = pageRotation(pages_.at(static_cast<std::size_t>(page)));
+    requireMemory();
+    return found;
 }
 
 std::string PDFSource::info(PDFInfoKey key) const {
     const std::lock_guard lock(mutex_);
     auto dictionary = pdf_->getTrailer().getKey("/Info");
-    if (!dictionary.isDictionary()) {
-        return {};
-    }
-    auto value = dictionary.getKey(infoEntry(key));
-    return value.isString() ? value.getUTF8Value() : std::string();
+    auto value = dictionary.isDictionary() ? dictionary.getKey(infoEntry(key)) : QPDFObjectHandle::newNull();
+    std::string text = value.isString() ? value.getUTF8Value() : std::string();
+    requireMemory();
+    return text;
 }
 
 bool PDFSource::hasText(int page) const {
@@ -218,7 +261,9 @@ bool PDFSource::hasText(int page) const {
 
 bool PDFSource::showsFields(int page) const {
     const std::lock_guard lock(mutex_);
-    return orvex::showsFields(pages_.at(static_cast<std::size_t>(page)));
+    const bool shows = orvex::showsFields(pages_.at(static_cast<std::size_t>(page)));
+    requireMemory();
+    return shows;
 }
 
 std::shared_ptr<QPDF> PDFSource::reopen() const {

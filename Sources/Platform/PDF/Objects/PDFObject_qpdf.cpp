@@ -28,7 +28,11 @@ struct PDFObject::Place {
         }
         const Guard lock(place->source->mutex());
         try {
-            return read(*place, QPDFObjectHandle(place->handle));
+            Value value = read(*place, QPDFObjectHandle(place->handle));
+            place->source->requireMemory();
+            return value;
+        } catch (const std::bad_alloc&) {
+            throw;
         } catch (const std::exception&) {
             return otherwise;
         }
@@ -53,7 +57,9 @@ std::shared_ptr<PDFSource> fileOf(const PDFPage& page) {
         document.insertPage(std::make_shared<PDFPage>(page.content()), 0);
         const auto file = document.dataRepresentation();
         return file ? PDFSource::open(*file, {}) : nullptr;
-    } catch (const std::exception&) {
+    } catch (const PDFWriteError&) {
+        return nullptr;
+    } catch (const PDFOpenError&) {
         return nullptr;
     }
 }

@@ -71,8 +71,15 @@ FaxParameters readFaxParameters(const PDFObject& parameters, const PDFObject& di
     return fax;
 }
 
+/// Shared segments are no image, and must not need themselves.
+std::optional<PDFStreamData> readGlobals(const PDFObject& stream) {
+    const auto stages = readStages(stream.streamDictionary());
+    const auto isJbig2 = [](const Stage& stage) { return stage.filter == "JBIG2Decode"; };
+    return stages && std::ranges::none_of(*stages, isJbig2) ? stream.streamData() : std::nullopt;
+}
+
 Jbig2Image readJbig2(const PDFObject& parameters, const PDFObject& dictionary, const Bytes& data) {
-    const auto globals = parameters.get("JBIG2Globals").streamData();
+    const auto globals = readGlobals(parameters.get("JBIG2Globals"));
     return {data, globals ? globals->bytes : Bytes(), dictionary.get("Width").integer().value_or(0),
             dictionary.get("Height").integer().value_or(0)};
 }

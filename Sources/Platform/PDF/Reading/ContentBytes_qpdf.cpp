@@ -78,6 +78,8 @@ StoredStream unpackedByLibrary(QPDFObjectHandle stream, std::size_t limit) {
     LimitedSink sink(limit);
     try {
         stream.pipeStreamData(&sink, nullptr, 0, qpdf_dl_specialized, true, true);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) { // damaged or endless: what came counts
     }
     return owned(std::move(sink.text), false);
@@ -96,6 +98,8 @@ StoredStream storedStream(const PDFSource& source, QPDFObjectHandle stream, std:
         const std::shared_ptr<const Buffer> raw = stream.getRawStreamData();
         const auto* data = reinterpret_cast<const char*>(const_cast<Buffer&>(*raw).getBuffer());
         return {raw, {data, raw->getSize()}, deflated};
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         return {};
     }
@@ -112,6 +116,8 @@ void inflateDamaged(std::string_view data, std::size_t limit, ContentBuffer& buf
             flate.write(reinterpret_cast<const unsigned char*>(part.data()), part.size());
         }
         flate.finish();
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
     }
     buffer.append(sink.text);

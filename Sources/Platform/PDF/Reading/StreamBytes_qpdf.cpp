@@ -42,6 +42,8 @@ std::string decodedBytes(QPDFObjectHandle stream, std::size_t most) {
             return {};
         }
         stream.pipeStreamData(&collector, nullptr, 0, qpdf_dl_generalized, true, false);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         // what was collected before is what there is
     }

@@ -216,6 +216,13 @@ TEST(StreamFilters, WhatCannotBeUndoneGivesNoData) {
 
 // Damage and bombs
 
+TEST(StreamFilters, SegmentsThatNeedThemselvesEnd) {
+    EXPECT_EQ(decoded("/Width 8 /Height 8 /Filter /JBIG2Decode /DecodeParms << /JBIG2Globals 4 0 R >>", "data"),
+              std::nullopt);
+    EXPECT_EQ(decoded("/Width 8 /Height 8 /Filter [/JBIG2Decode] /DecodeParms [<< /JBIG2Globals 4 0 R >>]", "data"),
+              std::nullopt);
+}
+
 TEST(StreamFilters, DamagedDataGiveWhatCouldBeDecoded) {
     const std::string long1 = mixture();
     const std::string coded = flate(long1);

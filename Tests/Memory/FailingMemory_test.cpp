@@ -1,0 +1,143 @@
+#include "Memory/FailingMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <new>
+#include <string_view>
+
+#include <dlfcn.h> // dladdr and backtrace are glibc's
+#include <execinfo.h>
+
+namespace {
+
+thread_local bool isCounting = false;
+thread_local long allocations = 0;
+thread_local long chosen = 0;
+
+/// qpdf allocates in destructors, which no exception may leave (of its writer's pipelines, of files): a failure there
+/// ends the process, whatever a caller does.
+bool isOutOfReach() {
+    std::array<void*, 64> frames{};
+    const int count = ::backtrace(frames.data(), static_cast<int>(frames.size()));
+    return std::any_of(frames.begin(), frames.begin() + count, [](void* frame) {
+        Dl_info place{};
+        const bool isKnown = ::dladdr(frame, &place) != 0 && place.dli_sname != nullptr;
+        const std::string_view name = isKnown ? place.dli_sname : "";
+        return name.starts_with("_ZN9Pl_Buffer") || name.starts_with("_ZN4QPDFD") || name.ends_with("6finishEv");
+    });
+}
+
+bool isToFail() {
+    if (!isCounting || ++allocations != chosen) {
+        return false;
+    }
+    isCounting = false; // backtrace() allocates
+    const bool fails = !isOutOfReach();
+    isCounting = true;
+    return fails;
+}
+
+void* allocate(std::size_t size, std::size_t alignment) {
+    if (isToFail()) {
+        return nullptr;
+    }
+    const std::size_t whole = (size + alignment - 1) / alignment * alignment;
+    return alignment <= alignof(std::max_align_t) ? std::malloc(size == 0 ? 1 : size)
+                                                  : std::aligned_alloc(alignment, whole == 0 ? alignment : whole);
+}
+
+void* orThrow(void* memory) {
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
+} // namespace
+
+namespace orvex::test {
+
+void failAllocation(long number) {
+    allocations = 0;
+    chosen = number;
+    isCounting = true;
+}
+
+long stopFailing() {
+    isCounting = false;
+    return allocations;
+}
+
+namespace {
+
+TEST(FailingMemory, FailsOnceAndAtTheRightPlace) {
+    failAllocation(3);
+    int* first = nullptr;
+    int* second = nullptr;
+    bool failed = false;
+    try {
+        first = new int(1);
+        second = new int(2);
+        delete new int(3);
+    } catch (const std::bad_alloc&) {
+        failed = true;
+    }
+    delete new int(4);
+    EXPECT_EQ(stopFailing(), 4);
+    EXPECT_TRUE(failed && first != nullptr && second != nullptr);
+    delete first;
+    delete second;
+}
+
+} // namespace
+
+} // namespace orvex::test
+
+void* operator new(std::size_t size) {
+    return orThrow(allocate(size, 1));
+}
+void* operator new[](std::size_t size) {
+    return orThrow(allocate(size, 1));
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*none*/) noexcept {
+    return allocate(size, 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*none*/) noexcept {
+    return allocate(size, 1);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return orThrow(allocate(size, static_cast<std::size_t>(alignment)));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return orThrow(allocate(size, static_cast<std::size_t>(alignment)));
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t& /*none*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t& /*none*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
