@@ -20,6 +20,7 @@ struct SavingCommand {
     std::string name;
     std::string arguments;
     std::string target;
+    friend void PrintTo(const SavingCommand& command, std::ostream* out) { *out << command.name; }
 };
 
 inline const SavingCommand savingCommands[] = {

@@ -8,6 +8,7 @@ struct InputCase {
     std::string name;
     std::string arguments;
     std::string input;
+    friend void PrintTo(const InputCase& input, std::ostream* out) { *out << input.name; }
 };
 
 class ReadingFaults : public FaultyToolTest, public testing::WithParamInterface<InputCase> {

@@ -1,7 +1,6 @@
 #include "ManagerSupport.h"
 
 #include <limits>
-#include <thread>
 
 namespace orvex::test {
 namespace {
@@ -102,59 +101,6 @@ TEST(ManagerMoveDeathTest, RotatingBeyondTheIntegersIsFatal) {
     const auto manager = managerOfPages(1);
     manager->pagesMeta[0].rotation = std::numeric_limits<std::int64_t>::max();
     EXPECT_DEATH(manager->rotate(0, false), "rotation");
-}
-
-// Threads
-
-/// Runs `work` on a thread of its own while this one pumps the main queue.
-void pumpWhile(const std::function<void()>& work) {
-    MainQueue::shared().attach();
-    std::thread background([&] {
-        work();
-        MainQueue::shared().async([] { MainQueue::shared().stop(); });
-    });
-    MainQueue::shared().run();
-    background.join();
-    MainQueue::shared().detach();
-}
-
-TEST(ManagerThreads, EditsFromAnotherThreadHappenOnTheMainThread) {
-    const auto manager = managerOfPages(3);
-    struct MainThreadHost final : OrvexPDFDocumentManagerDelegate {
-        void documentDidChange() override { onMain = onMain && MainQueue::shared().isMainThread(), ++changes; }
-        void didGenerate(OrvexPDFPage& /*page*/) override { onMain = onMain && MainQueue::shared().isMainThread(); }
-        bool onMain = true;
-        int changes = 0;
-    };
-    const auto host = std::make_shared<MainThreadHost>();
-    manager->delegate = host;
-    pumpWhile([&] {
-        manager->append(pageOfWidth(104));
-        manager->append(grayImage(105, 20), {});
-        manager->remove(0);
-        manager->replace(0, pageOfWidth(126), {}, true);
-        manager->move({0}, 4);
-        manager->rotate(1, true);
-        manager->updateDocumentBytes();
-        manager->wait();
-    });
-    EXPECT_EQ(letters(*manager), "CDEZ");
-    expectOneRecordPerPage(*manager);
-    EXPECT_TRUE(host->onMain);
-    EXPECT_EQ(host->changes, 6);
-    EXPECT_FALSE(manager->needsUpdateDocumentBytes);
-}
-
-TEST(ManagerThreads, WaitReturnsAfterWhatWasQueuedBefore) {
-    const auto manager = managerOfPages(1);
-    bool ran = false;
-    bool seen = false;
-    pumpWhile([&] {
-        MainQueue::shared().async([&] { ran = true; });
-        manager->wait();
-        seen = ran;
-    });
-    EXPECT_TRUE(seen);
 }
 
 } // namespace

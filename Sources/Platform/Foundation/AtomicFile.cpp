@@ -109,15 +109,15 @@ void AtomicFile::openInPlace() {
     }
 }
 
-void AtomicFile::openTemporary(std::filesystem::path destination) {
+void AtomicFile::openTemporary(const std::filesystem::path& destination) {
     constexpr mode_t readAndWrite = 0666; // less what the process's mask takes away
     auto temporary = temporaryFor(destination);
+    destination_ = destination;
     descriptor_ = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, readAndWrite);
     if (descriptor_ < 0) {
         fail(errno);
     }
-    temporary_ = std::move(temporary); // neither can fail: nobody would remove the file
-    destination_ = std::move(destination);
+    temporary_ = std::move(temporary); // nothing fails between opening and this: nobody would remove the file
 }
 
 void AtomicFile::write(std::span<const std::uint8_t> bytes) {

@@ -92,7 +92,7 @@ public:
 
 private:
     void openInPlace();
-    void openTemporary(std::filesystem::path destination);
+    void openTemporary(const std::filesystem::path& destination);
     void flush();
     void put(std::span<const std::uint8_t> bytes);
     void check(int systemError);
