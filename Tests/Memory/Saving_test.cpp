@@ -89,7 +89,7 @@ TEST(FailingAllocations, OfLoadingEditingAndSavingLeaveTheOldFileOrTheNewOne) {
     });
 }
 
-TEST(FailingAllocations, OfReadingTextGiveAllOfItOrAnError) {
+TEST(FailingAllocations, OfReadingTextGiveAllOfItOrNone) {
     const auto document = OrvexPDFDocument::fromData(twoPages());
     const OrvexFoundPage expected = document->orvexPage(1)->extractFoundPage();
     ASSERT_EQ(expected.items->size(), 1U);
@@ -99,7 +99,9 @@ TEST(FailingAllocations, OfReadingTextGiveAllOfItOrAnError) {
         found = again ? again->orvexPage(1)->extractFoundPage() : OrvexFoundPage();
         return again != nullptr;
     };
-    failEverywhere(300, work, [&](bool succeeded) { EXPECT_TRUE(!succeeded || found == expected); });
+    failEverywhere(300, work, [&](bool succeeded) {
+        EXPECT_TRUE(!succeeded || found == expected || found.items->empty()); // none comes with a warning
+    });
 }
 
 TEST(FailingAllocations, OfMakingAndReadingAnImagePageGiveTheImageOrAnError) {

@@ -1,6 +1,7 @@
 #include "Platform/PDF/PDFSource_p.h"
 
 #include "Platform/PDF/FormAppearances_p.h"
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/PDFium_p.h"
 #include "Platform/PDF/Reading/ContentResources_p.h"
 #include "Platform/PDF/Reading/PageText_p.h"
@@ -115,7 +116,7 @@ std::optional<Rect> rectangle(QPDFObjectHandle array) {
     }
     std::array<double, 4> corner{};
     for (int i = 0; i < 4; ++i) {
-        if (!array.getArrayItem(i).getValueAsNumber(corner[static_cast<std::size_t>(i)])) {
+        if (!readNumber(array.getArrayItem(i), corner[static_cast<std::size_t>(i)])) {
             return std::nullopt;
         }
     }
@@ -168,7 +169,7 @@ QPDFObjectHandle inheritedAttribute(QPDFObjectHandle page, const std::string& ke
 
 int pageRotation(const QPDFObjectHandle& page) {
     double degrees = 0;
-    if (!inheritedAttribute(page, "/Rotate").getValueAsNumber(degrees) || !std::isfinite(degrees)) {
+    if (!readNumber(inheritedAttribute(page, "/Rotate"), degrees) || !std::isfinite(degrees)) {
         return 0;
     }
     const double reduced = std::fmod(degrees, 360);

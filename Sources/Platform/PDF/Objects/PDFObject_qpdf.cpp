@@ -1,5 +1,6 @@
 #include "Platform/PDF/Objects/PDFObject.h"
 
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/Objects/KeyOrder_p.h"
 #include "Platform/PDF/Objects/StreamFilters_p.h"
 #include "Platform/PDF/PDFDocument.h"
@@ -137,7 +138,7 @@ std::optional<bool> PDFObject::boolean() const {
 std::optional<double> PDFObject::number() const {
     return Place::look(place_, std::optional<double>(), [](const Place&, QPDFObjectHandle value) {
         double number = 0;
-        return value.getValueAsNumber(number) ? std::optional(number) : std::nullopt;
+        return readNumber(value, number) ? std::optional(number) : std::nullopt;
     });
 }
 

@@ -1,3 +1,4 @@
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/Reading/ContentResources_p.h"
 
 #include <qpdf/QPDF.hh>
@@ -37,7 +38,7 @@ template <std::size_t count> std::optional<std::array<double, count>> numbers(QP
         return std::nullopt;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        if (!array.getArrayItem(static_cast<int>(i)).getValueAsNumber(values[i]) || !std::isfinite(values[i])) {
+        if (!readNumber(array.getArrayItem(static_cast<int>(i)), values[i]) || !std::isfinite(values[i])) {
             return std::nullopt;
         }
     }
@@ -145,7 +146,7 @@ std::optional<ContentResources::SizedFont> ContentResources::graphicsStateFont(s
     auto state = named("/ExtGState", name);
     auto entry = state.isDictionary() ? state.getKey("/Font") : QPDFObjectHandle::newNull();
     double size = 0;
-    if (!entry.isArray() || entry.getArrayNItems() < 2 || !entry.getArrayItem(1).getValueAsNumber(size)) {
+    if (!entry.isArray() || entry.getArrayNItems() < 2 || !readNumber(entry.getArrayItem(1), size)) {
         return std::nullopt;
     }
     return SizedFont{use(entry.getArrayItem(0)), size};

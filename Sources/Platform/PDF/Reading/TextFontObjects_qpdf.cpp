@@ -1,3 +1,4 @@
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Reading/TextFontObjects_p.h"
 
@@ -20,7 +21,7 @@ QPDFObjectHandle fontEntry(QPDFObjectHandle dictionary, const char* key) {
 
 std::optional<float> fontNumber(QPDFObjectHandle object) {
     double value = 0;
-    if (!object.getValueAsNumber(value) || !std::isfinite(value) || std::abs(value) > 1e7) {
+    if (!readNumber(object, value) || !std::isfinite(value) || std::abs(value) > 1e7) {
         return std::nullopt;
     }
     return static_cast<float>(value);
