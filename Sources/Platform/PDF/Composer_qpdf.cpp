@@ -129,7 +129,7 @@ void Composer::write(ByteSink& sink) {
         contents_.pack();
         // Whoever was trusted with a password gets a file that asks for it again.
         const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
-        writeFile(*target_, base_ ? StreamPacking::keep : StreamPacking::compact,
+        writeFile(*target_, base_ ? base_->bytes() : Bytes(), base_ ? StreamPacking::keep : StreamPacking::compact,
                   locked ? Protection::asLoaded : Protection::none, sink);
         requireMemoryOfAll();
     } catch (const QPDFExc& error) {

@@ -17,7 +17,8 @@ enum class Protection {
     asLoaded ///< encrypted with the key, passwords and permissions of the loaded file
 };
 
-/// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents.
-void writeFile(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink);
+/// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents. `loaded` holds
+/// the bytes that `pdf` was parsed from, if it was.
+void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection, ByteSink& sink);
 
 } // namespace orvex

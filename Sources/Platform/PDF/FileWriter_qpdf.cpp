@@ -1,6 +1,7 @@
 #include "Platform/PDF/FileWriter_p.h"
 
 #include "Platform/PDF/Digest_p.h"
+#include "Platform/PDF/RawStreams_p.h"
 #include "Platform/PDF/Saving/Vectors_p.h"
 
 #include <qpdf/Pipeline.hh>
@@ -83,8 +84,10 @@ private:
     RunningDigest digest_;
 };
 
-bool usesObjectStreams(QPDF& pdf) {
-    return pdf.getTrailer().getKey("/Type").isNameAndEquals("/XRef");
+/// Object streams are worth nothing uncompressed; otherwise every stream keeps its bytes.
+bool compressesStreams(QPDF& pdf, StreamPacking packing) {
+    const bool usesObjectStreams = pdf.getTrailer().getKey("/Type").isNameAndEquals("/XRef");
+    return packing == StreamPacking::compact || usesObjectStreams;
 }
 
 /// Returns the digest of the file.
@@ -96,8 +99,7 @@ std::string writeOnce(QPDF& pdf, StreamPacking packing, Protection protection, B
     writer.setPreserveEncryption(protection == Protection::asLoaded);
     writer.setDecodeLevel(qpdf_dl_none);
     writer.setObjectStreamMode(packing == StreamPacking::compact ? qpdf_o_generate : qpdf_o_preserve);
-    // Object streams are worth nothing uncompressed; otherwise every stream keeps its bytes.
-    writer.setCompressStreams(packing == StreamPacking::compact || usesObjectStreams(pdf));
+    writer.setCompressStreams(compressesStreams(pdf, packing));
     writer.setMinimumPDFVersion("1.5");
     writer.write();
     pipeline.rethrowFailure();
@@ -111,7 +113,8 @@ public:
 
 } // namespace
 
-void writeFile(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink) {
+void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection, ByteSink& sink) {
+    readStreamsInPlace(pdf, loaded, compressesStreams(pdf, packing));
     if (protection == Protection::none) {
         writeOnce(pdf, packing, protection, sink);
         return;

@@ -1,0 +1,58 @@
+#include "Platform/PDF/RawStreams_p.h"
+
+#include <qpdf/Buffer.hh>
+
+#include <memory>
+#include <string_view>
+
+namespace orvex {
+
+namespace {
+
+constexpr std::size_t worthIt = 16'384; // shorter ones go through in one or two pieces anyway
+
+/// Empty unless the data begin and end where the parser and the dictionary say.
+std::string_view dataOf(QPDFObjectHandle stream, const Bytes& file) {
+    long long length = 0;
+    const auto offset = static_cast<std::size_t>(stream.getParsedOffset());
+    if (!stream.getDict().getKey("/Length").getValueAsInt(length) || length < 0) {
+        return {};
+    }
+    const auto size = static_cast<std::size_t>(length);
+    if (size < worthIt || offset == 0 || offset > file.size() || size > file.size() - offset) {
+        return {};
+    }
+    const std::string_view before = file.text().substr(0, offset);
+    if (!before.ends_with("stream\n") && !before.ends_with("stream\r\n")) { // junk ahead of the header shifts offsets
+        return {};
+    }
+    std::string_view behind = file.text().substr(offset + size, 11);
+    behind.remove_prefix(behind.starts_with("\r\n") ? 2 : behind.starts_with("\n") || behind.starts_with("\r") ? 1 : 0);
+    return behind.starts_with("endstream") ? file.text().substr(offset, size) : std::string_view{};
+}
+
+} // namespace
+
+void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams) {
+    if (pdf.isEncrypted()) {
+        return;
+    }
+    for (auto& object : pdf.getAllObjects()) {
+        if (!object.isStream() || object.isDataModified()) {
+            continue;
+        }
+        auto dictionary = object.getDict();
+        auto filter = dictionary.getKey("/Filter");
+        if (compressesStreams && filter.isNull()) {
+            continue;
+        }
+        if (const auto data = dataOf(object, file); !data.empty()) {
+            auto* const bytes = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(data.data()));
+            object.replaceStreamData(std::make_shared<Buffer>(bytes, data.size()), filter,
+                                     dictionary.getKey("/DecodeParms"));
+            object.setFilterOnWrite(false);
+        }
+    }
+}
+
+} // namespace orvex
