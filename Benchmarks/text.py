@@ -2,14 +2,15 @@
 """Measures our reading of text against poppler's, MuPDF's and PDFium's.
 
 Usage: text.py agree [--list] FOLDER|FILE.pdf...
-       text.py speed [--pages N] [--runs N] [FOLDER]
+       text.py speed [--pages N | --corpus FOLDER] [--runs N]
 
 `agree` reads every file with all four and compares words and lines. What counts as right for one reader is what the
 majority of the other three has: a word as often as at least two of them have it on that page; a line when at least two of
 them have it with the same text and a box that is the same for the most part. Annotations, rotation and crop boxes are
 taken away first, so that all read the same page. --list names the files where ours is the odd one out.
 
-`speed` times whole processes in turns, on a file of many pages made here and, when a folder is given, on its files.
+`speed` times whole processes in turns, on a file of many pages made here or on the files of a folder, one after the other;
+ratios are by the wall clock and, in brackets, by processor time.
 """
 
 import argparse
@@ -17,12 +18,14 @@ import collections
 import concurrent.futures
 import html
 import json
+import os
 import random
 import re
 import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unicodedata
 import zlib
@@ -32,6 +35,7 @@ PROJECT = Path(__file__).resolve().parent.parent
 BIN = PROJECT / "build/release/bin"
 READERS = ("ours", "poppler", "mupdf", "pdfium")
 SECONDS = 120
+SECONDS_OF_A_RACE = 60
 NUMBER = r"(-?[\d.]+(?:e[-+]?\d+)?)"
 
 Line = collections.namedtuple("Line", "text box")  # the box: left, top, right, bottom from the page's top left corner
@@ -304,51 +308,66 @@ def commands_for(file):
     }
 
 
+Cost = collections.namedtuple("Cost", "seconds processor peak")  # peak memory in MiB
+
+
 def timed(command):
-    """Seconds and peak memory of a process; its failures are not ours to judge."""
-    import os
+    """What a process costs; its failures are not ours to judge. None when it takes too long."""
     start = time.perf_counter()
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    watch = threading.Timer(SECONDS_OF_A_RACE, process.kill)
+    watch.start()
     _, status, usage = os.wait4(process.pid, 0)
+    watch.cancel()
     process.returncode = os.waitstatus_to_exitcode(status)
-    return time.perf_counter() - start, usage.ru_maxrss / 1024
+    seconds = time.perf_counter() - start
+    if seconds >= SECONDS_OF_A_RACE:
+        return None
+    return Cost(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024)
 
 
 def race(files, runs, left_out=()):
-    """Medians over the runs of the sum over the files; the readers take turns at each file."""
-    totals = collections.defaultdict(list)
+    """Medians over the runs of the sums over the files; the readers take turns at each file."""
+    sums = collections.defaultdict(lambda: [[0.0, 0.0] for _ in range(runs)])
     peaks = collections.defaultdict(float)
-    for _ in range(runs):
-        sums = collections.defaultdict(float)
-        for file in files:
-            for name, command in commands_for(str(file)).items():
-                if name not in left_out:
-                    seconds, peak = timed(command)
-                    sums[name] += seconds
-                    peaks[name] = max(peaks[name], peak)
-        for name, seconds in sums.items():
-            totals[name].append(seconds)
-    return {name: (statistics.median(seconds), peaks[name]) for name, seconds in totals.items()}
+    for file in files:
+        commands = {name: command for name, command in commands_for(str(file)).items() if name not in left_out}
+        costs = [{name: timed(command) for name, command in commands.items()}]
+        late = [name for name, cost in costs[0].items() if cost is None]
+        if late:
+            print(f"  left out: {file.name}, on which {', '.join(late)} took more than {SECONDS_OF_A_RACE} s")
+            continue
+        costs += [{name: timed(command) for name, command in commands.items()} for _ in range(runs - 1)]
+        for run, cost_of in enumerate(costs):
+            for name, cost in cost_of.items():
+                if cost is not None:
+                    sums[name][run][0] += cost.seconds
+                    sums[name][run][1] += cost.processor
+                    peaks[name] = max(peaks[name], cost.peak)
+    median = lambda name, kind: statistics.median(sum_[kind] for sum_ in sums[name])
+    return {name: Cost(median(name, 0), median(name, 1), peaks[name]) for name in sums}
 
 
 def print_race(title, results):
     print(title)
-    found, text = results["orvexpdf found"][0], results["orvexpdf text"][0]
-    for name, (seconds, peak) in results.items():
-        print(f"  {name:24} {seconds:8.2f} s  {peak:6.0f} MiB   found {seconds / found:5.1f} times as fast, "
-              f"text {seconds / text:5.1f}")
+    found, text = results["orvexpdf found"], results["orvexpdf text"]
+    for name, cost in results.items():
+        print(f"  {name:24} {cost.seconds:7.2f} s, {cost.processor:7.2f} s of processors, {cost.peak:5.0f} MiB; as fast: "
+              f"found {cost.seconds / found.seconds:5.1f} ({cost.processor / found.processor:5.1f}), "
+              f"text {cost.seconds / text.seconds:5.1f} ({cost.processor / text.processor:5.1f})")
 
 
 def speed(options):
+    if options.corpus:
+        files = list(pdfs_of([options.corpus]))
+        print_race(f"{len(files)} files, a process each", race(files, options.runs))
+        return
     with tempfile.TemporaryDirectory() as folder:
         for count in (options.pages // 4, options.pages):
             file = Path(folder) / f"{count}.pdf"
             many_pages(file, count)
             left_out = ("PDFium (Qt PDF)",) if count > 1000 else ()
             print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", race([file], options.runs, left_out))
-    if options.folder:
-        files = list(pdfs_of([options.folder]))
-        print_race(f"{len(files)} files of {options.folder}, a process each", race(files, options.runs))
 
 
 def main():
@@ -360,7 +379,7 @@ def main():
     racing = commands.add_parser("speed")
     racing.add_argument("--pages", default=20_000, type=int)
     racing.add_argument("--runs", default=3, type=int)
-    racing.add_argument("folder", nargs="?")
+    racing.add_argument("--corpus", metavar="FOLDER")
     options = parser.parse_args()
     {"agree": agree, "speed": speed}[options.command](options)
 

@@ -9,6 +9,7 @@
 #include "Platform/Foundation/JSON.h"
 #include "Platform/Foundation/Workers.h"
 #include "Progress.h"
+#include "TextRows.h"
 
 #include <CLI/CLI.hpp>
 
@@ -47,6 +48,9 @@ std::shared_ptr<OrvexPDFDocument> open(const std::string& path) {
     if (!document) {
         failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
     }
+    static auto& kept = *new std::shared_ptr<OrvexPDFDocument>;
+    kept =
+        document; // the process ends with the command: taking a long file apart object by object would only take time
     return document;
 }
 
@@ -129,13 +133,8 @@ void text(const FoundOptions& options) {
     const auto document = open(options.file);
     const auto pages = parsePages(options.pages, document->pageCount());
     writeOutput(options.output, [&](ByteSink& sink) {
-        writePages(*document, pages, sink, [](const OrvexPDFPage& page, bool) {
-            std::string lines;
-            for (const auto& line : page.textLines()) {
-                lines.append(line.text).append("\n");
-            }
-            return lines + "\f";
-        });
+        writePages(*document, pages, sink,
+                   [](const OrvexPDFPage& page, bool) { return printedRows(page.textLines()) + "\f"; });
     });
 }
 

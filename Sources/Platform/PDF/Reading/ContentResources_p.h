@@ -28,6 +28,8 @@ public:
 private:
     void readLayers(const PDFSource& source);
     [[nodiscard]] bool isGroupHidden(QPDFObjectHandle group) const;
+    [[nodiscard]] bool isMembershipHidden(QPDFObjectHandle groups, QPDFObjectHandle policy) const;
+    [[nodiscard]] bool isVisible(QPDFObjectHandle expression, int depth, int& budget) const;
 
     TextFontCache fonts_;
     bool layersRead_ = false;

@@ -12,6 +12,7 @@ namespace orvex {
 namespace {
 
 constexpr int mostGroups = 10'000;
+constexpr int deepestExpression = 32;
 
 /// A name as qpdf keeps it: with its slash, without escapes.
 std::string keyOf(std::string_view name) {
@@ -90,19 +91,27 @@ bool ReadingCache::isHidden(const PDFSource& source, QPDFObjectHandle optionalCo
     if (!optionalContent.getKey("/Type").isNameAndEquals("/OCMD")) {
         return isGroupHidden(optionalContent);
     }
-    auto groups = optionalContent.getKey("/OCGs");
+    if (auto expression = optionalContent.getKey("/VE"); expression.isArray()) {
+        int budget = mostGroups;
+        return !isVisible(expression, 0, budget);
+    }
+    return isMembershipHidden(optionalContent.getKey("/OCGs"), optionalContent.getKey("/P"));
+}
+
+bool ReadingCache::isMembershipHidden(QPDFObjectHandle groups, QPDFObjectHandle policy) const {
     if (!groups.isArray()) {
         return isGroupHidden(groups);
     }
-    const int count = std::min(groups.getArrayNItems(), mostGroups);
+    int count = 0;
     int hidden = 0;
-    for (int i = 0; i < count; ++i) {
-        hidden += isGroupHidden(groups.getArrayItem(i)) ? 1 : 0;
+    for (int i = 0; i < std::min(groups.getArrayNItems(), mostGroups); ++i) {
+        auto group = groups.getArrayItem(i);
+        count += group.isDictionary() ? 1 : 0;
+        hidden += isGroupHidden(group) ? 1 : 0;
     }
     if (count == 0) {
         return false;
     }
-    auto policy = optionalContent.getKey("/P");
     if (policy.isNameAndEquals("/AllOn")) {
         return hidden > 0;
     }
@@ -113,6 +122,28 @@ bool ReadingCache::isHidden(const PDFSource& source, QPDFObjectHandle optionalCo
         return hidden < count;
     }
     return hidden == count;
+}
+
+/// A group, or an array of an operator and what it is applied to.
+bool ReadingCache::isVisible(QPDFObjectHandle expression, int depth, int& budget) const {
+    if (!expression.isArray()) {
+        return !isGroupHidden(expression);
+    }
+    if (depth > deepestExpression || expression.getArrayNItems() == 0) {
+        return true;
+    }
+    auto operation = expression.getArrayItem(0);
+    const bool all = operation.isNameAndEquals("/And");
+    for (int i = 1; i < expression.getArrayNItems() && --budget > 0; ++i) {
+        const bool visible = isVisible(expression.getArrayItem(i), depth + 1, budget);
+        if (operation.isNameAndEquals("/Not")) {
+            return !visible;
+        }
+        if (visible != all) {
+            return visible;
+        }
+    }
+    return all;
 }
 
 QPDFObjectHandle ContentResources::named(const char* category, std::string_view name) {

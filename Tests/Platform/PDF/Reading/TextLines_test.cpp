@@ -231,7 +231,8 @@ TEST(TextLines, StreamsOfOneContentMayPartAnywhere) {
 }
 
 /// A page whose resources hold the forms given, as /X0, /X1 and so on, besides Helvetica and a layer that is off.
-Bytes pageWithForms(const std::string& content, const std::vector<std::pair<std::string, std::string>>& forms) {
+Bytes pageWithForms(const std::string& content, const std::vector<std::pair<std::string, std::string>>& forms,
+                    const std::string& more = {}) {
     std::string names;
     std::vector<std::string> bodies{
         "<< /Type /Catalog /Pages 2 0 R /OCProperties << /OCGs [5 0 R 6 0 R] /D << /OFF [5 0 R] >> >> >>",
@@ -250,7 +251,8 @@ Bytes pageWithForms(const std::string& content, const std::vector<std::pair<std:
         "/XObject << " +
         names +
         ">> /Properties << /Off 5 0 R /On 6 0 R /Any << /Type /OCMD /OCGs [5 0 R 6 0 R] "
-        ">> /All << /Type /OCMD /OCGs [5 0 R 6 0 R] /P /AllOn >> >> >> >>";
+        ">> /All << /Type /OCMD /OCGs [5 0 R 6 0 R] /P /AllOn >> " +
+        more + ">> >> >>";
     return Bytes(pdfFromObjects(bodies));
 }
 
@@ -299,6 +301,41 @@ TEST(TextLines, LayersThatAreOffAreLeftOut) {
     EXPECT_THAT(texts(linesOf(pageWithForms(
                     "/X0 Do", {{"/BBox [0 0 612 792] /OC 5 0 R", "BT /F1 10 Tf 72 700 Td (off) Tj ET"}}))),
                 IsEmpty());
+}
+
+TEST(TextLines, MembershipsOfLayersGoByTheirPolicyOrTheirExpression) {
+    // 5 is off, 6 is on.
+    const std::vector<std::pair<std::string, bool>> shown = {
+        {"/OCGs [5 0 R 6 0 R] /P /AnyOn", true},
+        {"/OCGs [5 0 R 6 0 R] /P /AnyOff", true},
+        {"/OCGs [6 0 R] /P /AnyOff", false},
+        {"/OCGs [5 0 R 6 0 R] /P /AllOff", false},
+        {"/OCGs [5 0 R null] /P /AllOff", true},
+        {"/OCGs [] /P /AllOn", true},
+        {"/OCGs [null] /P /AllOn", true},
+        {"/OCGs 5 0 R", false},
+        {"/OCGs [6 0 R] /VE [/Not 6 0 R]", false},
+        {"/VE [/And 5 0 R 6 0 R]", false},
+        {"/VE [/Or 5 0 R 6 0 R]", true},
+        {"/VE [/And 6 0 R [/Not 5 0 R]]", true},
+        {"/VE [/Or 5 0 R [/And 6 0 R [/Not 6 0 R]]]", false},
+        {"/VE []", true},
+    };
+    for (const auto& [membership, expected] : shown) {
+        const auto lines = texts(linesOf(pageWithForms("/OC /M BDC BT /F1 10 Tf 72 700 Td (layer) Tj ET EMC", {},
+                                                       "/M << /Type /OCMD " + membership + " >> ")));
+        EXPECT_EQ(lines, expected ? Lines{"layer"} : Lines{}) << membership;
+    }
+}
+
+TEST(TextLines, ExpressionsOfLayersThatNestWithoutEndAreBounded) {
+    std::string nested = "6 0 R";
+    for (int i = 0; i < 400; ++i) {
+        nested = "[/And " + nested + "]";
+    }
+    EXPECT_THAT(texts(linesOf(pageWithForms("/OC /M BDC BT /F1 10 Tf 72 700 Td (layer) Tj ET EMC", {},
+                                            "/M << /Type /OCMD /VE " + nested + " >> "))),
+                ElementsAre("layer"));
 }
 
 } // namespace
