@@ -1,15 +1,20 @@
-// Streams of a loaded file that are written as they are.
+// Streams of a loaded file that are written as they are. Piece by piece qpdf copies them several times on their way.
 #pragma once
 
 #include "Platform/Foundation/Bytes.h"
 
+#include <qpdf/Buffer.hh>
 #include <qpdf/QPDF.hh>
+
+#include <memory>
 
 namespace orvex {
 
-/// Lets the streams of `pdf` be taken in one piece out of the file that it was parsed from; piece by piece they are
-/// copied several times on their way. Streams that the writer is to compress, or to decrypt, or whose stated length is
-/// wrong, stay as they were. `file` has to outlive `pdf`.
+/// The stored bytes of a long stream inside `file`, which its document was parsed from and which has to outlive them.
+/// Null for short streams, encrypted ones, and where the stated length is wrong.
+[[nodiscard]] std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file);
+
+/// Lets the writer of `pdf` take streams so, but for those that it is to compress.
 void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams);
 
 } // namespace orvex

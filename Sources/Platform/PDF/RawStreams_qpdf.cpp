@@ -1,8 +1,5 @@
 #include "Platform/PDF/RawStreams_p.h"
 
-#include <qpdf/Buffer.hh>
-
-#include <memory>
 #include <string_view>
 
 namespace orvex {
@@ -33,23 +30,24 @@ std::string_view dataOf(QPDFObjectHandle stream, const Bytes& file) {
 
 } // namespace
 
-void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams) {
-    if (pdf.isEncrypted()) {
-        return;
+std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file) {
+    const auto data = dataOf(stream, file);
+    if (data.empty() || stream.isDataModified() || stream.getOwningQPDF()->isEncrypted()) {
+        return nullptr;
     }
+    auto* const bytes = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(data.data()));
+    return std::make_shared<Buffer>(bytes, data.size());
+}
+
+void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams) {
     for (auto& object : pdf.getAllObjects()) {
-        if (!object.isStream() || object.isDataModified()) {
+        if (!object.isStream()) {
             continue;
         }
         auto dictionary = object.getDict();
-        auto filter = dictionary.getKey("/Filter");
-        if (compressesStreams && filter.isNull()) {
-            continue;
-        }
-        if (const auto data = dataOf(object, file); !data.empty()) {
-            auto* const bytes = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(data.data()));
-            object.replaceStreamData(std::make_shared<Buffer>(bytes, data.size()), filter,
-                                     dictionary.getKey("/DecodeParms"));
+        const bool staysAsItIs = !compressesStreams || dictionary.hasKey("/Filter");
+        if (const auto data = staysAsItIs ? storedInPlace(object, file) : nullptr) {
+            object.replaceStreamData(data, dictionary.getKey("/Filter"), dictionary.getKey("/DecodeParms"));
             object.setFilterOnWrite(false);
         }
     }

@@ -1,5 +1,7 @@
 #include "Platform/PDF/Saving/ObjectCopier_p.h"
 
+#include "Platform/PDF/RawStreams_p.h"
+
 #include <qpdf/Pipeline.hh>
 
 #include <algorithm>
@@ -145,8 +147,13 @@ void ObjectCopier::fillStream(QPDFObjectHandle from, QPDFObjectHandle to) {
     dictionary.removeKey("/Length");
     copyStructureKeys(from.getDict(), dictionary);
     to.replaceDict(dictionary);
-    to.replaceStreamData(std::make_shared<StoredData>(from), dictionary.getKey("/Filter"),
-                         dictionary.getKey("/DecodeParms"));
+    auto filter = dictionary.getKey("/Filter");
+    auto parameters = dictionary.getKey("/DecodeParms");
+    if (const auto data = storedInPlace(from, source_->bytes())) {
+        to.replaceStreamData(data, filter, parameters);
+    } else {
+        to.replaceStreamData(std::make_shared<StoredData>(from), filter, parameters);
+    }
     to.setFilterOnWrite(false);
 }
 
