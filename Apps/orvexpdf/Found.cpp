@@ -138,10 +138,10 @@ void text(const FoundOptions& options) {
     });
 }
 
-CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, FoundOptions& options) {
+CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, const char* pages, FoundOptions& options) {
     auto* app = tool.add_subcommand(name, what);
     app->add_option("FILE", options.file, "The PDF; - for standard input")->required()->type_name("");
-    app->add_option("--pages", options.pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
+    app->add_option(pages, options.pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
     app->add_option("-o,--output", options.output, "The file to write; standard output unless told otherwise")
         ->type_name("FILE");
     return app;
@@ -151,7 +151,8 @@ CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, FoundOpt
 
 Command addFound(CLI::App& tool) {
     auto options = std::make_shared<FoundOptions>();
-    auto* app = addCommon(tool, "found", "Read the text of pages, line by line with its place, as JSON", *options);
+    auto* app =
+        addCommon(tool, "found", "Read the text of pages, line by line with its place, as JSON", "--pages", *options);
     app->add_option("--page", options->page, "One page, as a found page instead of a found document")
         ->type_name("N")
         ->excludes("--pages");
@@ -163,7 +164,7 @@ Command addFound(CLI::App& tool) {
 
 Command addText(CLI::App& tool) {
     auto options = std::make_shared<FoundOptions>();
-    auto* app = addCommon(tool, "text", "Print the text of pages", *options);
+    auto* app = addCommon(tool, "text", "Print the text of pages", "--pages,--page", *options);
     app->footer(textExamples);
     return {app, [options] { text(*options); }};
 }

@@ -94,6 +94,7 @@ TEST_F(Found, TextPrintsLinesAndFormFeeds) {
     writeThreePages();
     EXPECT_EQ(toolOutput("text a.pdf"), "One\n\f\fThree\n\f");
     EXPECT_EQ(toolOutput("text a.pdf --pages 3"), "Three\n\f");
+    EXPECT_EQ(toolOutput("text a.pdf --page 1"), "One\n\f");
     EXPECT_THAT(toolOutput("text --help"), HasSubstr("--pages"));
 }
 

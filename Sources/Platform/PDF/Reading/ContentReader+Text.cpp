@@ -8,11 +8,7 @@ namespace orvex {
 
 namespace {
 
-/// Blanks of all widths, and the controls that some maps have in their place.
-bool isWhiteSpace(std::string_view text) {
-    if (text.size() == 1) {
-        return text[0] == ' ' || (text[0] >= '\t' && text[0] <= '\r');
-    }
+bool isLongWhiteSpace(std::string_view text) {
     if (text.size() == 2) {
         return text == "\u00A0";
     }
@@ -20,6 +16,14 @@ bool isWhiteSpace(std::string_view text) {
         return false;
     }
     return text == "\u3000" || text == "\u202F" || text == "\u205F" || (text >= "\u2000" && text <= "\u200A");
+}
+
+/// Blanks of all widths, and the controls that some maps have in their place.
+inline bool isWhiteSpace(std::string_view text) {
+    if (text.size() == 1) {
+        return text[0] == ' ' || (text[0] >= '\t' && text[0] <= '\r');
+    }
+    return isLongWhiteSpace(text);
 }
 
 // Thousandths of an em: what moves the pen farther within a string is no kerning.

@@ -139,13 +139,18 @@ private:
 
     [[nodiscard]] TextLine compose() const {
         TextLine line;
+        line.text.reserve(shown_.glyphs.size() * 5 / 4);
         Extent extent;
         for (const auto index : shown_.glyphs) {
             const Glyph& glyph = page_.glyphs[index];
             if (glyph.startsWord) {
                 line.text += ' ';
             }
-            line.text += glyph.text;
+            if (glyph.text.size() == 1) {
+                line.text += glyph.text[0]; // nearly all are; without a call
+            } else {
+                line.text += glyph.text;
+            }
             extent.add(glyph, page_.styleOf(glyph));
         }
         removeControls(line.text);
