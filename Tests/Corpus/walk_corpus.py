@@ -22,6 +22,7 @@ from pathlib import Path
 
 STEPS = ("load", "info", "found", "images", "render", "edit", "undo", "save", "reopen")
 REFUSALS = {"orvexpdf": {3, 4, 5}, "corpus_step": {2}}
+NO_PAGES = "the document has 0 pages"
 
 
 def command(programs, step, path, folder):
@@ -73,7 +74,7 @@ def take(programs, step, path, folder, limits):
         return Outcome("failed", f"signal {-code}: {reason}", seconds, megabytes)
     if code == 0:
         return Outcome("done", "", seconds, megabytes)
-    if code in REFUSALS[words[0].name] and reason:
+    if reason and (code in REFUSALS[words[0].name] or reason.endswith(NO_PAGES)):
         return Outcome("refused", reason, seconds, megabytes)
     return Outcome("failed", f"exit code {code}: {reason or 'no words'}", seconds, megabytes)
 

@@ -26,7 +26,7 @@ MUTATIONS = [
      "stack.erase(stack.begin() + static_cast<std::ptrdiff_t>(levels), stack.end());"),
     ("empty groups leave a step", UNDO, "if (step.empty()) {", "if (step.size() == 12345) {"),
     ("an inner group's actions are lost", UNDO, "append(open.back().actions, std::move(group.actions));",
-     "group.actions.clear();"),
+     "append(open.back().actions, {});"),
     ("disabled registration registers", UNDO, "if (s.disabled > 0 || ", "if ("),
     ("undo goes on inside an open group", UNDO, "if (s.open.size() > 1) {", "if (s.open.size() > 2) {"),
     ("the undo of an insertion removes the next page", EDIT, "manager._remove(index);", "manager._remove(index + 1);"),
