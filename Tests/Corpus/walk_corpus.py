@@ -20,6 +20,8 @@ import threading
 import time
 from pathlib import Path
 
+from edit_corpus import pdfs
+
 STEPS = ("load", "info", "found", "images", "render", "edit", "undo", "save", "reopen")
 REFUSALS = {"orvexpdf": {3, 4, 5}, "corpus_step": {2}}
 NO_PAGES = "the document has 0 pages"
@@ -123,15 +125,7 @@ def parse():
 
 def main():
     arguments = parse()
-    files = []
-    for folder in arguments.folders:
-        if not folder.is_dir():
-            print(f"skipped: {folder} is not here")
-            return 77
-        files += sorted(folder.rglob("*.pdf"))[:: arguments.every]
-    if not files:
-        print("no PDFs are there")
-        return 1
+    files = pdfs(arguments.folders, arguments.every)
     outcomes = []
     failures = 0
     for path in files:
