@@ -43,7 +43,7 @@ bool surfaceExists(const ImageRep& rep, std::int64_t width, std::int64_t height)
 /// Null when the pixels cannot be had or would not fit in memory.
 BitmapPtr drawn(const ImageRep& rep, std::int64_t width, std::int64_t height) {
     try {
-        return std::make_shared<const Bitmap>(resample(*rep.bitmapAtLeast(width, height), width, height));
+        return rep.resampled(width, height);
     } catch (const ImageError&) {
         return nullptr;
     } catch (const std::bad_alloc&) {

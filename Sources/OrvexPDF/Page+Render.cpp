@@ -1,5 +1,6 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Page.h"
+#include "OrvexPDF/Page_p.h"
 #include "Platform/Foundation/Strings.h"
 #include "Platform/PDF/Renderer.h"
 
@@ -71,7 +72,8 @@ ImageRepPtr OrvexPDFPage::renderBitmap(double width, double height) {
     }
     const RenderRequest bare{pixelsWide, pixelsHigh, false, false};
     const auto pixels = Size{static_cast<double>(pixelsWide), static_cast<double>(pixelsHigh)};
-    return repOf(orvex::render(*this, bare), pixels);
+    auto scan = scanBitmap(*this, pixelsWide, pixelsHigh);
+    return repOf(scan ? std::move(scan) : orvex::render(*this, bare), pixels);
 }
 
 ImagePtr OrvexPDFPage::image(std::int64_t dpi) {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstdio>
+#include <span>
 #include <utility>
 
 #include <jerror.h>
@@ -132,6 +133,85 @@ Bitmap decode(const Bytes& data, const ImageInfo& info, int eighths) {
         throwDamaged(decoder);
     }
     return std::move(decoder.bitmap);
+}
+
+namespace {
+
+/// The rows that the library hands out at a time of one component, padded to whole blocks.
+struct BandRows {
+    std::vector<std::uint8_t> samples;
+    std::vector<JSAMPROW> rows;
+
+    explicit BandRows(const jpeg_component_info& component) {
+        const auto block = static_cast<std::size_t>(component.DCT_scaled_size);
+        const std::size_t stride = component.width_in_blocks * block;
+        samples.resize(stride * block * static_cast<std::size_t>(component.v_samp_factor));
+        for (std::size_t start = 0; start < samples.size(); start += stride) {
+            rows.push_back(samples.data() + start);
+        }
+    }
+};
+
+struct PlaneReader {
+    Decoder& decoder;
+    const TakeBand& take;
+    std::vector<BandRows> bands;
+    std::int64_t count = 0; ///< bands read so far
+
+    void handOut() {
+        for (std::size_t plane = 0; plane < bands.size(); ++plane) {
+            const jpeg_component_info& component = decoder.cinfo.comp_info[plane];
+            const auto& rows = bands[plane].rows;
+            const std::int64_t height = component.downsampled_height;
+            const auto tall = static_cast<std::int64_t>(rows.size());
+            const std::int64_t used = std::clamp<std::int64_t>(height - count * tall, 0, tall);
+            take({plane, component.downsampled_width, height, count * tall,
+                  std::span(rows).first(static_cast<std::size_t>(used))});
+        }
+        ++count;
+    }
+};
+
+bool holdsPlanes(const jpeg_decompress_struct& cinfo) {
+    const auto isWhole = [&](const jpeg_component_info& component) {
+        return component.h_samp_factor == cinfo.max_h_samp_factor && component.v_samp_factor == cinfo.max_v_samp_factor;
+    };
+    return cinfo.jpeg_color_space == JCS_YCbCr && cinfo.num_components == 3 && isWhole(cinfo.comp_info[0]);
+}
+
+bool readBands(PlaneReader& reader) {
+    if (setjmp(reader.decoder.errors.jump)) {
+        return false;
+    }
+    jpeg_decompress_struct& cinfo = reader.decoder.cinfo;
+    cinfo.raw_data_out = TRUE;
+    jpeg_start_decompress(&cinfo);
+    JSAMPARRAY bands[] = {reader.bands[0].rows.data(), reader.bands[1].rows.data(), reader.bands[2].rows.data()};
+    while (cinfo.output_scanline < cinfo.output_height) {
+        jpeg_read_raw_data(&cinfo, bands, static_cast<JDIMENSION>(reader.bands[0].rows.size()));
+        reader.handOut();
+    }
+    jpeg_finish_decompress(&cinfo);
+    return true;
+}
+
+} // namespace
+
+bool decodePlanes(const Bytes& data, int eighths, const TakeBand& take) {
+    verify(data);
+    Decoder decoder;
+    if (!start(decoder, data, static_cast<unsigned>(eighths))) {
+        throwDamaged(decoder);
+    }
+    if (!holdsPlanes(decoder.cinfo)) {
+        return false;
+    }
+    const std::span components(decoder.cinfo.comp_info, 3);
+    PlaneReader reader{decoder, take, {components.begin(), components.end()}};
+    if (!readBands(reader)) {
+        throwDamaged(decoder);
+    }
+    return true;
 }
 
 } // namespace jpeg

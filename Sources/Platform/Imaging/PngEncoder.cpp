@@ -149,44 +149,61 @@ int levelFor(std::size_t bytes) {
     return bytes <= mebibyte / 2 ? 12 : bytes <= 2 * mebibyte ? 10 : bytes <= 32 * mebibyte ? 7 : 5;
 }
 
-constexpr std::size_t bandBytes = 64 << 10;
-
-/// What the whole picture would come to at the fastest level, judged from bands of it. A band is twice as long as
-/// deflate looks back, so that what repeats in the picture repeats in the band.
-double estimatedSize(const PackedImage& image, Filter filter, std::int64_t bands) {
+/// What the whole picture would come to, judged from bands of it.
+double estimatedSize(const PackedImage& image, Filter filter, int level, std::int64_t bands, std::size_t bandBytes) {
     const std::int64_t height = static_cast<std::int64_t>(bandBytes / (image.rowBytes + 1)) + 1;
     bands = std::clamp<std::int64_t>(bands, 1, std::max<std::int64_t>(1, image.height / height));
+    constexpr std::size_t overhead = 64; // headers and tables, of which the whole picture has few
     std::size_t sum = 0;
     for (std::int64_t band = 0; band < bands; ++band) {
         const std::int64_t middle = (2 * band + 1) * image.height / (2 * bands);
         const std::int64_t from = std::max<std::int64_t>(0, middle - height / 2);
         const auto rows = filterRows(image, filter, from, std::min(from + height, image.height));
-        const auto packed = deflateZlib(rows, 1, 0);
-        sum += packed ? packed->size() : 0;
+        const auto packed = deflateZlib(rows, level, 0);
+        sum += packed && packed->size() > overhead ? packed->size() - overhead : 0;
     }
     return static_cast<double>(sum) * static_cast<double>(image.height) / static_cast<double>(bands * height);
 }
 
-/// Whether the picture is so far beyond `limit` that no filter and level will bring it below. On scans the best of them
-/// gain a tenth, on coloured ones up to a half; those are far beyond.
+/// Whether the middle of the picture repeats itself at distances that a band of it does not show.
+bool repeatsFarther(const PackedImage& image, std::size_t bandBytes) {
+    constexpr std::int64_t bands = 6; // longer than deflate looks back
+    constexpr std::size_t worthAttention = 4 << 10;
+    const std::int64_t height = static_cast<std::int64_t>(bandBytes / (image.rowBytes + 1)) + 1;
+    const std::int64_t from = std::max<std::int64_t>(0, (image.height - bands * height) / 2);
+    const auto rows = filterRows(image, Filter::none, from, std::min(from + bands * height, image.height));
+    const auto sizeOf = [](std::span<const std::uint8_t> part) {
+        const auto packed = deflateZlib(part, 1, 0);
+        return packed ? packed->size() : 0;
+    };
+    const std::size_t bandLength = (image.rowBytes + 1) * static_cast<std::size_t>(height);
+    std::size_t apart = 0;
+    for (std::size_t start = 0; start < rows.size(); start += bandLength) {
+        apart += sizeOf(std::span(rows).subspan(start, std::min(bandLength, rows.size() - start)));
+    }
+    return apart > worthAttention && sizeOf(rows) < apart / 4 * 3;
+}
+
+/// Whether the picture is so far beyond `limit` that no filter and level will bring it below. A glance tells most
+/// scans; the others are looked at in more places, between which lines of text cannot hide, and compressed nearly as
+/// well as they would be in the end.
 bool hasLost(const PackedImage& image, std::size_t limit) {
-    constexpr std::size_t worthTrying = 2 * bandBytes; // smaller ones are quickly encoded
-    constexpr double hopeless = 2.5;
-    constexpr double hopelessAtSecondSight = 1.6; // of twice as many bands
+    constexpr std::size_t worthTrying = 128 << 10; // smaller ones are quickly encoded
+    constexpr std::size_t bandBytes = 8 << 10;
     if (limit == 0 || image.rowBytes * static_cast<std::size_t>(image.height) < worthTrying) {
         return false;
     }
     const auto most = static_cast<double>(limit);
-    constexpr std::int64_t bands = 4;
-    const double plain = estimatedSize(image, Filter::none, bands);
-    if (plain <= hopelessAtSecondSight * most) {
+    constexpr double hopelessAtAGlance = 4; // of the fastest level
+    constexpr double hopeless = 1.3;
+    const double plain = estimatedSize(image, Filter::none, 1, 8, bandBytes / 2);
+    const double predicted = estimatedSize(image, Filter::paeth, 1, 8, bandBytes / 2);
+    const Filter better = plain < predicted ? Filter::none : Filter::paeth;
+    if (std::min(plain, predicted) <= hopelessAtAGlance * most &&
+        estimatedSize(image, better, 7, 32, bandBytes) <= hopeless * most) {
         return false;
     }
-    const double predicted = estimatedSize(image, Filter::paeth, bands);
-    const Filter better = plain < predicted ? Filter::none : Filter::paeth;
-    const double least = std::min(plain, predicted);
-    return least > hopeless * most || (least > hopelessAtSecondSight * most &&
-                                       estimatedSize(image, better, 2 * bands) > hopelessAtSecondSight * most);
+    return !repeatsFarther(image, bandBytes);
 }
 
 /// The rows of the whole picture, filtered and compressed; empty when that passes the limit.

@@ -6,6 +6,7 @@
 #include "Platform/Imaging/Simplify_p.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -65,7 +66,7 @@ Graph makeGraph(const Shape& shape) {
     zimg_graph_builder_params parameters;
     zimg_graph_builder_params_default(&parameters, apiVersion);
     parameters.resample_filter = ZIMG_RESIZE_LANCZOS;
-    parameters.filter_param_a = 3;
+    parameters.filter_param_a = 2; // of three lobes the ringing costs more bytes in a JPEG than it shows
     parameters.cpu_type = ZIMG_CPU_AUTO_64B;
     Graph graph(zimg_filter_graph_build(&source, &target, &parameters), &zimg_filter_graph_free);
     if (!graph) {
@@ -74,18 +75,21 @@ Graph makeGraph(const Shape& shape) {
     return graph;
 }
 
-/// The pages of a batch are mostly of one size: the last graph of the thread serves the next one.
+/// The pages of a batch are mostly of one size: the last graphs of the thread, for lightness and for colour, serve the
+/// next one. Making one takes as long as using it.
 const zimg_filter_graph* graphFor(const Shape& shape) {
-    struct Last {
+    struct Known {
         Shape shape;
         Graph graph{nullptr, &zimg_filter_graph_free};
     };
-    static thread_local Last last;
-    if (!last.graph || last.shape != shape) {
-        last.graph = makeGraph(shape);
-        last.shape = shape;
+    static thread_local std::array<Known, 2> known; // the last used first
+    if (!known[0].graph || known[0].shape != shape) {
+        std::swap(known[0], known[1]);
     }
-    return last.graph.get();
+    if (!known[0].graph || known[0].shape != shape) {
+        known[0] = {shape, makeGraph(shape)};
+    }
+    return known[0].graph.get();
 }
 
 /// One side of the graph: rings of rows, one per plane, filled from or emptied into interleaved samples.
