@@ -1,17 +1,19 @@
 #!/usr/bin/env python3
-"""Times the optimiser on scans, to the medium preset, against libjpeg-turbo alone, ImageMagick and Ghostscript.
+"""Times the optimiser on scans, to the medium preset, against libjpeg-turbo alone, ImageMagick, libvips and Ghostscript;
+prints Markdown tables.
 
 Usage: squeeze.py [--build FOLDER] [--runs N] [--pages N] [--scans FOLDER]
 
 The scans are A4 pages of 300 dpi as JPEG of quality 90. The shared collection holds few pages of that size, so each of
 them is taken several times: as it is, as a scanner makes it of paper that lies askew (turned by a degree, softened,
-grey), on yellowish paper (colour), and at 400 dpi. Without the collection only the samples of Examples are taken.
+grey), on yellowish paper (colour), and at 400 dpi. Without the collection only the samples of Examples are taken. A
+batch of a hundred repeats the pages as they are, for the time by the clock on one core and on all.
 
 The floor is what nothing that reduces and encodes a scan can do without: libjpeg-turbo decoding at half the size and
 encoding that, with the same quality and fitting Huffman tables. Ours and the floor are measured inside one program, page
 by page; ours again and the peers as commands for all pages at once. All take turns; times are the processor's, whatever
-number of threads took them. Alike means structural similarity with the scan decoded in full and reduced by
-GraphicsMagick's Lanczos filter, on the samples as they are stored.
+number of threads took them, unless the clock is named. Alike means structural similarity with the scan decoded in full
+and reduced by GraphicsMagick's Lanczos filter, on the samples as they are stored.
 """
 
 import argparse
@@ -20,6 +22,7 @@ import statistics
 import subprocess
 import sys
 import tempfile
+import time
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parent.parent
@@ -94,9 +97,14 @@ def peers(tool, scans, folder):
         ghostscript += [f"-dDownsample{kind}Images=true", f"-d{kind}ImageDownsampleType=/Bicubic",
                         f"-d{kind}ImageResolution={PRESET_DPI}", f"-d{kind}ImageDownsampleThreshold=1.0",
                         f"-dAutoFilter{kind}Images=false", f"-d{kind}ImageFilter=/DCTEncode"]
+    vips = []
+    for number, scan in enumerate(scans):
+        scale = PRESET_DPI / (400 if "-fine" in scan.name else 300)
+        vips.append(f"vips resize '{scan}' '{folder}/vips/{number:03}.jpg[Q={PRESET_QUALITY},optimize-coding]' {scale}")
     return {
         "ours": [tool, "-q", "make", *scans, "--squeeze", "medium", "-o", folder / "ours.pdf"],
         "ImageMagick": ["sh", "-c", " && ".join(magick)],
+        "libvips": ["sh", "-c", " && ".join(vips)],
         "Ghostscript": [*ghostscript, folder / "scans.pdf"],
     }
 
@@ -105,6 +113,8 @@ def pictures(name, scans, folder):
     """The JPEGs themselves; out of a PDF, whose own objects would be counted otherwise."""
     if name == "ImageMagick":
         return [folder / "magick" / scan.name for scan in scans]
+    if name == "libvips":
+        return sorted((folder / "vips").iterdir())
     pdf = folder / ("ours.pdf" if name == "ours" else "gs.pdf")
     run("pdfimages", "-all", pdf, folder / name)
     return sorted(folder.glob(f"{name}-*"))
@@ -116,25 +126,27 @@ def likeness(program, folder, number, picture):
     return float(run(program, "compare", reference, shown))
 
 
-def processor_seconds(command):
-    """Of the command and all that it started."""
+def seconds(command):
+    """Of the processor, by the command and all that it started, and by the clock."""
+    start = time.monotonic()
     process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         sys.exit(f"failed with {process.returncode}: {command}")
-    return usage.ru_utime + usage.ru_stime
+    return usage.ru_utime + usage.ru_stime, time.monotonic() - start
 
 
 def measure_peers(tool, program, scans, runs, folder):
     """Median seconds, sizes in bytes and likenesses of each."""
     (folder / "magick").mkdir()
+    (folder / "vips").mkdir()
     prepare(tool, program, scans, folder)
     commands = peers(tool, scans, folder)
     taken = {name: [] for name in commands}
     for _ in range(runs):
         for name, command in commands.items():
-            taken[name].append(processor_seconds(command))
+            taken[name].append(seconds(command)[0])
     times, sizes, alike = {}, {}, {}
     alike["reduction alone"] = [likeness(program, folder, number, folder / f"reduced-{number:03}.png")
                                 for number in range(len(scans))]
@@ -144,6 +156,54 @@ def measure_peers(tool, program, scans, runs, folder):
         sizes[name] = [picture.stat().st_size for picture in left]
         alike[name] = [likeness(program, folder, number, picture) for number, picture in enumerate(left)]
     return times, sizes, alike
+
+
+def time_batch(tool, pages, runs, folder):
+    """A hundred scans through the tool on one core and on all, and through Ghostscript, by the clock."""
+    scans = [pages[i % len(pages)] for i in range(100)]
+    run(tool, "-q", "make", *scans, "-o", folder / "scans.pdf")
+    commands = peers(tool, scans, folder)
+    ours = [str(part) for part in commands["ours"]]
+    batch = {"ours, one core": ["taskset", "-c", "0", *ours], f"ours, {os.cpu_count()} cores": ours,
+             "Ghostscript": commands["Ghostscript"]}
+    taken = {name: [] for name in batch}
+    for _ in range(runs):
+        for name, command in batch.items():
+            taken[name].append(seconds(command))
+    first = statistics.median(clock for _, clock in taken["ours, one core"])
+    print("\n| 100 scans of 300 dpi | s by the clock | s of the processor | clock, times ours on one core |")
+    print("|---|---|---|---|")
+    for name, pairs in taken.items():
+        processor, clock = (statistics.median(column) for column in zip(*pairs))
+        print(f"| {name} | {clock:.1f} | {processor:.1f} | {clock / first:.2f} |")
+
+
+def time_inside(program, scans, runs):
+    """The optimiser and the floor, page by page."""
+    lines = [line.rsplit(" ", 4) for line in run(program, "time", runs, *scans).splitlines()]
+    ours, floor = sum(float(line[1]) for line in lines), sum(float(line[2]) for line in lines)
+    ratios = sorted(float(line[1]) / float(line[2]) for line in lines)
+    print(f"| {len(lines)} scans, inside one program | ms a page | |")
+    print("|---|---|---|")
+    print(f"| `optimizeImage` | {ours / len(lines):.1f} | {ours / floor:.2f} times the floor |")
+    print(f"| libjpeg-turbo alone | {floor / len(lines):.1f} | |")
+    winners = [line[4] for line in lines]
+    print(f"\nPage by page {ratios[0]:.2f} to {ratios[-1]:.2f} times the floor, in the middle "
+          f"{statistics.median(ratios):.2f}; {sum(ratio > 1.5 for ratio in ratios)} above 1.5. Kept: "
+          f"{', '.join(f'{winners.count(mode)} {mode}' for mode in sorted(set(winners)))}.\n")
+
+
+def compare(tool, program, scans, runs, folder):
+    """The tool and the peers as commands."""
+    times, sizes, alike = measure_peers(tool, program, scans, runs, folder)
+    print(f"| {len(scans)} pages, as commands | ms a page | times ours | KB a page | alike |")
+    print("|---|---|---|---|---|")
+    for name, taken in times.items():
+        print(f"| {name} | {1000 * taken / len(scans):.0f} | {taken / times['ours']:.2f} | "
+              f"{sum(sizes[name]) / 1000 / len(scans):.0f} | {statistics.mean(alike[name]):.4f} |")
+    reduction = alike["reduction alone"]
+    print(f"\nOur reduction alone is {min(reduction):.4f} to {max(reduction):.4f} alike, in the middle "
+          f"{statistics.median(reduction):.4f}.")
 
 
 def main():
@@ -159,25 +219,10 @@ def main():
         folder = Path(name)
         pages = sources(options.scans, folder)
         scans = make_scans(pages, options.pages, folder)
-        print(f"{len(scans)} scans of {len(pages)} pages, to {PRESET_DPI} dpi and quality {PRESET_QUALITY}; "
-              f"medians of {options.runs} runs")
-        lines = [line.rsplit(" ", 4)
-                 for line in run(program, "time", options.runs, *scans).splitlines()]
-        ours, floor = sum(float(line[1]) for line in lines), sum(float(line[2]) for line in lines)
-        ratios = sorted(float(line[1]) / float(line[2]) for line in lines)
-        print(f"  inside one program   ours {ours / len(lines):6.1f} ms a page, libjpeg-turbo alone "
-              f"{floor / len(lines):6.1f} ms: {ours / floor:.2f} times (pages: {ratios[0]:.2f} to {ratios[-1]:.2f}, "
-              f"median {statistics.median(ratios):.2f})")
-        winners = [line[4] for line in lines]
-        print(f"  kept                 {', '.join(f'{winners.count(mode)} {mode}' for mode in sorted(set(winners)))}")
-        times, sizes, alike = measure_peers(tool, program, scans, max(1, options.runs // 2), folder)
-        reduction = alike["reduction alone"]
-        print(f"  reduction alone      {min(reduction):.4f} to {max(reduction):.4f} alike, "
-              f"median {statistics.median(reduction):.4f}")
-        for name, taken in times.items():
-            print(f"  {name:20} {1000 * taken / len(scans):7.0f} ms a page, {taken / times['ours']:5.2f} times ours; "
-                  f"{sum(sizes[name]) / 1000 / len(scans):5.0f} KB a page, "
-                  f"{sum(sizes[name]) / sum(sizes['ours']):.3f} times ours; {statistics.mean(alike[name]):.4f} alike")
+        few = max(1, options.runs // 2)
+        time_inside(program, scans, options.runs)
+        compare(tool, program, scans[:len(pages)], few, folder)
+        time_batch(tool, scans[:len(pages)], few, folder)
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 namespace orvex::tool {
 
@@ -31,8 +32,14 @@ OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath) {
     if (nameOrPath.empty()) {
         return nullptr;
     }
-    const auto preset = getSqueezeMode(nameOrPath);
-    return preset ? preset : presetFromFile(nameOrPath);
+    if (const auto preset = getSqueezeMode(nameOrPath)) {
+        return preset;
+    }
+    const bool isName = nameOrPath.find_first_of("/.-") == std::string::npos; // a file's path mostly has one of them
+    if (isName && !std::filesystem::exists(nameOrPath)) {
+        throw Failure(ExitCode::inputUnreadable, nameOrPath + ": neither a preset (strong, medium, low) nor a file");
+    }
+    return presetFromFile(nameOrPath);
 }
 
 /// After a quarter turn the shape tells; otherwise nothing does, and recognisers mostly work on what is shown.

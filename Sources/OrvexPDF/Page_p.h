@@ -1,11 +1,13 @@
-// A quicker way to the pixels of scans.
+// What pages do for themselves: a quicker way to the pixels of scans, and their images within bounds.
 #pragma once
 
+#include "OrvexPDF/Page.h"
 #include "Platform/Imaging/Bitmap.h"
-#include "Platform/PDF/PDFPage.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace orvex {
 
@@ -14,5 +16,9 @@ namespace orvex {
 /// show anything else (text, drawings, several pictures, a margin), for pictures with masks, with colours that are not
 /// grey or RGB, or with fewer pixels than were asked for, and for damaged ones.
 [[nodiscard]] std::optional<Bitmap> scanBitmap(const PDFPage& page, std::int64_t width, std::int64_t height);
+
+/// OrvexPDFPage::extractEmbeddedImages() with decoded images of so many bytes in all; what is beyond is logged and left
+/// out.
+[[nodiscard]] std::vector<ImagePtr> embeddedImages(const PDFPage& page, std::size_t mostSampleBytes);
 
 } // namespace orvex

@@ -82,6 +82,7 @@ TEST_F(Optimize, WrongUsageAndBadInputAreNamed) {
     expectRefusal("orvexpdf optimize scan.jpg --mode extreme -o x.jpg", unreadable, {"extreme"});
     expectRefusal("orvexpdf optimize scan.jpg --mode medium -o scan.jpg", usage, {"scan.jpg is an input"});
     expectRefusal("orvexpdf optimize missing.jpg --mode medium -o x.jpg", unreadable, {"missing.jpg"});
+    expectRefusal("orvexpdf optimize scan.jpg --mode huge -o x.jpg", unreadable, {"huge: neither a preset", "strong"});
     expectRefusal("orvexpdf optimize text.jpg --mode medium -o x.jpg", unusable, {"text.jpg", "not an image"});
     expectRefusal("orvexpdf optimize cut.jpg --mode medium -o x.jpg", unusable, {"cut.jpg", "truncated JPEG data"});
     expectRefusal("orvexpdf optimize scan.jpg --mode medium -o no/x.jpg", notWritten, {"no/x.jpg"});
@@ -103,7 +104,8 @@ TEST_F(Diagnose, PrintsTheReport) {
 TEST_F(Diagnose, WrongUsageAndBadInputAreNamed) {
     write("cut.jpg", read("scan.jpg").slice(0, 5000));
     expectRefusal("orvexpdf diagnose", usage, {"IMAGE"});
-    expectRefusal("orvexpdf diagnose scan.jpg --quality 75", usage, {"--quality"});
+    expectRefusal("orvexpdf diagnose scan.jpg --quality 75", usage, {"--quality", "75 is not a number from 0 to 1"});
+    expectRefusal("orvexpdf diagnose scan.jpg --quality half", usage, {"half is not a number from 0 to 1"});
     expectRefusal("orvexpdf diagnose missing.jpg", unreadable, {"missing.jpg"});
     expectRefusal("orvexpdf diagnose cut.jpg", unusable, {"cut.jpg", "truncated JPEG data"});
     expectRefusal("orvexpdf diagnose - </dev/null", unusable, {"standard input"});

@@ -1,3 +1,4 @@
+#include "OrvexPDF/Page_p.h"
 #include "OrvexPDF/Utils+ExtractImages.h"
 
 #include "OrvexPDF/Alias.h"
@@ -364,6 +365,21 @@ TEST(ExtractEmbeddedImages, AJPEGWithAColorSpaceIsNotEncodedAgain) {
     ASSERT_EQ(images.size(), 1U);
     EXPECT_EQ(images[0]->representations().front()->encoded().text(), jpeg);
     EXPECT_EQ(images[0]->size(), (Size{3, 1}));
+}
+
+TEST(ExtractEmbeddedImages, DecodedImagesBeyondTheBoundAreLoggedAndLeftOut) {
+    const std::string entries = imageDictionary(100, 10, 8, "/DeviceGray");
+    const std::string samples(1000, 'x');
+    const auto page = firstPage(pdfWithXObjects({{"Im1", entries, samples},
+                                                 {"Im2", entries, samples},
+                                                 {"Im3", imageDictionary(10, 10, 8, "/DeviceGray"), samples}}));
+    const test::LogRecorder log(moduleLogger());
+    EXPECT_EQ(embeddedImages(*page, 2100).size(), 3u);
+    EXPECT_THAT(log.texts(), IsEmpty());
+    EXPECT_EQ(embeddedImages(*page, 2000).size(), 2u);
+    EXPECT_EQ(embeddedImages(*page, 1999).size(), 2u); // a smaller one still fits
+    EXPECT_THAT(log.texts(), ElementsAre("Page extractEmbeddedImages() warning: Error cannotConstructImage",
+                                         "Page extractEmbeddedImages() warning: Error cannotConstructImage"));
 }
 
 TEST(ExtractEmbeddedImages, APageThatCannotBeReadIsLogged) {
