@@ -36,7 +36,7 @@ public:
             if (isColorless(band)) {
                 return;
             }
-            halved_ = (band.width + 1) / 2 >= width_ && (band.height + 1) / 2 >= height_ && band.rows.size() > 1;
+            halved_ = (band.width + 1) / 2 >= width_ && (band.height + 1) / 2 >= height_ && band.rows.size() % 2 == 0;
             samples_ = halved_ ? plane((band.width + 1) / 2, (band.height + 1) / 2) : plane(band.width, band.height);
             std::memset(samples_.samples.data(), colorless, samples_.samples.size());
         }
