@@ -18,7 +18,7 @@ void decode(const ImageRep& rep) {
         return;
     }
     const auto bitmap = rep.bitmap();
-    (void)rep.resampled(rep.pixelsWide() / 3 + 1, rep.pixelsHigh() / 3 + 1);
+    (void)rep.bitmapAtLeast(rep.pixelsWide() / 3 + 1, rep.pixelsHigh() / 3 + 1);
     (void)resample(*bitmap, bitmap->width / 2 + 1, bitmap->height / 2 + 1);
     (void)convertToSRGB(*bitmap);
     (void)encodeJPEG(*bitmap, {});

@@ -1,6 +1,7 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Images_p.h"
 #include "Platform/Imaging/Codecs.h"
+#include "Platform/Imaging/JpegReduction.h"
 
 #include <array>
 #include <cmath>
@@ -43,7 +44,7 @@ bool surfaceExists(const ImageRep& rep, std::int64_t width, std::int64_t height)
 /// Null when the pixels cannot be had or would not fit in memory.
 BitmapPtr drawn(const ImageRep& rep, std::int64_t width, std::int64_t height) {
     try {
-        return rep.resampled(width, height);
+        return std::make_shared<const Bitmap>(resampled(rep, width, height));
     } catch (const ImageError&) {
         return nullptr;
     } catch (const std::bad_alloc&) {

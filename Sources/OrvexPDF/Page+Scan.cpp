@@ -3,6 +3,7 @@
 #include "OrvexPDF/Page_p.h"
 #include "OrvexPDF/Utils+ExtractImages.h"
 #include "Platform/Imaging/Codecs.h"
+#include "Platform/Imaging/JpegReduction.h"
 #include "Platform/PDF/OnlyDrawing.h"
 
 #include <algorithm>
@@ -90,7 +91,7 @@ std::optional<Bitmap> reduced(const PDFImage& image, std::int64_t width, std::in
     if (image.width < width || image.height < height || image.bitsPerComponent == 16) {
         return std::nullopt;
     }
-    const Bitmap bitmap = convertToSRGB(*image.makeRep()->resampled(width, height));
+    const Bitmap bitmap = convertToSRGB(resampled(*image.makeRep(), width, height));
     if (bitmap.alpha != Alpha::none || bitmap.bitsPerComponent != 8) {
         return std::nullopt;
     }

@@ -19,6 +19,11 @@ void verifyEncoded(const Bytes& data, const ImageInfo& info);
 /// Decodes the samples of the page that `info` describes, as stored (no orientation applied). Throws ImageError;
 /// dimensions that would need more than 2 GiB, or more than the data could ever hold, are refused.
 [[nodiscard]] Bitmap decodeImage(const Bytes& data, const ImageInfo& info);
+/// Decodes a JPEG for a reduction to `width` x `height`: at the smallest of the scales 1/8, 1/4, 1/2 and 1 that is at
+/// least as large and keeps the reduction sharp. Throws ImageError.
+[[nodiscard]] Bitmap decodeJPEGAtLeast(const Bytes& data, const ImageInfo& info, std::int64_t width,
+                                       std::int64_t height);
+
 struct PNGOptions {
     double dpiX = 72; ///< written as pHYs in whole pixels per metre
     double dpiY = 72;
@@ -54,9 +59,6 @@ struct JPEGOptions {
 /// High-quality reduction or enlargement (Lanczos, after an area average where the reduction is strong). Alpha is
 /// weighted in. 1-bit input gives 8-bit grey. Throws ImageError for sizes below 1 or above 2 GiB of samples.
 [[nodiscard]] Bitmap resample(const Bitmap& bitmap, std::int64_t width, std::int64_t height);
-/// The same of a JPEG, quicker than decoding it first: at the smallest scale that keeps the reduction sharp and, where
-/// lightness and colour are apart, without putting them together at full size. Grey when no pixel has a colour.
-[[nodiscard]] Bitmap resampleJPEG(const Bytes& data, const ImageInfo& info, std::int64_t width, std::int64_t height);
 /// 8-bit (or 16-bit, kept) RGB or grey in sRGB, through the profile where there is one; alpha kept.
 [[nodiscard]] Bitmap convertToSRGB(const Bitmap& bitmap);
 /// The same picture as RGBA of 16 bits in sRGB.

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <span>
 
@@ -47,20 +46,6 @@ namespace jpeg {
 void verify(const Bytes& data);
 /// Scaled to `eighths` / 8.
 [[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info, int eighths = 8);
-
-/// Some rows of a picture's lightness (plane 0) or colour (1 and 2, which may be smaller).
-struct PlaneBand {
-    std::size_t plane;
-    std::int64_t width;  ///< of the whole plane
-    std::int64_t height; ///< of the whole plane
-    std::int64_t top;    ///< of the first of these rows
-    std::span<std::uint8_t* const> rows;
-};
-using TakeBand = std::function<void(const PlaneBand&)>;
-/// Hands over the planes that a colour JPEG consists of, scaled to `eighths` / 8, from top to bottom. False, and
-/// nothing handed over, when it holds other components. Throws ImageError; what was handed over until then is worth
-/// nothing.
-[[nodiscard]] bool decodePlanes(const Bytes& data, int eighths, const TakeBand& take);
 } // namespace jpeg
 
 namespace png {

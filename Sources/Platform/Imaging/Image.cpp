@@ -60,22 +60,17 @@ BitmapPtr ImageRep::bitmap() const {
     return bitmap_;
 }
 
-BitmapPtr ImageRep::keptBitmap() const {
-    const std::lock_guard lock(mutex_);
-    return bitmap_;
-}
-
-BitmapPtr ImageRep::passingBitmap() const {
-    const BitmapPtr kept = keptBitmap();
-    return kept ? kept : std::make_shared<const Bitmap>(unmirrored(decodeImage(encoded_, info_), info_));
-}
-
-BitmapPtr ImageRep::resampled(std::int64_t width, std::int64_t height) const {
-    const BitmapPtr kept = keptBitmap();
-    if (kept || info_.format != ImageFormat::jpeg) {
-        return std::make_shared<const Bitmap>(resample(*(kept ? kept : passingBitmap()), width, height));
+BitmapPtr ImageRep::bitmapAtLeast(std::int64_t width, std::int64_t height) const {
+    {
+        const std::lock_guard lock(mutex_);
+        if (bitmap_) {
+            return bitmap_;
+        }
     }
-    return std::make_shared<const Bitmap>(unmirrored(resampleJPEG(encoded_, info_, width, height), info_));
+    // Decoding outside the lock: the result is not kept, so several threads may each make their own.
+    Bitmap decoded = info_.format == ImageFormat::jpeg ? decodeJPEGAtLeast(encoded_, info_, width, height)
+                                                       : decodeImage(encoded_, info_);
+    return std::make_shared<const Bitmap>(unmirrored(std::move(decoded), info_));
 }
 
 std::shared_ptr<Image> Image::fromData(const Bytes& data) {

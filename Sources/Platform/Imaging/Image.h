@@ -67,11 +67,9 @@ public:
     /// The pixels, decoded on the first call and kept. A mirrored orientation (2, 4, 5, 7) is undone here, a turned one
     /// is not. Throws ImageError on damaged data, data that stops early included.
     [[nodiscard]] BitmapPtr bitmap() const;
-    /// The same for one use: decoded anew unless bitmap() was called before, and not kept. Throws as bitmap() does.
-    [[nodiscard]] BitmapPtr passingBitmap() const;
-    /// The pixels at another size, as resample() makes them; faster than that on a JPEG, whose result is grey when no
-    /// pixel has a colour. Not kept. Throws as bitmap() does, and for sizes below 1 or above 2 GiB of samples.
-    [[nodiscard]] BitmapPtr resampled(std::int64_t width, std::int64_t height) const;
+    /// The pixels for a reduction to `width` x `height`: never smaller than that (or than the image, when that is
+    /// smaller), possibly much smaller than bitmap(). Not kept. Throws as bitmap() does.
+    [[nodiscard]] BitmapPtr bitmapAtLeast(std::int64_t width, std::int64_t height) const;
 
 private:
     Bytes encoded_;
@@ -79,8 +77,6 @@ private:
     Size size_;
     mutable std::mutex mutex_;
     mutable BitmapPtr bitmap_;
-
-    [[nodiscard]] BitmapPtr keptBitmap() const;
 };
 
 using ImageRepPtr = std::shared_ptr<ImageRep>;

@@ -1,7 +1,10 @@
 // Reduces a JPEG while its lightness and colour are still apart: most scans have little colour or none, and what there
 // is needs less detail.
+#include "Platform/Imaging/JpegReduction.h"
+
 #include "Platform/Imaging/Codecs_p.h"
 #include "Platform/Imaging/Interleave_p.h"
+#include "Platform/Imaging/JpegPlanes_p.h"
 
 #include <algorithm>
 #include <cstring>
@@ -176,6 +179,15 @@ Bitmap resampleJPEG(const Bytes& data, const ImageInfo& info, std::int64_t width
         }
     }
     return resample(jpeg::decode(data, info, eighths), width, height);
+}
+
+Bitmap resampled(const ImageRep& rep, std::int64_t width, std::int64_t height) {
+    const ImageInfo& info = rep.info();
+    const bool mirrored = info.mirroredHorizontally() || info.mirroredVertically();
+    if (!rep.encoded().empty() && info.format == ImageFormat::jpeg && !mirrored) {
+        return resampleJPEG(rep.encoded(), info, width, height);
+    }
+    return resample(*rep.bitmapAtLeast(rep.pixelsWide(), rep.pixelsHigh()), width, height);
 }
 
 } // namespace orvex

@@ -1,5 +1,6 @@
 // libjpeg-turbo. Its errors leave C by longjmp and this file as results; its warnings about damage count as errors.
 #include "Platform/Imaging/Codecs_p.h"
+#include "Platform/Imaging/JpegPlanes_p.h"
 #include "Platform/Imaging/Simplify_p.h"
 
 #include <algorithm>

@@ -1,4 +1,6 @@
 // Reducing a JPEG plane by plane beside decoding it whole and reducing that.
+#include "Platform/Imaging/JpegReduction.h"
+
 #include "Platform/Imaging/Codecs.h"
 
 #include "Support/ImageFixture.h"
