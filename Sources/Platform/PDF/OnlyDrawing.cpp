@@ -86,7 +86,9 @@ std::optional<OnlyDrawing> onlyDrawingOf(const std::string& content) {
 } // namespace
 
 std::optional<OnlyDrawing> onlyDrawing(const PDFObject& page) {
-    return onlyDrawingOf(contentOf(page));
+    const std::string content = contentOf(page);
+    const bool mayHoldAPicture = content.find("BI") != std::string::npos; // the scanner passes over inline ones
+    return mayHoldAPicture ? std::nullopt : onlyDrawingOf(content);
 }
 
 } // namespace orvex
