@@ -38,7 +38,9 @@ std::vector<OrvexPDFPagePtr> OrvexPDFDocument::orvexPages() const {
 }
 
 OrvexPDFPagePtr OrvexPDFDocument::orvexPage(std::int64_t at) const {
-    return std::dynamic_pointer_cast<OrvexPDFPage>(page(at));
+    auto found = page(at);
+    auto* const ours = dynamic_cast<OrvexPDFPage*>(found.get());
+    return ours != nullptr ? OrvexPDFPagePtr(std::move(found), ours) : nullptr;
 }
 
 PDFPagePtr OrvexPDFDocument::makePage(PDFPageContent content) const {

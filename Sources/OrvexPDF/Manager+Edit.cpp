@@ -46,12 +46,12 @@ OrvexPDFPagePtr independentCopy(const OrvexPDFPagePtr& page) {
 // Inserting
 
 std::string OrvexPDFDocumentManager::insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
-    auto copy = meta;
-    if (!copy.originalImage) {
-        copy.originalPage = page;
+    auto copy = std::make_shared<OrvexPDFPageMeta>(meta);
+    if (!copy->originalImage) {
+        copy->originalPage = page;
     }
     if (page) {
-        _insert(std::move(page), atIndex, copy);
+        _insert(std::move(page), atIndex, std::move(copy));
     }
     return meta.id;
 }
@@ -60,7 +60,7 @@ std::string OrvexPDFDocumentManager::append(OrvexPDFPagePtr page) {
     return insert(std::move(page), -1, {});
 }
 
-void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
+void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex, OrvexPDFPageMetaPtr meta) {
     constexpr std::string_view function = "_insert(page:atIndex:meta:)";
     debugLine(function, "Insert at: ", atIndex);
     syncOnMain([&] {
@@ -73,7 +73,7 @@ void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex
             fatalError("there are fewer page records than pages before index " + std::to_string(index));
         }
         pdfDoc->insertPage(std::move(page), index);
-        pagesMeta.insert(static_cast<std::size_t>(index), meta);
+        pagesMeta.insert(static_cast<std::size_t>(index), std::move(meta));
         registerUndo([index, function](OrvexPDFDocumentManager& manager) {
             debugLine(function, "Undo step insert at:", index);
             manager._remove(index);
@@ -115,18 +115,18 @@ void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
 
 void OrvexPDFDocumentManager::replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
                                       const OrvexPDFPageMeta& withMeta, bool force) {
-    _replace(pageAt, withPage, withMeta, force, Origin::caller);
+    _replace(pageAt, withPage, std::make_shared<OrvexPDFPageMeta>(withMeta), force, Origin::caller);
 }
 
 void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
-                                       const OrvexPDFPageMeta& withMeta, bool force, Origin origin) {
+                                       const OrvexPDFPageMetaPtr& withMeta, bool force, Origin origin) {
     constexpr std::string_view function = "replace(pageAt:withPage:withMeta:force:)";
     debugLine(function, "Replace at:", pageAt);
     const auto current = pdfDoc->orvexPage(pageAt);
     if (!current || !withPage) {
         return;
     }
-    const auto& currentMeta = metaOrDie(pageAt);
+    auto currentMeta = metaOrDie(pageAt);
     if (current == withPage) {
         moduleLogger().log(LogLevel::debug, "Manager", function, [] {
             return std::string("Replacing pages only allowed with different page object, not equal ones!");
@@ -142,9 +142,8 @@ void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePt
     // Undo managers belong to the main thread, so the registration goes there with the change itself.
     syncOnMain([&] {
         registerUndo(std::move(undo));
-        pagesMeta[static_cast<std::size_t>(pageAt)] = withMeta;
-        pdfDoc->removePage(pageAt);
-        pdfDoc->insertPage(chosen, pageAt);
+        pagesMeta.exchange(static_cast<std::size_t>(pageAt), withMeta);
+        pdfDoc->replacePage(pageAt, chosen);
         didChangeDocument();
     });
 }
@@ -153,9 +152,9 @@ void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePt
 
 void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std::int64_t to) {
     batch([&] {
-        std::vector<std::pair<OrvexPDFPagePtr, std::optional<OrvexPDFPageMeta>>> moved;
+        std::vector<std::pair<OrvexPDFPagePtr, OrvexPDFPageMetaPtr>> moved;
         for (const auto index : pagesAt) {
-            moved.emplace_back(page(index), meta(index));
+            moved.emplace_back(page(index), isPageIndexOrEnd(index) ? metaOrDie(index) : nullptr);
         }
         auto target = to - std::count_if(pagesAt.begin(), pagesAt.end(), [to](auto index) { return index < to; });
         auto falling = pagesAt;
@@ -167,7 +166,7 @@ void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std
             if (!page || !meta) {
                 fatalError("a page that does not exist was to be moved");
             }
-            _insert(std::move(page), target++, *meta);
+            _insert(std::move(page), target++, std::move(meta));
         }
     });
 }

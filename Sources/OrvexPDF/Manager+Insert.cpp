@@ -36,12 +36,12 @@ ImagePtr lastEmbeddedImage(const OrvexPDFPage& page) {
 // Images
 
 std::string OrvexPDFDocumentManager::insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta) {
-    auto copy = meta;
-    if (!copy.originalImage) {
-        copy.originalImage = image;
+    auto copy = std::make_shared<OrvexPDFPageMeta>(meta);
+    if (!copy->originalImage) {
+        copy->originalImage = image;
     }
     if (auto page = OrvexPDFPage::fromImage(image)) {
-        _insert(std::move(page), atIndex, copy);
+        _insert(std::move(page), atIndex, std::move(copy));
     }
     return meta.id;
 }
@@ -80,9 +80,9 @@ std::vector<std::string> OrvexPDFDocumentManager::append(const OrvexPDFDocumentP
 }
 
 std::string OrvexPDFDocumentManager::insertPageOfDocument(const OrvexPDFPagePtr& page, std::int64_t atIndex) {
-    const OrvexPDFPageMeta meta;
+    const auto meta = std::make_shared<OrvexPDFPageMeta>();
     _insert(page, atIndex, meta);
-    return meta.id;
+    return meta->id;
 }
 
 } // namespace orvex

@@ -20,13 +20,13 @@ void warningLine(std::string_view function, const std::string& message) {
     moduleLogger().log(LogLevel::warning, file, function, [&] { return message; });
 }
 
-OrvexPDFPageMeta recordOfLoadedPage(const OrvexPDFPagePtr& page) {
+OrvexPDFPageMeta recordOfLoadedPage(OrvexPDFPagePtr page) {
     OrvexPDFPageMeta meta;
     meta.fresh = false;
     if (page) {
-        meta.originalPage = page;
         meta.originalPageHasText = OrvexPageTextFlag::of(page);
         meta.originalPageRotation = page->rotation();
+        meta.originalPage = std::move(page);
     }
     return meta;
 }
@@ -268,12 +268,12 @@ bool OrvexPDFDocumentManager::isPageIndexOrEnd(std::int64_t index) const {
     return index >= 0 && index <= pdfDoc->pageCount();
 }
 
-const OrvexPDFPageMeta& OrvexPDFDocumentManager::metaOrDie(std::int64_t at) const {
+const OrvexPDFPageMetaPtr& OrvexPDFDocumentManager::metaOrDie(std::int64_t at) const {
     const auto count = static_cast<std::int64_t>(pagesMeta.size());
     if (at < 0 || at >= count) {
         fatalError("page record " + std::to_string(at) + " asked for, but there are " + std::to_string(count));
     }
-    return pagesMeta.at(static_cast<std::size_t>(at));
+    return pagesMeta.shared(static_cast<std::size_t>(at));
 }
 
 OrvexPDFPagePtr OrvexPDFDocumentManager::page(std::int64_t at) const {
@@ -281,12 +281,12 @@ OrvexPDFPagePtr OrvexPDFDocumentManager::page(std::int64_t at) const {
 }
 
 std::optional<OrvexPDFPageMeta> OrvexPDFDocumentManager::meta(std::int64_t at) const {
-    return isPageIndexOrEnd(at) ? std::optional(metaOrDie(at)) : std::nullopt;
+    return isPageIndexOrEnd(at) ? std::optional(*metaOrDie(at)) : std::nullopt;
 }
 
 std::optional<OrvexPDFPageMeta> OrvexPDFDocumentManager::meta(const std::string& pageId) const {
     const auto index = pageIndex(pageId);
-    return isPageIndexOrEnd(index) ? std::optional(metaOrDie(index)) : std::nullopt;
+    return isPageIndexOrEnd(index) ? std::optional(*metaOrDie(index)) : std::nullopt;
 }
 
 std::int64_t OrvexPDFDocumentManager::pageIndex(const std::string& pageId) const {
@@ -309,7 +309,7 @@ std::map<std::string, std::any> OrvexPDFDocumentManager::pageDebugInfo(std::int6
         return {};
     }
     const auto characters = static_cast<std::int64_t>(countCharacters(first->string()));
-    return {{"meta", metaOrDie(0)}, {"page", std::map<std::string, std::any>{{"stringCount", characters}}}};
+    return {{"meta", *metaOrDie(0)}, {"page", std::map<std::string, std::any>{{"stringCount", characters}}}};
 }
 
 } // namespace orvex

@@ -140,12 +140,13 @@ private:
     [[nodiscard]] std::map<std::string, std::any> pageDebugInfo(std::int64_t at) const;
     [[nodiscard]] bool isPageIndexOrEnd(std::int64_t index) const;
     /// The record at an index that must exist: fatal otherwise.
-    [[nodiscard]] const OrvexPDFPageMeta& metaOrDie(std::int64_t at) const;
+    [[nodiscard]] const OrvexPDFPageMetaPtr& metaOrDie(std::int64_t at) const;
 
-    void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    // Records that left the list are nobody's but the history's: it keeps them and puts them back, uncopied.
+    void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, OrvexPDFPageMetaPtr meta);
     void _remove(std::int64_t pageAt);
     enum class Origin { caller, history };
-    void _replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force,
+    void _replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMetaPtr& withMeta, bool force,
                   Origin origin);
     std::string insertPageOfDocument(const OrvexPDFPagePtr& page, std::int64_t atIndex);
 

@@ -64,8 +64,7 @@ std::shared_ptr<OrvexPDFDocument> OrvexPDFPage::createDocumentFromPage() {
 
 /// Content never changes, so a deep copy may share it; the overlay is not content and comes along as settings.
 std::shared_ptr<OrvexPDFPage> OrvexPDFPage::clone() const {
-    auto copy = std::make_shared<OrvexPDFPage>(content(), layers());
-    copy->setRotation(rotation());
+    auto copy = std::make_shared<OrvexPDFPage>(content(), layers(), rotation());
     copy->debug = debug;
     copy->watermarkText = watermarkText;
     copy->watermarkForegroundColor = watermarkForegroundColor;
@@ -83,9 +82,7 @@ std::shared_ptr<OrvexPDFPage> OrvexPDFPage::flattened() const {
         drawn.push_back(std::make_shared<const PDFPageLayer::element_type>(
             [frozen](PDFDisplayBox box, GraphicsContext& context) { frozen->drawOverlay(box, context); }));
     }
-    auto copy = std::make_shared<OrvexPDFPage>(content(), std::move(drawn));
-    copy->setRotation(rotation());
-    return copy;
+    return std::make_shared<OrvexPDFPage>(content(), std::move(drawn), rotation());
 }
 
 } // namespace orvex

@@ -51,6 +51,7 @@ struct OrvexPDFPageMetaId {
     const std::string& operator()(const OrvexPDFPageMeta& meta) const { return meta.id; }
 };
 /// Records in page order, by index like an array, or by id.
+using OrvexPDFPageMetaPtr = std::shared_ptr<OrvexPDFPageMeta>;
 using OrvexPDFPageMetaList = KeyedList<OrvexPDFPageMeta, OrvexPDFPageMetaId>;
 
 } // namespace orvex

@@ -1,10 +1,13 @@
 // Values in order, reached by position or by key. Inserting, removing and finding cost nearly the same among ten values
-// and among tens of thousands, and no value moves in memory: the list is cut into blocks of pointers, and a table leads
-// from keys to values.
+// and among tens of thousands: the list is cut into blocks of pointers, a table leads from keys to blocks, and a value
+// that moves in or out is not touched.
 #pragma once
+
+#include "Platform/Foundation/HashTable.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -12,25 +15,20 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 namespace orvex {
 
 /// `KeyOf` is a stateless function object that gives a value's key. Keys need not be unique. Positions count from 0.
-/// Values may be changed in place, keys included; position() takes notice of what was changed through a reference that
-/// was handed out since it was last called. Not for use by several threads at once, unless all of them only read and
-/// none calls position().
+/// Values stay where they are in memory. They may be changed in place, keys included; position() takes notice of what
+/// was changed through a reference that was handed out since it was last called. A value whose pointer somebody else
+/// holds is copied before it is handed out for changing: what was kept stays as it was. Not for use by several threads
+/// at once, unless all of them only read and none calls position().
 template <class Value, class KeyOf> class KeyedList {
-    struct Block;
-    struct Node {
-        Value value;
-        std::size_t hash = 0; ///< of the key under which the table holds it
-        Block* block = nullptr;
-    };
     struct Block {
-        std::vector<std::unique_ptr<Node>> nodes;
+        std::vector<std::shared_ptr<Value>> values;
+        std::vector<std::uint32_t> hashes; ///< under which the table holds them, once there is one
         std::size_t ordinal = 0;
     };
     struct Place {
@@ -42,12 +40,17 @@ template <class Value, class KeyOf> class KeyedList {
 public:
     using value_type = Value;
     using size_type = std::size_t;
+    using pointer = std::shared_ptr<Value>;
     using key_type = std::remove_cvref_t<decltype(KeyOf()(std::declval<const Value&>()))>;
     using iterator = Iterator<KeyedList, Value>;
     using const_iterator = Iterator<const KeyedList, const Value>;
 
     KeyedList() = default;
-    KeyedList(const KeyedList& other) { append(other); }
+    KeyedList(const KeyedList& other) {
+        for (const auto& value : other) {
+            push_back(value);
+        }
+    }
     KeyedList(KeyedList&& other) noexcept { swap(other); }
     KeyedList& operator=(KeyedList other) noexcept {
         swap(other);
@@ -59,32 +62,41 @@ public:
     [[nodiscard]] bool empty() const { return size_ == 0; }
 
     /// Throws std::out_of_range for a position that holds nothing.
-    [[nodiscard]] const Value& at(std::size_t position) const { return node(position).value; }
-    [[nodiscard]] Value& at(std::size_t position) { return touched(node(position)); }
+    [[nodiscard]] const Value& at(std::size_t position) const { return *shared(position); }
+    [[nodiscard]] Value& at(std::size_t position) { return touched(occupied(position)); }
     [[nodiscard]] const Value& operator[](std::size_t position) const { return at(position); }
     [[nodiscard]] Value& operator[](std::size_t position) { return at(position); }
     [[nodiscard]] const Value& front() const { return at(0); }
     [[nodiscard]] Value& front() { return at(0); }
     [[nodiscard]] const Value& back() const { return at(size_ - 1); }
     [[nodiscard]] Value& back() { return at(size_ - 1); }
+    /// For keeping the value as it is now.
+    [[nodiscard]] const pointer& shared(std::size_t position) const {
+        const auto found = occupied(position);
+        return blocks_[found.block]->values[found.offset];
+    }
 
     [[nodiscard]] const_iterator begin() const { return {*this, 0}; }
     [[nodiscard]] const_iterator end() const { return {*this, size_}; }
     [[nodiscard]] iterator begin() {
-        isAllTouched_ = true;
+        forgetTable();
         return {*this, 0};
     }
     [[nodiscard]] iterator end() { return {*this, size_}; }
 
-    /// Inserts before `position` (0 to size()); throws std::out_of_range otherwise.
-    void insert(std::size_t position, Value value);
+    /// Inserts before `position` (0 to size()); throws std::out_of_range otherwise. The pointer must not be null.
+    void insert(std::size_t position, pointer value);
+    void insert(std::size_t position, Value value) { insert(position, std::make_shared<Value>(std::move(value))); }
+    void push_back(pointer value) { insert(size_, std::move(value)); }
     void push_back(Value value) { insert(size_, std::move(value)); }
     template <class... Arguments> Value& emplace_back(Arguments&&... arguments) {
-        push_back(Value(std::forward<Arguments>(arguments)...));
+        push_back(std::make_shared<Value>(Value(std::forward<Arguments>(arguments)...)));
         return back();
     }
+    /// Puts `value` in the place of what is there, which is handed back; throws std::out_of_range where nothing is.
+    pointer exchange(std::size_t position, pointer value);
     /// Removes and hands back; throws std::out_of_range for a position that holds nothing.
-    Value take(std::size_t position);
+    pointer take(std::size_t position);
     void pop_back() { take(size_ - 1); }
     void clear() { KeyedList().swap(*this); }
 
@@ -93,113 +105,110 @@ public:
 
 private:
     // Half full after loading, so that the first insertions find room.
-    static constexpr std::size_t blockLimit = 256;
+    static constexpr std::size_t blockLimit = 128;
     static constexpr std::size_t appendLimit = blockLimit / 2;
     static constexpr std::size_t touchedLimit = 100;
 
-    static std::size_t hashOf(const Value& value) { return std::hash<key_type>()(KeyOf()(value)); }
+    static std::uint32_t hashOf(const key_type& key) { return spreadHash(std::hash<key_type>()(key)); }
+    static std::uint32_t hashOf(const pointer& value) { return hashOf(KeyOf()(std::as_const(*value))); }
 
     void swap(KeyedList& other) noexcept {
         std::swap(blocks_, other.blocks_);
-        std::swap(counts_, other.counts_);
+        std::swap(starts_, other.starts_);
         std::swap(size_, other.size_);
         std::swap(table_, other.table_);
         std::swap(touched_, other.touched_);
-        std::swap(isAllTouched_, other.isAllTouched_);
         std::swap(hasTable_, other.hasTable_);
-    }
-
-    void append(const KeyedList& other) {
-        for (const auto& value : other) {
-            push_back(value);
-        }
     }
 
     /// The end is a place in the last block.
     [[nodiscard]] Place place(std::size_t position) const {
-        Place found;
-        while (found.block + 1 < counts_.size() && position >= counts_[found.block]) {
-            position -= counts_[found.block++];
+        if (starts_.empty()) {
+            return {};
         }
-        found.offset = position;
-        return found;
+        std::size_t block = 0;
+        for (auto count = starts_.size(); count > 1; count -= count / 2) { // nothing here for a processor to guess
+            block += starts_[block + count / 2] <= position ? count / 2 : 0;
+        }
+        return {block, position - starts_[block]};
     }
 
-    [[nodiscard]] Node& node(std::size_t position) const {
+    [[nodiscard]] Place occupied(std::size_t position) const {
         if (position >= size_) {
             throw std::out_of_range("there is no position " + std::to_string(position) + " among " +
                                     std::to_string(size_));
         }
-        const auto found = place(position);
-        return *blocks_[found.block]->nodes[found.offset];
+        return place(position);
     }
 
-    [[nodiscard]] std::size_t positionOf(const Node& node) const {
-        std::size_t position = 0;
-        for (std::size_t i = 0; i < node.block->ordinal; ++i) {
-            position += counts_[i];
+    void shiftStartsBehind(std::size_t block, std::ptrdiff_t by) {
+        for (auto i = block + 1; i < starts_.size(); ++i) {
+            starts_[i] += static_cast<std::size_t>(by);
         }
-        const auto& nodes = node.block->nodes;
-        for (auto one = nodes.begin(); one->get() != &node; ++one) {
-            ++position;
-        }
-        return position;
+        size_ += static_cast<std::size_t>(by);
     }
 
-    Value& touched(Node& node) {
-        if (!hasTable_) {
-            return node.value;
-        }
-        if (touched_.empty() || touched_.back() != &node) {
-            touched_.push_back(&node);
+    Value& touched(Place place) {
+        auto& block = *blocks_[place.block];
+        const auto hash = block.hashes[place.offset];
+        if (hasTable_ && (touched_.empty() || touched_.back() != hash)) {
+            touched_.push_back(hash);
         }
         if (touched_.size() > touchedLimit) {
-            touched_.clear();
-            isAllTouched_ = true;
+            forgetTable();
         }
-        return node.value;
+        return own(block.values[place.offset]);
+    }
+
+    static Value& own(pointer& value) {
+        if (value.use_count() > 1) {
+            value = std::make_shared<Value>(*value);
+        }
+        return *value;
     }
 
     /// The table is made when somebody first asks for a key.
-    void enter(Node& node) const {
+    std::uint32_t enter(Block& block, const pointer& value) const {
         if (!hasTable_) {
-            return;
+            return 0;
         }
-        node.hash = hashOf(node.value);
-        table_.emplace(node.hash, &node);
+        const auto hash = hashOf(value);
+        table_.add(hash, &block);
+        return hash;
     }
 
-    void leave(const Node& node) const {
-        if (!hasTable_) {
-            return;
+    void leave(Block& block, std::size_t offset) const {
+        if (hasTable_) {
+            table_.remove(block.hashes[offset], &block);
         }
-        auto [one, end] = table_.equal_range(node.hash);
-        while (one != end && one->second != &node) {
-            ++one;
-        }
-        table_.erase(one);
     }
 
-    void reenter(Node& node) const {
-        if (hashOf(node.value) != node.hash) {
-            leave(node);
-            enter(node);
+    void reenter(Block& block, std::size_t offset) const {
+        if (hashOf(block.values[offset]) != block.hashes[offset]) {
+            leave(block, offset);
+            block.hashes[offset] = enter(block, block.values[offset]);
         }
     }
 
     void makeTable() const;
+    void forgetTable() {
+        table_ = {};
+        touched_.clear();
+        hasTable_ = false;
+    }
     void noticeChangedKeys() const;
+    void noticeChangedKeys(std::uint32_t hash) const;
+    void numberBlocks(std::size_t from);
     void addBlock(std::size_t ordinal);
     void removeBlock(std::size_t ordinal);
     void split(std::size_t ordinal);
 
     std::vector<std::unique_ptr<Block>> blocks_;
-    std::vector<std::size_t> counts_; ///< values per block, side by side
+    std::vector<std::size_t> starts_; ///< position of each block's first value
     std::size_t size_ = 0;
     // What is known of keys follows the values when somebody asks.
-    mutable std::unordered_multimap<std::size_t, Node*> table_;
-    mutable std::vector<Node*> touched_;
-    mutable bool isAllTouched_ = false;
+    mutable HashTable<Block*> table_;
+    mutable std::vector<std::uint32_t> touched_;
     mutable bool hasTable_ = false;
 };
 
@@ -214,12 +223,20 @@ public:
     Iterator() = default;
     Iterator(List& list, std::size_t position) : list_(&list), position_(position), place_(list.place(position)) {}
 
-    reference operator*() const { return list_->blocks_[place_.block]->nodes[place_.offset]->value; }
+    reference operator*() const {
+        auto& value = list_->blocks_[place_.block]->values[place_.offset];
+        if constexpr (std::is_const_v<Element>) {
+            return *value;
+        } else {
+            return KeyedList::own(value);
+        }
+    }
     pointer operator->() const { return &**this; }
     reference operator[](difference_type distance) const { return *(*this + distance); }
     Iterator& operator++() {
         ++position_;
-        if (++place_.offset == list_->counts_[place_.block] && place_.block + 1 < list_->counts_.size()) {
+        if (++place_.offset == list_->blocks_[place_.block]->values.size() &&
+            place_.block + 1 < list_->blocks_.size()) {
             place_ = {place_.block + 1, 0};
         }
         return *this;
@@ -246,36 +263,44 @@ private:
     Place place_;
 };
 
-template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::insert(std::size_t position, Value value) {
+template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::insert(std::size_t position, pointer value) {
     if (position > size_) {
         throw std::out_of_range("cannot insert at " + std::to_string(position) + " among " + std::to_string(size_));
     }
-    if (blocks_.empty() || (position == size_ && counts_.back() >= appendLimit)) {
+    if (blocks_.empty() || (position == size_ && blocks_.back()->values.size() >= appendLimit)) {
         addBlock(blocks_.size());
     }
-    auto at = position == size_ ? Place{blocks_.size() - 1, counts_.back()} : place(position);
-    if (counts_[at.block] == blockLimit) {
+    auto at = place(position);
+    if (blocks_[at.block]->values.size() == blockLimit) {
         split(at.block);
         at = place(position);
     }
-    auto node = std::make_unique<Node>(Node{std::move(value), 0, blocks_[at.block].get()});
-    enter(*node);
-    auto& nodes = blocks_[at.block]->nodes;
-    nodes.insert(nodes.begin() + static_cast<std::ptrdiff_t>(at.offset), std::move(node));
-    ++counts_[at.block];
-    ++size_;
+    auto& block = *blocks_[at.block];
+    const auto offset = static_cast<std::ptrdiff_t>(at.offset);
+    block.hashes.insert(block.hashes.begin() + offset, enter(block, value));
+    block.values.insert(block.values.begin() + offset, std::move(value));
+    shiftStartsBehind(at.block, 1);
 }
 
-template <class Value, class KeyOf> Value KeyedList<Value, KeyOf>::take(std::size_t position) {
-    auto& taken = node(position);
-    const auto at = place(position);
-    leave(taken);
-    std::erase(touched_, &taken);
-    Value value = std::move(taken.value);
-    auto& nodes = blocks_[at.block]->nodes;
-    nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(at.offset));
-    --size_;
-    if (--counts_[at.block] == 0) {
+template <class Value, class KeyOf>
+auto KeyedList<Value, KeyOf>::exchange(std::size_t position, pointer value) -> pointer {
+    const auto at = occupied(position);
+    auto& block = *blocks_[at.block];
+    leave(block, at.offset);
+    block.hashes[at.offset] = enter(block, value);
+    return std::exchange(block.values[at.offset], std::move(value));
+}
+
+template <class Value, class KeyOf> auto KeyedList<Value, KeyOf>::take(std::size_t position) -> pointer {
+    const auto at = occupied(position);
+    auto& block = *blocks_[at.block];
+    leave(block, at.offset);
+    auto value = std::move(block.values[at.offset]);
+    const auto offset = static_cast<std::ptrdiff_t>(at.offset);
+    block.values.erase(block.values.begin() + offset);
+    block.hashes.erase(block.hashes.begin() + offset);
+    shiftStartsBehind(at.block, -1);
+    if (block.values.empty()) {
         removeBlock(at.block);
     }
     return value;
@@ -285,71 +310,89 @@ template <class Value, class KeyOf>
 std::optional<std::size_t> KeyedList<Value, KeyOf>::position(const key_type& key) const {
     hasTable_ ? noticeChangedKeys() : makeTable();
     std::optional<std::size_t> first;
-    const auto [begin, end] = table_.equal_range(std::hash<key_type>()(key));
-    for (auto one = begin; one != end; ++one) {
-        if (KeyOf()(one->second->value) == key) {
-            const auto found = positionOf(*one->second);
-            first = first ? std::min(*first, found) : found;
+    const auto hash = hashOf(key);
+    // The blocks that may hold it; among the values of one, the first with the key is the first of all.
+    table_.visit(hash, [&](const Block* block) {
+        const auto& hashes = block->hashes;
+        for (auto one = std::find(hashes.begin(), hashes.end(), hash); one != hashes.end();
+             one = std::find(one + 1, hashes.end(), hash)) {
+            const auto offset = static_cast<std::size_t>(one - hashes.begin());
+            if (KeyOf()(std::as_const(*block->values[offset])) == key) {
+                const auto found = starts_[block->ordinal] + offset;
+                first = first ? std::min(*first, found) : found;
+                break;
+            }
         }
-    }
+    });
     return first;
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::makeTable() const {
     hasTable_ = true;
-    isAllTouched_ = false;
     table_.reserve(size_);
     for (const auto& block : blocks_) {
-        for (const auto& node : block->nodes) {
-            enter(*node);
+        for (std::size_t i = 0; i < block->values.size(); ++i) {
+            block->hashes[i] = enter(*block, block->values[i]);
         }
     }
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::noticeChangedKeys() const {
-    if (std::exchange(isAllTouched_, false)) {
-        for (const auto& block : blocks_) {
-            for (const auto& node : block->nodes) {
-                reenter(*node);
-            }
-        }
-    } else {
-        for (auto* node : touched_) {
-            reenter(*node);
-        }
+    for (const auto hash : touched_) {
+        noticeChangedKeys(hash);
     }
     touched_.clear();
 }
 
-template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::addBlock(std::size_t ordinal) {
-    blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(ordinal), std::make_unique<Block>());
-    blocks_[ordinal]->nodes.reserve(blockLimit);
-    counts_.insert(counts_.begin() + static_cast<std::ptrdiff_t>(ordinal), 0);
-    for (auto i = ordinal; i < blocks_.size(); ++i) {
-        blocks_[i]->ordinal = i;
+template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::noticeChangedKeys(std::uint32_t hash) const {
+    std::vector<Block*> blocks; // first: entering moves what the table holds
+    table_.visit(hash, [&blocks](Block* block) { blocks.push_back(block); });
+    for (auto* block : blocks) {
+        for (std::size_t i = 0; i < block->values.size(); ++i) {
+            if (block->hashes[i] == hash) {
+                reenter(*block, i);
+            }
+        }
     }
+}
+
+template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::numberBlocks(std::size_t from) {
+    for (; from < blocks_.size(); ++from) {
+        blocks_[from]->ordinal = from;
+    }
+}
+
+template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::addBlock(std::size_t ordinal) {
+    const auto offset = static_cast<std::ptrdiff_t>(ordinal);
+    auto block = std::make_unique<Block>();
+    block->values.reserve(blockLimit);
+    block->hashes.reserve(blockLimit);
+    starts_.insert(starts_.begin() + offset, ordinal < starts_.size() ? starts_[ordinal] : size_);
+    blocks_.insert(blocks_.begin() + offset, std::move(block));
+    numberBlocks(ordinal);
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::removeBlock(std::size_t ordinal) {
     blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(ordinal));
-    counts_.erase(counts_.begin() + static_cast<std::ptrdiff_t>(ordinal));
-    for (auto i = ordinal; i < blocks_.size(); ++i) {
-        blocks_[i]->ordinal = i;
-    }
+    starts_.erase(starts_.begin() + static_cast<std::ptrdiff_t>(ordinal));
+    numberBlocks(ordinal);
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::split(std::size_t ordinal) {
     addBlock(ordinal + 1);
-    auto& full = blocks_[ordinal]->nodes;
+    auto& full = *blocks_[ordinal];
     auto& added = *blocks_[ordinal + 1];
-    const auto middle = full.begin() + static_cast<std::ptrdiff_t>(full.size() / 2);
-    for (auto moved = middle; moved != full.end(); ++moved) {
-        (*moved)->block = &added;
-        added.nodes.push_back(std::move(*moved));
+    const auto middle = full.values.size() / 2;
+    for (auto i = middle; i < full.values.size(); ++i) {
+        if (hasTable_) {
+            table_.redirect(full.hashes[i], &full, &added);
+        }
+        added.hashes.push_back(full.hashes[i]);
+        added.values.push_back(std::move(full.values[i]));
     }
-    full.erase(middle, full.end());
-    counts_[ordinal] = full.size();
-    counts_[ordinal + 1] = added.nodes.size();
+    full.hashes.resize(middle);
+    full.values.resize(middle);
+    starts_[ordinal + 1] = starts_[ordinal] + middle;
 }
 
 } // namespace orvex

@@ -120,12 +120,14 @@ std::string makeUUID() {
     if (::getentropy(random.data(), random.size()) != 0) {
         fatalError("the system gives no random numbers for an identifier");
     }
-    std::string text;
+    random[6] = static_cast<unsigned char>((random[6] & 0x0FU) | 0x40U);
+    random[8] = static_cast<unsigned char>((random[8] & 0x3FU) | 0x80U);
+    std::string text(36, '-');
+    auto to = text.begin();
     for (std::size_t i = 0; i < random.size(); ++i) {
-        unsigned byte = random[i];
-        byte = i == 6 ? (byte & 0x0FU) | 0x40U : i == 8 ? (byte & 0x3FU) | 0x80U : byte;
-        text += i == 4 || i == 6 || i == 8 || i == 10 ? "-" : "";
-        appendHexByte(text, byte);
+        to += i == 4 || i == 6 || i == 8 || i == 10 ? 1 : 0;
+        *to++ = upperHex[random[i] >> 4U];
+        *to++ = upperHex[random[i] & 15U];
     }
     return text;
 }

@@ -9,7 +9,7 @@ PDFDocument::PDFDocument() = default;
 PDFDocument::~PDFDocument() = default;
 
 PDFPagePtr PDFDocument::page(std::int64_t at) const {
-    return at >= 0 && at < pageCount() ? pages_.at(static_cast<std::size_t>(at)) : nullptr;
+    return at >= 0 && at < pageCount() ? pages_.shared(static_cast<std::size_t>(at)) : nullptr;
 }
 
 std::int64_t PDFDocument::index(const PDFPage* page) const {
@@ -29,6 +29,13 @@ void PDFDocument::removePage(std::int64_t at) {
         throw std::out_of_range("cannot remove page " + std::to_string(at) + " of " + std::to_string(pageCount()));
     }
     pages_.take(static_cast<std::size_t>(at));
+}
+
+void PDFDocument::replacePage(std::int64_t at, PDFPagePtr page) {
+    if (!page || at < 0 || at >= pageCount()) {
+        throw std::out_of_range("cannot replace page " + std::to_string(at) + " of " + std::to_string(pageCount()));
+    }
+    pages_.exchange(static_cast<std::size_t>(at), std::move(page));
 }
 
 std::string PDFDocument::info(PDFInfoKey key) const {
@@ -54,7 +61,11 @@ bool PDFDocument::write(ByteSink& sink) const {
     if (pages_.empty()) {
         return false;
     }
-    const std::vector<PDFPagePtr> pages(pages_.begin(), pages_.end());
+    std::vector<PDFPagePtr> pages;
+    pages.reserve(pages_.size());
+    for (std::size_t i = 0; i < pages_.size(); ++i) {
+        pages.push_back(pages_.shared(i));
+    }
     Composer(source_, pages, info_).write(sink);
     return true;
 }

@@ -53,6 +53,8 @@ public:
     /// Inserts before `at` (0 to pageCount()); throws std::out_of_range otherwise. Never touches another document.
     void insertPage(PDFPagePtr page, std::int64_t at);
     void removePage(std::int64_t at);
+    /// Both at once.
+    void replacePage(std::int64_t at, PDFPagePtr page);
 
     /// An entry of the information dictionary, UTF-8; empty when it is missing or not a string.
     [[nodiscard]] std::string info(PDFInfoKey key) const;
@@ -78,9 +80,9 @@ protected:
 private:
     std::shared_ptr<PDFSource> source_;
     struct Identity {
-        const PDFPage* operator()(const PDFPagePtr& page) const { return page.get(); }
+        const PDFPage* operator()(const PDFPage& page) const { return &page; }
     };
-    KeyedList<PDFPagePtr, Identity> pages_;
+    KeyedList<PDFPage, Identity> pages_;
     std::map<PDFInfoKey, std::string> info_; ///< what setInfo() changed
 };
 

@@ -38,7 +38,11 @@ class PDFPage {
 public:
     /// A blank page of 612 x 792 points.
     PDFPage();
+    /// A page of a file is turned as it is there.
     explicit PDFPage(PDFPageContent content, PDFPageLayers layers = {});
+    /// Turned by `rotation`: 0, 90, 180 or 270 degrees clockwise.
+    PDFPage(PDFPageContent content, PDFPageLayers layers, int rotation)
+        : content_(std::move(content)), layers_(std::move(layers)), rotation_(rotation) {}
     PDFPage(const PDFPage&) = delete;
     PDFPage& operator=(const PDFPage&) = delete;
     virtual ~PDFPage();

@@ -58,6 +58,8 @@ private:
     mutable std::vector<std::shared_ptr<QPDF>> retired_; ///< kept for the handles that are about
     mutable bool isIncomplete_ = false; ///< memory ran out, and did again when the file was parsed anew
     mutable std::recursive_mutex mutex_;
+    mutable QPDFObjGen lastParent_;
+    mutable int lastParentRotation_ = 0;
     enum class TextState : unsigned char { unknown, absent, present };
     mutable std::vector<std::atomic<TextState>> textStates_;
     std::unique_ptr<ReadingCache> readingCache_;

@@ -135,6 +135,15 @@ Rect intersection(const Rect& a, const Rect& b) {
     return width > 0 && height > 0 ? Rect{x, y, width, height} : b;
 }
 
+int quarterTurns(QPDFObjectHandle value) {
+    double degrees = 0;
+    if (!readNumber(value, degrees) || !std::isfinite(degrees)) {
+        return 0;
+    }
+    const double reduced = std::fmod(degrees, 360);
+    return std::fmod(reduced, 90) == 0 ? (static_cast<int>(reduced) + 360) % 360 : 0;
+}
+
 } // namespace
 
 void requireMemory(QPDF& pdf) {
@@ -168,12 +177,7 @@ QPDFObjectHandle inheritedAttribute(QPDFObjectHandle page, const std::string& ke
 }
 
 int pageRotation(const QPDFObjectHandle& page) {
-    double degrees = 0;
-    if (!readNumber(inheritedAttribute(page, "/Rotate"), degrees) || !std::isfinite(degrees)) {
-        return 0;
-    }
-    const double reduced = std::fmod(degrees, 360);
-    return std::fmod(reduced, 90) == 0 ? (static_cast<int>(reduced) + 360) % 360 : 0;
+    return quarterTurns(inheritedAttribute(page, "/Rotate"));
 }
 
 Rect pageBox(const QPDFObjectHandle& page, PDFDisplayBox box) {
@@ -238,8 +242,16 @@ Rect PDFSource::box(int page, PDFDisplayBox box) const {
 
 int PDFSource::rotation(int page) const {
     const std::lock_guard lock(mutex_);
-    const int found = pageRotation(pages_.at(static_cast<std::size_t>(page)));
+    auto object = pages_.at(static_cast<std::size_t>(page));
+    auto own = object.getKey("/Rotate");
+    auto parent = object.getKey("/Parent");
+    const bool isKnown = own.isNull() && parent.isIndirect() && parent.getObjGen() == lastParent_;
+    const int found = isKnown ? lastParentRotation_ : own.isNull() ? pageRotation(parent) : quarterTurns(own);
     requireMemory();
+    if (own.isNull() && parent.isIndirect()) { // neighbours have the same parent, and inherit the same
+        lastParent_ = parent.getObjGen();
+        lastParentRotation_ = found;
+    }
     return found;
 }
 

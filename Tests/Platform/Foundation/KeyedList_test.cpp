@@ -45,7 +45,7 @@ TEST(KeyedList, IsAVectorWhateverIsInsertedAndTaken) {
             model.insert(model.begin() + static_cast<std::ptrdiff_t>(at), item);
         } else {
             const auto at = random() % model.size();
-            ASSERT_EQ(list.take(at), model[at]);
+            ASSERT_EQ(*list.take(at), model[at]);
             model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
         }
         ASSERT_EQ(list.size(), model.size());
@@ -101,6 +101,49 @@ TEST(KeyedList, ValuesStayWhereTheyAre) {
     EXPECT_EQ(list.position("5"), 2005U);
 }
 
+TEST(KeyedList, WhatWasKeptStaysAsItWas) {
+    Items list = numbered(3);
+    const auto kept = list.shared(1);
+    list[1].value = -1;
+    EXPECT_EQ(kept->value, 1);
+    EXPECT_EQ(std::as_const(list)[1].value, -1);
+    const auto keptAgain = list.shared(1);
+    for (auto& item : list) {
+        item.key += "!";
+    }
+    EXPECT_EQ(keptAgain->key, "1");
+    EXPECT_EQ(list.position("1!"), 1U);
+}
+
+TEST(KeyedList, ExchangesOneValueForAnother) {
+    Items list = numbered(300);
+    EXPECT_EQ(list.position("200"), 200U);
+    const auto old = list.exchange(200, std::make_shared<Item>(Item{"new", -1}));
+    EXPECT_EQ(old->value, 200);
+    EXPECT_EQ(list.position("200"), std::nullopt);
+    EXPECT_EQ(list.position("new"), 200U);
+    list.insert(0, old);
+    EXPECT_EQ(list.position("200"), 0U);
+    EXPECT_EQ(list.position("new"), 201U);
+    EXPECT_THROW(list.exchange(301, old), std::out_of_range);
+}
+
+TEST(KeyedList, FindsEveryValueOfManyThatShareOneKey) {
+    Items list;
+    for (int i = 0; i < 500; ++i) {
+        list.push_back({i % 2 == 0 ? "even" : "odd", i});
+    }
+    EXPECT_EQ(list.position("odd"), 1U);
+    for (std::size_t i = 1; i < 500; i += 2) {
+        list[i].key = i < 499 ? "even" : "odd";
+    }
+    EXPECT_EQ(list.position("odd"), 499U);
+    while (list.size() > 1) {
+        list.take(list.size() / 2 - 1);
+    }
+    EXPECT_EQ(list.position("odd"), 0U);
+}
+
 TEST(KeyedList, CopiesAreOfTheirOwn) {
     Items list = numbered(300);
     Items copy = list;
@@ -143,7 +186,7 @@ TEST(KeyedList, RefusesPositionsThatHoldNothing) {
     EXPECT_THROW((void)list.at(3), std::out_of_range);
     EXPECT_THROW((void)list[99], std::out_of_range);
     EXPECT_THROW(list.take(3), std::out_of_range);
-    EXPECT_THROW(list.insert(4, {}), std::out_of_range);
+    EXPECT_THROW(list.insert(4, Item{}), std::out_of_range);
     EXPECT_THROW((void)Items().back(), std::out_of_range);
 }
 
