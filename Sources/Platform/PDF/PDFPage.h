@@ -21,12 +21,18 @@ class PDFSource;
 struct ImageStream;
 
 struct BlankPageContent {};
-struct ImagePageContent {
-    ImagePtr image;
-};
 struct LoadedPageContent {
     std::shared_ptr<PDFSource> source;
     int index = 0; ///< in the source's page list, from 0
+};
+/// The page of a file whose content an image shows: its media box as it looked when it was turned so.
+struct PicturedPage {
+    LoadedPageContent page;
+    int rotation = 0; ///< degrees, clockwise: 0, 90, 180 or 270
+};
+struct ImagePageContent {
+    ImagePtr image;
+    std::optional<PicturedPage> of; ///< whose place in its file, links and annotations the picture takes over
 };
 using PDFPageContent = std::variant<BlankPageContent, ImagePageContent, LoadedPageContent>;
 
