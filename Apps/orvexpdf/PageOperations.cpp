@@ -5,6 +5,7 @@
 #include "MakePages.h"
 #include "OpenPDF.h"
 #include "PageRange.h"
+#include "Platform/Imaging/Codecs.h"
 
 #include <algorithm>
 #include <charconv>
@@ -147,7 +148,14 @@ void insertImages(const std::string& path, const Bytes& data, std::int64_t place
 void insertFile(const std::string& path, std::int64_t place, OrvexPDFDocumentManager& manager,
                 const std::string& password) {
     const Bytes data = readInput(path);
-    isPDF(data) ? insertPDF(path, data, place, manager, password) : insertImages(path, data, place, manager);
+    if (isPDF(data)) {
+        insertPDF(path, data, place, manager, password);
+    } else if (sniffImageFormat(data.span())) {
+        insertImages(path, data, place, manager);
+    } else {
+        throw Failure(ExitCode::inputUnusable,
+                      displayName(path) + ": neither a PDF nor an image (JPEG, PNG, TIFF or JPEG 2000)");
+    }
 }
 
 /// A colon may be part of the name: then what stands behind it is no place, or the file is there under the whole name.

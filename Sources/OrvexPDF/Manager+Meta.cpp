@@ -18,6 +18,18 @@ bool isSmallerThan(std::int64_t count, OrvexPDFPage& page) {
     }
 }
 
+/// A picture of a page of a file takes that page's place in it. Null when the image cannot fill a page.
+OrvexPDFPagePtr pictureOf(const OrvexPDFPage& page, const ImagePtr& image) {
+    if (!PDFPage::canHold(image)) {
+        return nullptr;
+    }
+    ImagePageContent content{image};
+    if (const auto* loaded = std::get_if<LoadedPageContent>(&page.content())) {
+        content.of = PicturedPage{*loaded, page.rotation()};
+    }
+    return std::make_shared<OrvexPDFPage>(std::move(content));
+}
+
 } // namespace
 
 OrvexPDFPagePtr OrvexPDFDocumentManager::generatePage(const OrvexPDFPageMeta& meta) {
@@ -76,7 +88,7 @@ OrvexPDFPagePtr OrvexPDFDocumentManager::rasterOfOriginalPage(const OrvexPDFPage
     if (!isTextKeeping && isSmallerThan(optimized->count, *meta.originalPage)) {
         return nullptr;
     }
-    auto page = OrvexPDFPage::fromImage(optimized->image);
+    auto page = pictureOf(*meta.originalPage, optimized->image);
     if (page) {
         // Without recognised text the page keeps its own, unseen.
         page->foundPage = meta.foundPage

@@ -38,7 +38,7 @@ private:
     void lockSources();
     void requireMemoryOfAll();
     void placePages();
-    QPDFObjectHandle placeLoaded(const LoadedPageContent& content);
+    QPDFObjectHandle placeLoaded(const LoadedPageContent& content, bool asPicture);
     PageImport& importFor(const LoadedPageContent& content, int copy);
     void copyPages();
     void buildTree();

@@ -7,6 +7,7 @@
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
+#include "Platform/PDF/Saving/Pictures_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 #include "Platform/PDF/Saving/StructureTree_p.h"
 
@@ -150,7 +151,7 @@ void Composer::lockSources() {
     std::set<std::shared_ptr<PDFSource>> sources;
     std::vector<bool> used(base_ ? static_cast<std::size_t>(base_->pageCount()) : 0);
     for (const auto& page : pages_) {
-        const auto* loaded = loadedContent(*page);
+        const auto* loaded = placeInFile(*page);
         if (loaded == nullptr) {
             continue;
         }
@@ -172,22 +173,26 @@ void Composer::placePages() {
         document_.basePages.clear();
     }
     for (const auto& page : pages_) {
-        const auto* loaded = loadedContent(*page);
+        const auto* loaded = placeInFile(*page);
         objects_.push_back(loaded != nullptr
-                               ? placeLoaded(*loaded)
+                               ? placeLoaded(*loaded, picturedPage(*page) != nullptr)
                                : target_->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Page >>")));
         document_.pages.push_back(loaded != nullptr ? PlacedPage{objects_.back(), loaded->source, loaded->index}
                                                     : PlacedPage{objects_.back(), nullptr, 0});
     }
 }
 
-QPDFObjectHandle Composer::placeLoaded(const LoadedPageContent& content) {
+QPDFObjectHandle Composer::placeLoaded(const LoadedPageContent& content, bool asPicture) {
     const int copy = copies_[{content.source.get(), content.index}]++;
     if (content.source == base_ && copy == 0) {
-        return document_.basePages.at(static_cast<std::size_t>(content.index));
+        const auto& object = document_.basePages.at(static_cast<std::size_t>(content.index));
+        if (asPicture) {
+            document_.pictures.insert(object.getObjGen());
+        }
+        return object;
     }
     auto object = target_->makeIndirectObject(QPDFObjectHandle::newDictionary());
-    importFor(content, copy).add(content.index, object);
+    importFor(content, copy).add(content.index, object, asPicture);
     return object;
 }
 
@@ -223,6 +228,7 @@ void Composer::buildTree() {
     auto& basePages = document_.basePages;
     document_.pagesChanged =
         !std::ranges::equal(objects_, basePages, [](auto& a, auto& b) { return a.getObjGen() == b.getObjGen(); });
+    document_.goneTagKeys = contentTagKeysOf(*target_, document_.pictures);
     auto root = target_->getRoot().getKey("/Pages");
     if (!document_.pagesChanged) {
         if (root.isDictionary() && !root.getKey("/Count").isInteger()) { // readers would see no pages
@@ -243,12 +249,15 @@ void Composer::buildTree() {
         (used ? kept : removed).push_back(basePages[i]);
     }
     document_.pagesRemoved = !removed.empty();
-    document_.goneTagKeys = tagKeysOf(removed);
+    document_.goneTagKeys.merge(tagKeysOf(removed));
     removePages(*target_, removed, kept);
     target_->updateAllPagesCache();
 }
 
 void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
+    if (const auto* pictured = picturedPage(page)) {
+        becomePicture(object, pictured->rotation, page.bounds(PDFDisplayBox::media).size());
+    }
     ContentStreamContext context(invisible_, outlines_, freePrefix(object));
     page.draw(PDFDisplayBox::media, context);
     if (page.rotation() != pageRotation(object)) {

@@ -23,7 +23,8 @@ struct Composition {
     std::vector<std::unique_ptr<PageImport>> imports; ///< in the order in which their first pages stand in the document
     bool pagesChanged = false;                        ///< other pages than the base's, or another order
     bool pagesRemoved = false;                        ///< pages of the base are missing
-    std::set<long long> goneTagKeys;                  ///< what the parent tree called the missing pages
+    std::set<QPDFObjGen> pictures;                    ///< pages of the base of whose content a picture is left
+    std::set<long long> goneTagKeys;                  ///< what the parent tree called what is missing of the base
     long long nextTagKey = 0;                         ///< and what it may call new ones
 };
 

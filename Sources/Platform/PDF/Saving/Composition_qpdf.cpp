@@ -22,7 +22,6 @@ void reviseBase(Composition& document) {
     if (document.pagesRemoved) {
         forgetRemovedFields(document.target);
         forgetRemovedBeads(document.target);
-        pruneStructure(document.target, document.goneTagKeys);
     }
     auto root = document.target.getRoot();
     if (auto form = root.getKey("/AcroForm"); form.isDictionary() && !root.hasKey("/NeedsRendering")) {
@@ -39,6 +38,9 @@ void carryDocument(Composition& document) {
     }
     if (document.base && document.pagesChanged) {
         reviseBase(document);
+    }
+    if (document.pagesRemoved || !document.pictures.empty()) {
+        pruneStructure(document.target, document.pictures, document.goneTagKeys);
     }
     if (document.pagesChanged) {
         carryPageLabels(document);

@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orvex {
 
@@ -28,6 +29,79 @@ template <typename NewName> std::string renamed(const std::string& appearance, c
     return result;
 }
 
+/// Actions name fields, the topmost one first: "address.street". What they name follows new names of topmost fields.
+class ActionFields {
+public:
+    explicit ActionFields(const std::map<std::string, std::string>& newNames) : newNames_(newNames) {}
+
+    void rename(const PageImport& import) {
+        for (const auto& holder : import.copies()) {
+            reviseHolder(holder);
+        }
+        for (const auto& [index, page] : import.pages()) {
+            reviseHolder(page);
+        }
+    }
+
+private:
+    void reviseHolder(QPDFObjectHandle holder) {
+        waiting_.push_back(holder.getKey("/A"));
+        if (auto additional = holder.getKey("/AA"); additional.isDictionary()) {
+            for (const auto& trigger : additional.getKeys()) {
+                waiting_.push_back(additional.getKey(trigger));
+            }
+        }
+        while (!waiting_.empty()) {
+            const auto action = waiting_.back();
+            waiting_.pop_back();
+            revise(action);
+        }
+    }
+
+    void revise(QPDFObjectHandle action) {
+        if (action.isArray()) { // actions that follow another one
+            const auto actions = action.getArrayAsVector();
+            waiting_.insert(waiting_.end(), actions.begin(), actions.end());
+            return;
+        }
+        if (!action.isDictionary() || (action.isIndirect() && !seen_.insert(action.getObjGen()).second)) {
+            return;
+        }
+        auto kind = action.getKey("/S");
+        const char* key = kind.isNameAndEquals("/Hide") ? "/T" : "/Fields";
+        const bool namesFields =
+            key[1] == 'T' || kind.isNameAndEquals("/ResetForm") || kind.isNameAndEquals("/SubmitForm");
+        if (namesFields && action.hasKey(key)) {
+            action.replaceKey(key, renamed(action.getKey(key)));
+        }
+        waiting_.push_back(action.getKey("/Next"));
+    }
+
+    /// A name, a field or a list of either.
+    QPDFObjectHandle renamed(QPDFObjectHandle fields) const {
+        if (fields.isArray()) {
+            auto all = QPDFObjectHandle::newArray();
+            for (auto& field : fields.getArrayAsVector()) {
+                all.appendItem(field.isString() ? renamed(field) : field);
+            }
+            return all;
+        }
+        if (!fields.isString()) {
+            return fields;
+        }
+        const auto name = fields.getUTF8Value();
+        const auto top = name.substr(0, name.find('.'));
+        const auto changed = newNames_.find(top);
+        return changed == newNames_.end()
+                   ? fields
+                   : QPDFObjectHandle::newUnicodeString(changed->second + name.substr(top.size()));
+    }
+
+    const std::map<std::string, std::string>& newNames_;
+    std::vector<QPDFObjectHandle> waiting_;
+    std::set<QPDFObjGen> seen_;
+};
+
 class FormMerger {
 public:
     explicit FormMerger(Composition& document) : document_(document) {}
@@ -41,9 +115,13 @@ public:
         import.enter();
         addDefaults(import, from);
         bringFonts(import, from);
+        std::map<std::string, std::string> newNames;
         for (auto [field, unused] : import.fields()) {
-            giveFreeName(field);
+            giveFreeName(field, newNames);
             fields_.appendItem(field);
+        }
+        if (!newNames.empty()) {
+            ActionFields(newNames).rename(import);
         }
         bringCalculationOrder(import, from);
         if (auto need = from.getKey("/NeedAppearances"); need.isBool() && need.getBoolValue()) {
@@ -103,7 +181,7 @@ private:
         }
     }
 
-    void giveFreeName(QPDFObjectHandle field) {
+    void giveFreeName(QPDFObjectHandle field, std::map<std::string, std::string>& newNames) {
         if (!field.getKey("/T").isString()) {
             return;
         }
@@ -115,6 +193,7 @@ private:
         }
         if (unique != name) {
             field.replaceKey("/T", QPDFObjectHandle::newUnicodeString(unique));
+            newNames.try_emplace(name, unique);
         }
         names_.insert(unique);
     }

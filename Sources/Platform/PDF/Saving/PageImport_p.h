@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -26,7 +27,8 @@ public:
     /// `nextTagKey` numbers what carries tags; null when tags are left behind.
     PageImport(std::shared_ptr<ImportSource> from, long long* nextTagKey);
 
-    void add(int index, const QPDFObjectHandle& page);
+    /// `asPicture`: without the page's content.
+    void add(int index, const QPDFObjectHandle& page, bool asPicture);
     /// Once all pages of all imports are added.
     void copyPages();
     /// Makes links and actions of what was copied lead to copies, or nowhere.
@@ -53,7 +55,7 @@ private:
 
     void makeAnnotations(const QPDFObjectHandle& from, QPDFObjectHandle page);
     QPDFObjectHandle makeAnnotation(const QPDFObjectHandle& from, const QPDFObjectHandle& page);
-    void fillPage(QPDFObjectHandle from, QPDFObjectHandle page);
+    void fillPage(QPDFObjectHandle from, QPDFObjectHandle page, bool asPicture);
     void fillAnnotation(const CopiedAnnotation& annotation);
     void bringField(QPDFObjectHandle from, QPDFObjectHandle to);
     void fillField(QPDFObjectHandle from, QPDFObjectHandle to);
@@ -65,6 +67,7 @@ private:
     std::map<long long, long long> tagKeys_;
     ObjectCopier::Copies own_;
     std::vector<std::pair<int, QPDFObjectHandle>> pages_;
+    std::set<int> pictures_;
     std::vector<CopiedAnnotation> annotations_;
     std::vector<QPDFObjectHandle> fieldNodes_; ///< copied fields that are not annotations
     std::vector<std::pair<QPDFObjectHandle, QPDFObjectHandle>> fields_;

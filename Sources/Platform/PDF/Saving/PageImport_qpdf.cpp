@@ -40,7 +40,10 @@ void PageImport::enter() {
     });
 }
 
-void PageImport::add(int index, const QPDFObjectHandle& page) {
+void PageImport::add(int index, const QPDFObjectHandle& page, bool asPicture) {
+    if (asPicture) {
+        pictures_.insert(index);
+    }
     copier_.enter(own_);
     copier_.mapPage(index, page);
     pages_.emplace_back(index, page);
@@ -53,7 +56,7 @@ void PageImport::copyPages() {
         makeAnnotations(sourcePages.at(static_cast<std::size_t>(index)), page);
     }
     for (const auto& [index, page] : pages_) {
-        fillPage(sourcePages[static_cast<std::size_t>(index)], page);
+        fillPage(sourcePages[static_cast<std::size_t>(index)], page, pictures_.contains(index));
     }
     for (std::size_t i = 0; i < annotations_.size(); ++i) { // filling one may find another, its popup
         fillAnnotation(CopiedAnnotation(annotations_[i]));
@@ -98,20 +101,23 @@ QPDFObjectHandle PageImport::makeAnnotation(const QPDFObjectHandle& from, const 
     return copy;
 }
 
-void PageImport::fillPage(QPDFObjectHandle from, QPDFObjectHandle page) {
+void PageImport::fillPage(QPDFObjectHandle from, QPDFObjectHandle page, bool asPicture) {
+    const auto isContent = [](const std::string& key) { return key == "/Contents" || key == "/Resources"; };
     for (const auto& key : from.getKeys()) {
-        if (!staysBehind(key)) {
+        if (!staysBehind(key) && !(asPicture && isContent(key))) {
             page.replaceKey(key, copier_.copy(from.getKey(key), key == "/AA" ? Scope::own : Scope::shared));
         }
     }
     for (const char* key : {"/Resources", "/MediaBox", "/CropBox", "/Rotate"}) {
-        if (!page.hasKey(key)) {
+        if (!page.hasKey(key) && !(asPicture && isContent(key))) {
             if (auto value = inheritedAttribute(from, key); !value.isNull()) {
                 page.replaceKey(key, copier_.copy(value, Scope::shared));
             }
         }
     }
-    copier_.copyStructureKeys(from, page);
+    if (!asPicture) {
+        copier_.copyStructureKeys(from, page);
+    }
     if (nextTagKey_ == nullptr && page.getKey("/Tabs").isNameAndEquals("/S")) {
         page.removeKey("/Tabs"); // the order of tags, which stay behind
     }

@@ -31,7 +31,7 @@ struct ElementFrame {
 
 class StructurePruner {
 public:
-    explicit StructurePruner(QPDF& target) : target_(target) {}
+    StructurePruner(QPDF& target, const std::set<QPDFObjGen>& pictures) : target_(target), pictures_(pictures) {}
 
     void prune(const QPDFObjectHandle& root) {
         seen_.insert(root.getObjGen());
@@ -44,7 +44,11 @@ public:
 
 private:
     void enter(QPDFObjectHandle element) {
-        frames_.push_back({element, isGone(element.getKey("/Pg")), kidsOf(element), 0, {}});
+        frames_.push_back({element, hasNoContent(element.getKey("/Pg")), kidsOf(element), 0, {}});
+    }
+
+    [[nodiscard]] bool hasNoContent(const QPDFObjectHandle& page) const {
+        return isGone(page) || (page.isIndirect() && pictures_.contains(page.getObjGen()));
     }
 
     void step() {
@@ -74,12 +78,12 @@ private:
     }
 
     /// Marked content or an object on a page; `pageGone`: the element's own page is.
-    static bool isGoneContent(QPDFObjectHandle reference, bool pageGone) {
+    [[nodiscard]] bool isGoneContent(QPDFObjectHandle reference, bool pageGone) const {
         auto page = reference.getKey("/Pg");
         if (reference.isDictionaryOfType("/OBJR")) {
             return reference.getKey("/Obj").isNull() || isGone(page);
         }
-        return isGone(page) || (page.isNull() && pageGone);
+        return hasNoContent(page) || (page.isNull() && pageGone);
     }
 
     void finish() {
@@ -100,12 +104,13 @@ private:
         if (frame.kept.size() != frame.kids.size()) {
             frame.element.replaceKey("/K", QPDFObjectHandle::newArray(frame.kept));
         }
-        if (frame.pageGone) {
+        if (isGone(frame.element.getKey("/Pg"))) {
             frame.element.removeKey("/Pg");
         }
     }
 
     QPDF& target_;
+    const std::set<QPDFObjGen>& pictures_;
     std::vector<ElementFrame> frames_;
     std::set<QPDFObjGen> seen_;
 };
@@ -138,12 +143,22 @@ std::set<long long> tagKeysOf(const std::vector<QPDFObjectHandle>& pages) {
     return keys;
 }
 
-void pruneStructure(QPDF& target, const std::set<long long>& goneKeys) {
+std::set<long long> contentTagKeysOf(QPDF& target, const std::set<QPDFObjGen>& pages) {
+    std::set<long long> keys;
+    for (const auto& page : pages) {
+        if (auto key = target.getObject(page).getKey("/StructParents"); key.isInteger()) {
+            keys.insert(key.getIntValue());
+        }
+    }
+    return keys;
+}
+
+void pruneStructure(QPDF& target, const std::set<QPDFObjGen>& pictures, const std::set<long long>& goneKeys) {
     auto root = target.getRoot().getKey("/StructTreeRoot");
     if (!root.isDictionary()) {
         return;
     }
-    StructurePruner(target).prune(root);
+    StructurePruner(target, pictures).prune(root);
     NumberEntries parents;
     for (const auto& entry : readNumberTree(root.getKey("/ParentTree"))) {
         if (!goneKeys.contains(entry.first) && !knowsNothing(entry.second)) {

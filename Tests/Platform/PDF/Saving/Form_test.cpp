@@ -173,5 +173,27 @@ TEST(SavedSignatures, LeaveWhatTheyLookLikeOnThePage) {
               test::run("pdftoppm -r 36 -f 1 -l 1 " + test::quoted(path)).output);
 }
 
+TEST(SavedForm, ActionsOfRenamedFieldsNameTheNewOnes) {
+    const auto withActions = [](const std::string& text) {
+        return pdfFromPages(
+            {pageShowing(text, "/Annots [7 0 R 8 0 R 9 0 R]")}, {}, "/AcroForm << /Fields [7 0 R 8 0 R 10 0 R] >>",
+            {widget("/FT /Tx /T (name)"),
+             widget("/FT /Btn /Ff 65536 /T (reset) /A << /S /ResetForm /Fields [(name) (group.second) (other) 7 0 R] "
+                    "/Next [<< /S /Hide /T (name) >> << /S /SubmitForm /F (x) /Fields [(group)] >>] >>"),
+             widget("/Parent 10 0 R /FT /Tx /T (second)"), "<< /T (group) /Kids [9 0 R] >>"});
+    };
+    const auto document = opened(withActions("One"));
+    test::appendPages(*document, *opened(withActions("Two")));
+    const SavedDocument saved(*document);
+    const std::string action = "pages/2/Annots/2/A/";
+    EXPECT_EQ(saved.show(action + "Fields/1"), "(name_2)\n");
+    EXPECT_EQ(saved.show(action + "Fields/2"), "(group_2.second)\n");
+    EXPECT_EQ(saved.show(action + "Fields/3"), "(other)\n");
+    EXPECT_EQ(saved.show(action + "Fields/4/T"), "(name_2)\n");
+    EXPECT_EQ(saved.show(action + "Next/1/T"), "(name_2)\n");
+    EXPECT_EQ(saved.show(action + "Next/2/Fields/1"), "(group_2)\n");
+    EXPECT_EQ(saved.show("pages/1/Annots/2/A/Fields/1"), "(name)\n");
+}
+
 } // namespace
 } // namespace orvex

@@ -1,0 +1,133 @@
+// Pages of whose content a picture is left: what stood on them and what led to them.
+#include "Support/ImageFixture.h"
+#include "Support/OpenDocument.h"
+#include "Support/Pages.h"
+#include "Support/SavedDocument.h"
+
+#include <gmock/gmock.h>
+
+namespace orvex {
+namespace {
+
+using test::opened;
+using test::pdfFromPages;
+using test::SavedDocument;
+using testing::HasSubstr;
+using testing::Not;
+
+/// A white picture of the page as it is shown, in the page's place.
+void becomePicture(PDFDocument& document, std::int64_t at) {
+    const auto page = document.page(at);
+    const Rect media = page->bounds(PDFDisplayBox::media);
+    const bool upright = page->rotation() % 180 == 0;
+    const Size size = upright ? media.size() : Size{media.height, media.width};
+    auto bitmap = Bitmap::make(10, 10, 8, {ColorModel::rgb, {}, 0});
+    for (std::int64_t y = 0; y < 10; ++y) {
+        std::fill_n(bitmap.row(y), 30, std::uint8_t{255});
+    }
+    auto rep = std::make_shared<ImageRep>(std::make_shared<const Bitmap>(std::move(bitmap)));
+    rep->setSize(size);
+    auto image = std::make_shared<Image>(size);
+    image->addRepresentation(rep);
+    const auto& loaded = std::get<LoadedPageContent>(page->content());
+    document.replacePage(at,
+                         std::make_shared<PDFPage>(ImagePageContent{image, PicturedPage{loaded, page->rotation()}}));
+}
+
+/// Two pages without content: a link, a stamp, a field and ink on the first, which an outline item, a name and a link
+/// of the second lead to.
+Bytes annotated(const std::string& mediaBox, const std::string& more) {
+    const std::string look = "/Type /XObject /Subtype /Form /BBox [0 0 80 40]";
+    return pdfFromPages(
+        {{"", mediaBox, "/Annots [9 0 R 10 0 R 11 0 R 15 0 R] " + more},
+         {test::showing("Second"), "[0 0 612 792]", "/Annots [12 0 R]"}},
+        {},
+        "/AcroForm << /Fields [11 0 R] /DA (/F1 12 Tf) >> /Outlines 13 0 R "
+        "/Names << /Dests << /Names [(start) [5 0 R /Fit]] >> >>",
+        {"<< /Type /Annot /Subtype /Link /Rect [60 70 100 90] /Border [0 0 0] /Dest [7 0 R /Fit] >>",
+         "<< /Type /Annot /Subtype /Stamp /Rect [40 60 120 100] /F 4 /AP << /N 16 0 R >> >>",
+         "<< /Type /Annot /Subtype /Widget /FT /Tx /T (name) /V (Ada) /Rect [120 120 160 200] /F 4 /P 5 0 R "
+         "/AP << /N 16 0 R >> >>",
+         "<< /Type /Annot /Subtype /Link /Rect [0 0 9 9] /Dest [5 0 R /Fit] >>",
+         "<< /Type /Outlines /First 14 0 R /Last 14 0 R /Count 1 >>",
+         "<< /Title (First) /Parent 13 0 R /Dest [5 0 R /Fit] >>",
+         "<< /Type /Annot /Subtype /Ink /Rect [20 40 200 60] /F 4 /InkList [[20 40 200 60]] /C [1 0 0] >>",
+         test::streamBody("1 0 0 rg 0 0 40 40 re f 0 0 1 rg 40 0 40 10 re f", look)});
+}
+
+struct Case {
+    const char* mediaBox;
+    const char* more;
+};
+const Case shownCases[] = {
+    {"[0 0 300 240]", ""},
+    {"[10 20 310 260]", ""},
+    {"[0 0 300 240]", "/Rotate 90"},
+    {"[0 0 300 240]", "/Rotate 180"},
+    {"[10 20 310 260]", "/Rotate 270"},
+    {"[-5 15 295 255]", "/Rotate 90 /CropBox [-5 15 295 255]"},
+};
+
+TEST(PageThatBecamePicture, ShowsItsAnnotationsAndFieldsWhereTheyWere) {
+    for (const auto& [mediaBox, more] : shownCases) {
+        const auto file = annotated(mediaBox, more);
+        const auto document = opened(file);
+        becomePicture(*document, 0);
+        EXPECT_EQ(SavedDocument(*document).picture(1), SavedDocument(*opened(file)).picture(1)) << mediaBox << more;
+    }
+}
+
+TEST(PageThatBecamePicture, IsAsLargeAsThePicture) {
+    const auto document = opened(annotated("[10 20 310 260]", "/Rotate 90 /CropBox [20 30 100 100]"));
+    becomePicture(*document, 0);
+    const auto boxes = SavedDocument(*document).tool("pdfinfo -box -f 1 -l 1");
+    EXPECT_THAT(boxes, testing::ContainsRegex("MediaBox: +0.00 +0.00 +240.00 +300.00"));
+    EXPECT_THAT(boxes, testing::ContainsRegex("CropBox: +0.00 +0.00 +240.00 +300.00"));
+    EXPECT_THAT(boxes, testing::ContainsRegex("rot: +0\n"));
+}
+
+TEST(PageThatBecamePicture, KeepsLinksNamesOutlineAndField) {
+    const auto document = opened(annotated("[0 0 300 240]", ""));
+    becomePicture(*document, 0);
+    const SavedDocument saved(*document);
+    EXPECT_THAT(saved.show("outline"), HasSubstr("\"First\"\t#page=1"));
+    EXPECT_THAT(saved.tool("pdfinfo -dests"), HasSubstr("\"start\""));
+    EXPECT_EQ(saved.show("trailer/Root/AcroForm/Fields/1/V"), "(Ada)\n");
+    EXPECT_THAT(saved.show("pages/1/Annots/1/Dest"), HasSubstr("/Fit"));
+    EXPECT_THAT(saved.show("pages/2/Annots/1/Dest"), HasSubstr("/Fit"));
+}
+
+TEST(PageThatBecamePicture, BringsWhatStandsOnItFromAnotherFile) {
+    const auto other = opened(annotated("[0 0 300 240]", "/Rotate 90"));
+    becomePicture(*other, 0);
+    const auto document = opened(test::pagesShowing({"Host"}));
+    test::appendPages(*document, *other);
+    const SavedDocument saved(*document);
+    EXPECT_EQ(saved.picture(2), SavedDocument(*opened(annotated("[0 0 300 240]", "/Rotate 90"))).picture(1));
+    EXPECT_THAT(saved.show("outline"), HasSubstr("\"First\"\t#page=2"));
+    EXPECT_EQ(saved.show("trailer/Root/AcroForm/Fields/1/T"), "(name)\n");
+    EXPECT_THAT(saved.show("pages/2/Resources"), Not(HasSubstr("F1"))); // nothing of the old content
+}
+
+TEST(PageThatBecamePicture, LosesTheTagsOfItsContentAndKeepsThoseOfItsLinks) {
+    const auto document = opened(
+        pdfFromPages({{"/P << /MCID 0 >> BDC EMC", "[0 0 612 792]", "/StructParents 0 /Annots [11 0 R]"},
+                      {"/P << /MCID 0 >> BDC EMC", "[0 0 612 792]", "/StructParents 2"}},
+                     {}, "/StructTreeRoot 9 0 R /MarkInfo << /Marked true >>",
+                     {"<< /Type /StructTreeRoot /K [10 0 R 12 0 R 14 0 R] /ParentTree 13 0 R >>",
+                      "<< /Type /StructElem /S /P /P 9 0 R /Pg 5 0 R /K 0 /T (pictured) >>",
+                      "<< /Type /Annot /Subtype /Link /Rect [0 0 9 9] /StructParent 1 /Dest [7 0 R /Fit] >>",
+                      "<< /Type /StructElem /S /Link /P 9 0 R /T (link) /K << /Type /OBJR /Pg 5 0 R /Obj 11 0 R >> >>",
+                      "<< /Nums [0 [10 0 R] 1 12 0 R 2 [14 0 R]] >>",
+                      "<< /Type /StructElem /S /P /P 9 0 R /Pg 7 0 R /K 0 /T (second) >>"}));
+    becomePicture(*document, 0);
+    const SavedDocument saved(*document);
+    EXPECT_EQ(saved.show("trailer/Root/StructTreeRoot/K/1/T"), "(link)\n");
+    EXPECT_EQ(saved.show("trailer/Root/StructTreeRoot/K/2/T"), "(second)\n");
+    EXPECT_EQ(saved.show("trailer/Root/StructTreeRoot/K/3"), "null\n");
+    EXPECT_EQ(saved.show("pages/1/StructParents"), "null\n");
+    EXPECT_EQ(saved.show("pages/2/StructParents"), "2\n");
+}
+
+} // namespace
+} // namespace orvex
