@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/Layers_p.h"
 
+#include "Platform/PDF/Saving/Items_p.h"
 #include "Platform/PDF/Saving/NamedMerge_p.h"
 
 #include <set>
@@ -9,10 +10,6 @@ namespace orvex {
 namespace {
 
 constexpr int orderDepthLimit = 50;
-
-std::vector<QPDFObjectHandle> items(QPDFObjectHandle array) {
-    return array.isArray() ? array.getArrayAsVector() : std::vector<QPDFObjectHandle>{};
-}
 
 class LayerMerger {
 public:

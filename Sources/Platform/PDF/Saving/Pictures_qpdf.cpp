@@ -1,6 +1,7 @@
 #include "Platform/PDF/Saving/Pictures_p.h"
 
 #include "Platform/PDF/PDFSource_p.h"
+#include "Platform/PDF/Saving/Items_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -158,10 +159,6 @@ private:
     std::map<QPDFObjGen, QPDFObjectHandle> turned_;
     std::set<QPDFObjGen> seen_;
 };
-
-std::vector<QPDFObjectHandle> items(QPDFObjectHandle array) {
-    return array.isArray() ? array.getArrayAsVector() : std::vector<QPDFObjectHandle>();
-}
 
 } // namespace
 

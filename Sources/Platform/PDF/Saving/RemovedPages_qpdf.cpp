@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 
+#include "Platform/PDF/Saving/Items_p.h"
 #include <algorithm>
 #include <optional>
 #include <set>
@@ -8,18 +9,10 @@ namespace orvex {
 
 namespace {
 
-bool isGone(const QPDFObjectHandle& object) {
-    return object.isIndirect() && QPDFObjectHandle(object).isNull();
-}
-
 void remove(QPDF& target, const QPDFObjectHandle& object) {
     if (object.isIndirect()) {
         target.replaceObject(object.getObjGen(), QPDFObjectHandle::newNull());
     }
-}
-
-std::vector<QPDFObjectHandle> items(QPDFObjectHandle array) {
-    return array.isArray() ? array.getArrayAsVector() : std::vector<QPDFObjectHandle>{};
 }
 
 std::set<QPDFObjGen> annotationsOf(const std::vector<QPDFObjectHandle>& pages) {

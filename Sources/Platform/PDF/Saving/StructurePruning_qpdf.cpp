@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/StructureTree_p.h"
 
+#include "Platform/PDF/Saving/Items_p.h"
 #include "Platform/PDF/Saving/Trees_p.h"
 
 #include <algorithm>
@@ -7,10 +8,6 @@
 namespace orvex {
 
 namespace {
-
-bool isGone(const QPDFObjectHandle& object) {
-    return object.isIndirect() && QPDFObjectHandle(object).isNull();
-}
 
 std::vector<QPDFObjectHandle> kidsOf(QPDFObjectHandle element) {
     auto kids = element.getKey("/K");
@@ -132,9 +129,7 @@ std::set<long long> tagKeysOf(const std::vector<QPDFObjectHandle>& pages) {
     };
     for (auto page : pages) {
         add(page.getKey("/StructParents"));
-        auto annotations = page.getKey("/Annots");
-        for (auto& annotation :
-             annotations.isArray() ? annotations.getArrayAsVector() : std::vector<QPDFObjectHandle>()) {
+        for (auto& annotation : items(page.getKey("/Annots"))) {
             if (annotation.isDictionary()) {
                 add(annotation.getKey("/StructParent"));
             }
