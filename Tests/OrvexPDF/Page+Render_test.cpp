@@ -125,6 +125,69 @@ TEST(PageRendering, AFormFieldStandsWhereItsPageIsTurnedAndWhateverItsContentLef
     EXPECT_EQ(shadeAt(*annotatedPage(field, {}, "0.1 0 0 -0.1 50 50 cm q (unfinished")->render(72), 250, 50), blue);
 }
 
+/// A page of 200 x 60 points with one field over all of it, without an appearance; `form` goes into the form.
+Bytes bareField(const std::string& field, const std::string& form = {}) {
+    return pdfFromPages(
+        {{"", "[0 0 200 60]", "/Annots [7 0 R]"}}, {},
+        "/AcroForm << /Fields [7 0 R] /DA (/Helv 20 Tf 0 g) " + form +
+            " /DR << /Font << /Helv << /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding "
+            "/WinAnsiEncoding >> /ZaDb << /Type /Font /Subtype /Type1 /BaseFont /ZapfDingbats >> >> >> >>",
+        {"<< /Type /Annot /Subtype /Widget /T (field) /Rect [10 10 190 50] /F 4 " + field + " >>"});
+}
+
+/// The smallest rectangle around what is dark.
+Rect inkOf(const Bitmap& bitmap) {
+    Rect ink;
+    for (std::int64_t y = 0; y < bitmap.height(); ++y) {
+        for (std::int64_t x = 0; x < bitmap.width(); ++x) {
+            if (bitmap.row(y)[x * bitmap.channels()] < 128) {
+                const Rect pixel{static_cast<double>(x), static_cast<double>(y), 1, 1};
+                const double left = std::min(ink.width > 0 ? ink.x : pixel.x, pixel.x);
+                const double top = std::min(ink.width > 0 ? ink.y : pixel.y, pixel.y);
+                ink = {left, top, std::max(ink.maxX(), pixel.maxX()) - left, std::max(ink.maxY(), pixel.maxY()) - top};
+            }
+        }
+    }
+    return ink;
+}
+
+Bitmap popplersPicture(const Bytes& file) {
+    const test::TempFolder folder;
+    test::writeFile(folder.path() / "field.pdf", file);
+    return test::fromNetpbm(
+        Bytes::copyOf(test::run("pdftoppm -r 72 " + test::quoted((folder.path() / "field.pdf").string())).output));
+}
+
+TEST(PageRendering, FieldsWithoutAnAppearanceShowTheirValuesWherePopplerDoes) {
+    for (const std::string field : {"/FT /Tx /V (Ada)", "/FT /Ch /Ff 131072 /V (two) /Opt [(one) (two)]",
+                                    "/FT /Btn /V /Yes /AS /Yes /MK << /CA (4) >>"}) {
+        const auto file = bareField(field);
+        const auto ours =
+            inkOf(*OrvexPDFDocument::fromData(file)->orvexPage(0)->render(72)->representations().front()->bitmap());
+        const auto theirs = inkOf(popplersPicture(file));
+        ASSERT_GT(theirs.width, 0) << field;
+        ASSERT_GT(ours.width, 0) << field;
+        EXPECT_NEAR(ours.width, theirs.width, 8) << field;
+        EXPECT_NEAR(ours.height, theirs.height, 8) << field;
+        EXPECT_NEAR(ours.midY(), theirs.midY(), 8) << field;
+    }
+}
+
+TEST(PageRendering, FieldsThatAreOffOrHaveNoValueShowNothing) {
+    for (const std::string field :
+         {"/FT /Tx", "/FT /Btn /V /Off /AS /Off", "/FT /Btn /Ff 65536 /MK << /CA (push) >>"}) {
+        const auto image = OrvexPDFDocument::fromData(bareField(field))->orvexPage(0)->render(72);
+        EXPECT_EQ(inkOf(*image->representations().front()->bitmap()).width, 0) << field;
+    }
+}
+
+TEST(PageRendering, ADocumentThatAsksForNewAppearancesGetsThem) {
+    const auto file = bareField("/FT /Tx /V (Ada) /AP << /N 8 0 R >>", "/NeedAppearances true");
+    const auto page = OrvexPDFDocument::fromData(file)->orvexPage(0);
+    EXPECT_GT(inkOf(*page->render(72)->representations().front()->bitmap()).width, 0);
+    EXPECT_EQ(page->createDocumentFromPage()->dataRepresentation()->text().find("BMC"), std::string_view::npos);
+}
+
 TEST(PageRendering, SizesThatNoBitmapCanHaveAreNamedErrors) {
     const auto document = squarePage("[0 0 300 200]");
     OrvexPDFPage& page = *document->orvexPage(0);

@@ -5,6 +5,7 @@
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
+#include "Platform/PDF/Saving/FieldAppearances_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
 #include "Platform/PDF/Saving/Pictures_p.h"
@@ -25,10 +26,6 @@ std::shared_ptr<QPDF> emptyTarget() {
     pdf->emptyPDF();
     pdf->setSuppressWarnings(true);
     return pdf;
-}
-
-const LoadedPageContent* loadedContent(const PDFPage& page) {
-    return std::get_if<LoadedPageContent>(&page.content());
 }
 
 QPDFObjectHandle copyOfDictionary(QPDFObjectHandle value) {
@@ -117,6 +114,7 @@ void Composer::showMediaBoxes() {
 }
 
 void Composer::showFields() {
+    makeMissingAppearances(document_);
     for (auto& page : objects_) {
         if (orvex::showsFields(page)) {
             surroundContent(page, "q\n", "Q\n"); // may change the page's resources, so it goes first
@@ -263,7 +261,7 @@ void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
     if (page.rotation() != pageRotation(object)) {
         object.replaceKey("/Rotate", QPDFObjectHandle::newInteger(page.rotation()));
     }
-    if (loadedContent(page) == nullptr) {
+    if (!std::holds_alternative<LoadedPageContent>(page.content())) {
         finishOwnPage(page, object, context);
     } else if (context.drewAnything()) {
         finishLoadedPage(object, context);
