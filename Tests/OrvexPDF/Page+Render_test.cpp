@@ -132,14 +132,15 @@ Bytes bareField(const std::string& field, const std::string& form = {}) {
         "/AcroForm << /Fields [7 0 R] /DA (/Helv 20 Tf 0 g) " + form +
             " /DR << /Font << /Helv << /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding "
             "/WinAnsiEncoding >> /ZaDb << /Type /Font /Subtype /Type1 /BaseFont /ZapfDingbats >> >> >> >>",
-        {"<< /Type /Annot /Subtype /Widget /T (field) /Rect [10 10 190 50] /F 4 " + field + " >>"});
+        {"<< /Type /Annot /Subtype /Widget /T (field) /Rect [10 10 190 50] /F 4 " + field + " >>",
+         test::streamBody("/Tx BMC EMC", "/Type /XObject /Subtype /Form /BBox [0 0 180 40]")});
 }
 
 /// The smallest rectangle around what is dark.
 Rect inkOf(const Bitmap& bitmap) {
     Rect ink;
-    for (std::int64_t y = 0; y < bitmap.height(); ++y) {
-        for (std::int64_t x = 0; x < bitmap.width(); ++x) {
+    for (std::int64_t y = 0; y < bitmap.height; ++y) {
+        for (std::int64_t x = 0; x < bitmap.width; ++x) {
             if (bitmap.row(y)[x * bitmap.channels()] < 128) {
                 const Rect pixel{static_cast<double>(x), static_cast<double>(y), 1, 1};
                 const double left = std::min(ink.width > 0 ? ink.x : pixel.x, pixel.x);
