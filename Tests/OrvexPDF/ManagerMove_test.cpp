@@ -53,6 +53,17 @@ TEST(ManagerMove, IsOneStepAndOnePieceOfNewsBothWays) {
     EXPECT_EQ(manager->silent, 0);
 }
 
+TEST(ManagerMove, UndoneGivesTheRecordsBackAsTheyWere) {
+    const auto manager = managerOfPages(3);
+    manager->move({0}, 3);
+    manager->pagesMeta[2].watermarkText = "written in place";
+    EXPECT_EQ(manager->meta(2)->watermarkText, "written in place");
+    manager->undoManager->undo();
+    EXPECT_EQ(manager->meta(0)->watermarkText, std::nullopt);
+    manager->undoManager->redo();
+    EXPECT_EQ(manager->meta(2)->watermarkText, "written in place");
+}
+
 TEST(ManagerMoveDeathTest, MovingAPageThatDoesNotExistIsFatal) {
     const auto manager = managerOfPages(3);
     EXPECT_DEATH(manager->move({0, 9}, 1), "does not exist");
