@@ -65,7 +65,7 @@ const Case shownCases[] = {
     {"[0 0 300 240]", "/Rotate 90"},
     {"[0 0 300 240]", "/Rotate 180"},
     {"[10 20 310 260]", "/Rotate 270"},
-    {"[-5 15 295 255]", "/Rotate 90 /CropBox [-5 15 295 255]"},
+    {"[-4 16 296 256]", "/Rotate 90 /CropBox [-4 16 296 256]"},
 };
 
 TEST(PageThatBecamePicture, ShowsItsAnnotationsAndFieldsWhereTheyWere) {
