@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/FieldAppearances_p.h"
 
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/Saving/Form_p.h"
 #include "Platform/PDF/Saving/Items_p.h"
 
@@ -24,7 +25,7 @@ std::string colorOperator(QPDFObjectHandle color, const std::array<const char*, 
     std::string text;
     for (auto component : components) {
         double value = 0;
-        text += component.getValueAsNumber(value) ? operand(value) : "0 ";
+        text += readNumber(component, value) ? operand(value) : "0 ";
     }
     return components.size() == 1   ? text + names[0] + "\n"
            : components.size() == 3 ? text + names[1] + "\n"
@@ -104,7 +105,7 @@ private:
             auto style = annotation.getKey("/BS");
             double width = 1;
             if (style.isDictionary()) {
-                (void)style.getKey("/W").getValueAsNumber(width);
+                (void)readNumber(style.getKey("/W"), width);
             }
             text += "q\n" + stroke + operand(width) + "w\n" + operand(width / 2) + operand(width / 2) +
                     operand(size.urx - width) + operand(size.ury - width) + "re S\nQ\n";

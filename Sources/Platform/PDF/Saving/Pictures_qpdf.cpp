@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/Pictures_p.h"
 
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 #include "Platform/PDF/Saving/Items_p.h"
 
@@ -88,8 +89,7 @@ private:
             Point point;
             if (items[i].isArray() && depth < nestingLimit) {
                 result.appendItem(moved(items[i], depth + 1));
-            } else if (i + 1 < items.size() && items[i].getValueAsNumber(point.x) &&
-                       items[i + 1].getValueAsNumber(point.y)) {
+            } else if (i + 1 < items.size() && readNumber(items[i], point.x) && readNumber(items[i + 1], point.y)) {
                 const Point to = placement_.apply(point);
                 result.appendItem(number(to.x));
                 result.appendItem(number(to.y));
