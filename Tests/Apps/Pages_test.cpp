@@ -145,7 +145,8 @@ TEST_F(Pages, WrongUsageIsRefusedWithTheReason) {
 
 TEST_F(Pages, UnusableFilesAreNamed) {
     write("notes.txt", "bread, milk");
-    expectRefusal("orvexpdf pages five.pdf --append notes.txt -o out.pdf", unusable, {"notes.txt"});
+    expectRefusal("orvexpdf pages five.pdf --append notes.txt -o out.pdf", unusable,
+                  {"notes.txt", "neither a PDF nor an image"});
     expectRefusal("orvexpdf pages five.pdf --append absent.pdf -o out.pdf", unreadable, {"absent.pdf"});
     expectRefusal("orvexpdf pages notes.txt --reverse -o out.pdf", unusable, {"notes.txt", "not a PDF"});
 }

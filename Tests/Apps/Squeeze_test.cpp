@@ -81,7 +81,8 @@ TEST_F(Squeeze, IsQuietWhenAsked) {
 TEST_F(Squeeze, WrongUsageIsRefused) {
     expectRefusal("orvexpdf squeeze scan.pdf -o out.pdf", usage, {"--mode"});
     expectRefusal("orvexpdf squeeze scan.pdf --mode strong", usage, {"-o"});
-    expectRefusal("orvexpdf squeeze scan.pdf --mode fierce -o out.pdf", unreadable, {"fierce"});
+    expectRefusal("orvexpdf squeeze scan.pdf --mode fierce -o out.pdf", unreadable,
+                  {"fierce", "neither a preset", "strong, medium, low"});
     expectRefusal("orvexpdf squeeze scan.pdf --mode scan.jpg -o out.pdf", unusable, {"not a squeeze preset"});
     expectRefusal("orvexpdf squeeze scan.pdf --mode strong --pages 3 -o out.pdf", usage, {"1 page"});
     oracle("qpdf --encrypt user owner 256 -- scan.pdf locked.pdf");
