@@ -5,7 +5,6 @@
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
-#include "Platform/PDF/Saving/FieldAppearances_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
 #include "Platform/PDF/Saving/Pictures_p.h"
@@ -114,7 +113,6 @@ void Composer::showMediaBoxes() {
 }
 
 void Composer::showFields() {
-    makeMissingAppearances(document_);
     for (auto& page : objects_) {
         if (orvex::showsFields(page)) {
             surroundContent(page, "q\n", "Q\n"); // may change the page's resources, so it goes first
