@@ -16,8 +16,8 @@ namespace orvex {
 /// The first number that a parent tree has free; none for a document that is not tagged, or has no numbers left.
 [[nodiscard]] std::optional<long long> firstFreeTagKey(QPDF& target);
 
-/// Removes the elements all of whose content went with pages; `goneKeys` are the numbers of what went. Removed pages and
-/// their annotations must be null already; of `pictures` only annotations are left.
+/// Removes the elements all of whose content went with pages; `goneKeys` are the numbers of what went. Removed pages
+/// and their annotations must be null already; of `pictures` only annotations are left.
 void pruneStructure(QPDF& target, const std::set<QPDFObjGen>& pictures, const std::set<long long>& goneKeys);
 
 /// Adds the elements that copied pages show, with those above them.
