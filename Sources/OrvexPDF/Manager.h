@@ -108,7 +108,8 @@ public:
 
     // Manager+Insert.cpp: images and documents, each undoable
     /// The image is placed as it is; presets take effect when the page is generated from its record. Returns the
-    /// record's id, also when nothing was inserted.
+    /// record's id, also when nothing was inserted. Its pixels are not decoded for it: bytes that break off behind a
+    /// sound header (verifyEncoded() finds them) become a page that shows as much of them as a reader can.
     std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
     std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
     /// The document's library pages themselves, in one step, each with a new record without a source; where its user

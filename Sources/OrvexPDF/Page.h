@@ -82,7 +82,8 @@ public:
     [[nodiscard]] ImagePtr thumbnail72DPI(Size size);
 
     /// Page+EmbeddedImages.cpp: the images that the page's own resources name, in the file's order: decoded ones as
-    /// large as at 300 dpi, in whole points, stored ones at their own size. Failures are logged as warnings.
+    /// large as at 300 dpi, in whole points, stored ones at their own size. Failures are logged as warnings; so are,
+    /// as cannotConstructImage, decoded images beyond 2 GiB of samples in all.
     [[nodiscard]] std::vector<ImagePtr> extractEmbeddedImages() const;
 
     /// Page+DrawContent.cpp: the invisible text layer; with `debug` on, text and boxes in colour.
