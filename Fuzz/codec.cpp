@@ -5,6 +5,7 @@
 #include "OrvexPDF/Page.h"
 #include "Platform/Imaging/Codecs.h"
 #include "Platform/Imaging/Image.h"
+#include "Platform/Imaging/JpegReduction.h"
 
 namespace orvex::fuzz {
 
@@ -18,7 +19,7 @@ void decode(const ImageRep& rep) {
         return;
     }
     const auto bitmap = rep.bitmap();
-    (void)rep.bitmapAtLeast(rep.pixelsWide() / 3 + 1, rep.pixelsHigh() / 3 + 1);
+    (void)resampled(rep, rep.pixelsWide() / 3 + 1, rep.pixelsHigh() / 3 + 1);
     (void)resample(*bitmap, bitmap->width / 2 + 1, bitmap->height / 2 + 1);
     (void)convertToSRGB(*bitmap);
     (void)encodeJPEG(*bitmap, {});

@@ -90,7 +90,7 @@ std::vector<SourceImage> readImages(const std::vector<std::string>& paths, std::
 void requirePixels(const Image& image, const std::string& name) {
     const auto rep = image.bestRepresentation();
     try {
-        (void)rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh());
+        (void)rep->passingBitmap();
     } catch (const ImageError& error) {
         throw Failure(ExitCode::inputUnusable, name + ": " + error.what());
     }

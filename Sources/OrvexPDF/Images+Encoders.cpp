@@ -17,7 +17,7 @@ void debug(std::string_view function, const std::string& message) {
 /// Null when the pixels cannot be had.
 BitmapPtr wholeBitmap(const ImageRep& rep) {
     try {
-        return rep.bitmapAtLeast(rep.pixelsWide(), rep.pixelsHigh()); // unlike bitmap() it does not keep them
+        return rep.passingBitmap();
     } catch (const ImageError&) {
         return nullptr;
     } catch (const std::bad_alloc&) {

@@ -105,21 +105,4 @@ Bitmap decodeImage(const Bytes& data, const ImageInfo& info) {
     throw ImageError("not an image");
 }
 
-Bitmap decodeJPEGAtLeast(const Bytes& data, const ImageInfo& info, std::int64_t width, std::int64_t height) {
-    // Only powers of two are quick. The smaller the scale, the more it blurs by itself: it needs pixels to spare
-    // (compared with a full decode, on scanned pages: 0.99 similarity and more with these factors, 0.95 without).
-    struct Scale {
-        int eighths;
-        std::int64_t spare;
-    };
-    const auto scaled = [](std::int64_t side, int eighths) { return (side * eighths + 7) / 8; };
-    for (const Scale& scale : {Scale{1, 4}, Scale{2, 2}, Scale{4, 1}}) {
-        if (scaled(info.width, scale.eighths) / scale.spare >= width &&
-            scaled(info.height, scale.eighths) / scale.spare >= height) {
-            return jpeg::decode(data, info, scale.eighths);
-        }
-    }
-    return jpeg::decode(data, info);
-}
-
 } // namespace orvex

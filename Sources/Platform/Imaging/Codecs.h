@@ -19,10 +19,6 @@ void verifyEncoded(const Bytes& data, const ImageInfo& info);
 /// Decodes the samples of the page that `info` describes, as stored (no orientation applied). Throws ImageError;
 /// dimensions that would need more than 2 GiB, or more than the data could ever hold, are refused.
 [[nodiscard]] Bitmap decodeImage(const Bytes& data, const ImageInfo& info);
-/// Decodes a JPEG for a reduction to `width` x `height`: at the smallest of the scales 1/8, 1/4, 1/2 and 1 that is at
-/// least as large and keeps the reduction sharp. Throws ImageError.
-[[nodiscard]] Bitmap decodeJPEGAtLeast(const Bytes& data, const ImageInfo& info, std::int64_t width,
-                                       std::int64_t height);
 
 struct PNGOptions {
     double dpiX = 72; ///< written as pHYs in whole pixels per metre

@@ -60,7 +60,7 @@ BitmapPtr ImageRep::bitmap() const {
     return bitmap_;
 }
 
-BitmapPtr ImageRep::bitmapAtLeast(std::int64_t width, std::int64_t height) const {
+BitmapPtr ImageRep::passingBitmap() const {
     {
         const std::lock_guard lock(mutex_);
         if (bitmap_) {
@@ -68,9 +68,7 @@ BitmapPtr ImageRep::bitmapAtLeast(std::int64_t width, std::int64_t height) const
         }
     }
     // Decoding outside the lock: the result is not kept, so several threads may each make their own.
-    Bitmap decoded = info_.format == ImageFormat::jpeg ? decodeJPEGAtLeast(encoded_, info_, width, height)
-                                                       : decodeImage(encoded_, info_);
-    return std::make_shared<const Bitmap>(unmirrored(std::move(decoded), info_));
+    return std::make_shared<const Bitmap>(unmirrored(decodeImage(encoded_, info_), info_));
 }
 
 std::shared_ptr<Image> Image::fromData(const Bytes& data) {

@@ -67,9 +67,8 @@ public:
     /// The pixels, decoded on the first call and kept. A mirrored orientation (2, 4, 5, 7) is undone here, a turned one
     /// is not. Throws ImageError on damaged data, data that stops early included.
     [[nodiscard]] BitmapPtr bitmap() const;
-    /// The pixels for a reduction to `width` x `height`: never smaller than that (or than the image, when that is
-    /// smaller), possibly much smaller than bitmap(). Not kept. Throws as bitmap() does.
-    [[nodiscard]] BitmapPtr bitmapAtLeast(std::int64_t width, std::int64_t height) const;
+    /// The same for one use: decoded anew unless bitmap() was called before, and not kept. Throws as bitmap() does.
+    [[nodiscard]] BitmapPtr passingBitmap() const;
 
 private:
     Bytes encoded_;

@@ -187,7 +187,7 @@ Bitmap resampled(const ImageRep& rep, std::int64_t width, std::int64_t height) {
     if (!rep.encoded().empty() && info.format == ImageFormat::jpeg && !mirrored) {
         return resampleJPEG(rep.encoded(), info, width, height);
     }
-    return resample(*rep.bitmapAtLeast(rep.pixelsWide(), rep.pixelsHigh()), width, height);
+    return resample(*rep.passingBitmap(), width, height);
 }
 
 } // namespace orvex

@@ -116,7 +116,7 @@ std::shared_ptr<const ImageStream> makeImageStream(const Image& image) {
     }
     auto stream = passThrough(*rep);
     // Decoded anew rather than kept by the image: pages by the hundred would hold their samples until the end.
-    return stream ? stream : fromSamples(*rep->bitmapAtLeast(rep->pixelsWide(), rep->pixelsHigh()));
+    return stream ? stream : fromSamples(*rep->passingBitmap());
 }
 
 } // namespace orvex

@@ -117,25 +117,6 @@ TEST(Jpeg, aProfileForOtherSamplesIsDropped) {
     }
 }
 
-TEST(Jpeg, decodesAtTheSmallestScaleThatKeepsAReductionSharp) {
-    const Bytes jpeg = convert(toNetpbm(makePhoto(800, 600)), "cjpeg -outfile out in");
-    const ImageInfo info = readImageInfo(jpeg).front();
-    const auto widthFor = [&](std::int64_t width, std::int64_t height) {
-        return decodeJPEGAtLeast(jpeg, info, width, height).width;
-    };
-    EXPECT_EQ(widthFor(25, 18), 100);
-    EXPECT_EQ(widthFor(26, 18), 200);
-    EXPECT_EQ(widthFor(100, 75), 200);
-    EXPECT_EQ(widthFor(101, 75), 400);
-    EXPECT_EQ(widthFor(100, 76), 400);
-    EXPECT_EQ(widthFor(400, 300), 400);
-    EXPECT_EQ(widthFor(401, 300), 800);
-    EXPECT_EQ(widthFor(800, 600), 800);
-    EXPECT_EQ(widthFor(4000, 10), 800);
-    const Bitmap half = decodeJPEGAtLeast(jpeg, info, 400, 300);
-    EXPECT_EQ(largestDifference(half, fromNetpbm(convert(jpeg, "djpeg -scale 4/8 -pnm -outfile out in"))), 0);
-}
-
 TEST(Jpeg, everyTruncationIsAnErrorAndIsFoundWithoutDecoding) {
     for (const char* options : {"-baseline", "-progressive", "-restart 1"}) {
         const Bytes jpeg = makeJPEG(options);
