@@ -32,7 +32,7 @@ OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath) {
     if (nameOrPath.empty()) {
         return nullptr;
     }
-    if (const auto preset = getSqueezeMode(nameOrPath)) {
+    if (auto preset = getSqueezeMode(nameOrPath)) {
         return preset;
     }
     const bool isName = nameOrPath.find_first_of("/.-") == std::string::npos; // a file's path mostly has one of them
