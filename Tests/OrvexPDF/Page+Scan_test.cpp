@@ -183,9 +183,11 @@ TEST(PageScan, realScansLookAsPDFiumDrawsThem) {
         const bool turned = page->rotation() % 180 != 0;
         const auto width = static_cast<std::int64_t>((turned ? box.height : box.width) * 2);
         const auto height = static_cast<std::int64_t>((turned ? box.width : box.height) * 2);
-        const auto ours = scanBitmap(*page, width, height);
-        const auto theirs = orvex::render(*page, {width, height, false, false}); // not of the largest fax
-        if (ours && theirs) {
+        constexpr std::int64_t mostPixels = 30'000'000; // PDFium does not draw the largest fax
+        const auto ours = width * height > mostPixels ? std::nullopt : scanBitmap(*page, width, height);
+        if (ours) {
+            const auto theirs = orvex::render(*page, {width, height, false, false});
+            ASSERT_TRUE(theirs) << entry.path();
             expectAlike(*ours, *theirs, entry.path().filename());
             ++scans;
         }
