@@ -48,9 +48,9 @@ std::shared_ptr<OrvexPDFDocument> open(const std::string& path) {
     if (!document) {
         failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
     }
+    // The process ends with the command: taking a long file apart object by object would only take time.
     static auto& kept = *new std::shared_ptr<OrvexPDFDocument>;
-    kept =
-        document; // the process ends with the command: taking a long file apart object by object would only take time
+    kept = document;
     return document;
 }
 

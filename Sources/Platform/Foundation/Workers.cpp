@@ -120,16 +120,31 @@ private:
     bool stopped_ = false;
 };
 
+std::vector<std::jthread> startHelpers(std::size_t count, const std::function<void()>& run) {
+    std::vector<std::jthread> helpers;
+    helpers.reserve(count);
+    try {
+        while (helpers.size() < count) {
+            helpers.emplace_back(run);
+        }
+    } catch (const std::exception&) { // no more threads, or no memory for them: those that are there do the work
+    }
+    return helpers;
+}
+
+std::size_t coresFor(std::size_t count) {
+    return std::min(std::max<std::size_t>(std::thread::hardware_concurrency(), 1), count);
+}
+
 } // namespace
 
 void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>& work) {
+    if (count == 0) {
+        return;
+    }
     Shift shift(count, work);
-    const auto cores = std::max<std::size_t>(std::thread::hardware_concurrency(), 1);
     {
-        std::vector<std::jthread> helpers;
-        for (std::size_t i = 1; i < std::min(cores, count); ++i) {
-            helpers.emplace_back([&shift] { shift.run(); });
-        }
+        const auto helpers = startHelpers(coresFor(count) - 1, [&shift] { shift.run(); });
         shift.run();
     }
     shift.rethrow();
@@ -137,15 +152,14 @@ void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>
 
 void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
                     const std::function<void(const std::string&)>& consume) {
-    if (count == 1) {
-        consume(produce(0)); // starting a thread takes longer than most pages
-        return;
-    }
-    const auto cores = std::max<std::size_t>(std::thread::hardware_concurrency(), 1);
     Row row(count, produce);
-    std::vector<std::jthread> helpers;
-    for (std::size_t i = 0; i < std::min(cores, count); ++i) {
-        helpers.emplace_back([&row] { row.work(); });
+    // Starting a thread takes longer than most pages.
+    const auto helpers = startHelpers(count > 1 ? coresFor(count) : 0, [&row] { row.work(); });
+    if (helpers.empty()) {
+        for (std::size_t index = 0; index < count; ++index) {
+            consume(produce(index));
+        }
+        return;
     }
     try {
         for (std::size_t index = 0; index < count; ++index) {

@@ -68,13 +68,18 @@ private:
             return;
         }
         auto kind = action.getKey("/S");
-        const char* key = kind.isNameAndEquals("/Hide") ? "/T" : "/Fields";
-        const bool namesFields =
-            key[1] == 'T' || kind.isNameAndEquals("/ResetForm") || kind.isNameAndEquals("/SubmitForm");
-        if (namesFields && action.hasKey(key)) {
-            action.replaceKey(key, renamed(action.getKey(key)));
+        if (kind.isNameAndEquals("/Hide")) {
+            renameIn(action, "/T");
+        } else if (kind.isNameAndEquals("/ResetForm") || kind.isNameAndEquals("/SubmitForm")) {
+            renameIn(action, "/Fields");
         }
         waiting_.push_back(action.getKey("/Next"));
+    }
+
+    void renameIn(QPDFObjectHandle action, const char* key) const {
+        if (action.hasKey(key)) {
+            action.replaceKey(key, renamed(action.getKey(key)));
+        }
     }
 
     /// A name, a field or a list of either.
