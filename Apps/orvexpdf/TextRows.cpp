@@ -32,18 +32,9 @@ bool goesOn(const TextLine& line, const TextLine& next) {
     return gap >= -mostOverlap * height && gap <= columnGap * height;
 }
 
-char32_t lastCharacter(std::string_view text) {
-    std::size_t at = text.size() - 1;
-    while (at > 0 && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) {
-        --at;
-    }
-    return nextCodePoint(text, at);
-}
-
 /// Between ideographs there is none.
 bool needsBlank(std::string_view left, std::string_view right) {
-    std::size_t at = 0;
-    return !(isWrittenWithoutSpaces(lastCharacter(left)) && isWrittenWithoutSpaces(nextCodePoint(right, at)));
+    return !(isWrittenWithoutSpaces(lastCodePoint(left)) && isWrittenWithoutSpaces(firstCodePoint(right)));
 }
 
 } // namespace

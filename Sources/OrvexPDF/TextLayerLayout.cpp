@@ -55,19 +55,6 @@ void settle(PlacedText& item) {
     rect.width = std::max(rect.width, leastWidth);
 }
 
-char32_t firstCharacter(std::string_view text) {
-    std::size_t at = 0;
-    return nextCodePoint(text, at);
-}
-
-char32_t lastCharacter(std::string_view text) {
-    char32_t last = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        last = nextCodePoint(text, at);
-    }
-    return last;
-}
-
 bool onOneRow(const Rect& a, const Rect& b) {
     const double shared = std::min(a.maxY(), b.maxY()) - std::max(a.y, b.y);
     return shared > std::min(a.height, b.height) / 2;
@@ -106,8 +93,8 @@ void adjustNeighbours(PlacedText& first, PlacedText& second) {
     if (!onOneRow(first.rect, second.rect)) {
         return;
     }
-    const char32_t end = lastCharacter(first.text);
-    const char32_t start = firstCharacter(second.text);
+    const char32_t end = lastCodePoint(first.text);
+    const char32_t start = firstCodePoint(second.text);
     const bool forward = second.rect.midX() >= first.rect.midX();
     if (forward && isWrittenWithoutSpaces(end) && isWrittenWithoutSpaces(start)) {
         join(first, second, isWide(end) && isWide(start));

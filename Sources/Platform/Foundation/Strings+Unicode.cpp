@@ -144,6 +144,16 @@ char32_t nextCodePoint(std::string_view text, std::size_t& offset) {
     return length == 0 ? replacement : codePoint;
 }
 
+char32_t firstCodePoint(std::string_view text) {
+    std::size_t at = 0;
+    return nextCodePoint(text, at);
+}
+
+char32_t lastCodePoint(std::string_view text) {
+    std::size_t at = lastStart(text);
+    return nextCodePoint(text, at);
+}
+
 void appendUTF8(std::string& text, char32_t codePoint) {
     const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
     const char32_t c = codePoint > 0x10FFFF || surrogate ? replacement : codePoint;

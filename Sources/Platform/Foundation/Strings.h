@@ -38,6 +38,9 @@ std::string_view trimWhitespaceAndNewlines(std::string_view text);
 /// Decodes the code point at `offset` (which must lie inside `text`) and moves `offset` behind it. Invalid UTF-8 gives
 /// U+FFFD and moves by one byte.
 char32_t nextCodePoint(std::string_view text, std::size_t& offset);
+/// The first and the last code point of a text that is not empty; U+FFFD where it is invalid UTF-8.
+char32_t firstCodePoint(std::string_view text);
+char32_t lastCodePoint(std::string_view text);
 void appendUTF8(std::string& text, char32_t codePoint);
 [[nodiscard]] bool isValidUTF8(std::string_view text);
 /// Characters as people count them, near enough: combining marks, joiners and variation selectors belong to what they

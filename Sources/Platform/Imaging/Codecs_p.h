@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Imaging/Codecs.h"
+#include "Platform/Imaging/ColorProfile.h"
 
 #include <array>
 #include <cstdint>
@@ -68,9 +69,6 @@ void verify(const Bytes& data);
 
 /// Colours that alpha was multiplied into, without it.
 void unpremultiply(Bitmap& bitmap);
-
-/// Whether the bytes are an ICC profile for samples of this model; others are dropped wherever they turn up.
-[[nodiscard]] bool isProfileFor(const Bytes& profile, ColorModel model);
 
 /// Whether equal amounts of this space's components look like the sRGB grey of the same value, so that a grey image
 /// needs no profile.

@@ -1,10 +1,10 @@
 #include "Platform/PDF/ImageObjects_p.h"
 
+#include "Platform/Imaging/ColorProfile.h"
 #include "Platform/Imaging/Deflate.h"
 #include "Platform/PDF/Digest_p.h"
 
 #include <cmath>
-#include <string_view>
 
 namespace orvex {
 
@@ -18,16 +18,6 @@ constexpr double gammaTolerance = 0.05;
 
 const char* deviceSpace(ColorModel model) {
     return model == ColorModel::gray ? "/DeviceGray" : model == ColorModel::rgb ? "/DeviceRGB" : "/DeviceCMYK";
-}
-
-/// Whether the profile says that it is for this model; a reader would refuse the image otherwise.
-bool fits(const Bytes& profile, ColorModel model) {
-    constexpr std::size_t headerSize = 128;
-    if (profile.size() < headerSize || profile.text().substr(36, 4) != "acsp") {
-        return false;
-    }
-    const std::string_view signature = profile.text().substr(16, 4);
-    return signature == (model == ColorModel::gray ? "GRAY" : model == ColorModel::rgb ? "RGB " : "CMYK");
 }
 
 } // namespace
@@ -82,7 +72,7 @@ QPDFObjectHandle ImageObjects::colorSpace(const ImageStream& stream) {
 }
 
 QPDFObjectHandle ImageObjects::baseColorSpace(const ColorSpace& space) {
-    if (fits(space.iccProfile, space.model)) {
+    if (isProfileFor(space.iccProfile, space.model)) { // a reader would refuse the image otherwise
         auto array = QPDFObjectHandle::newArray();
         array.appendItem(QPDFObjectHandle::newName("/ICCBased"));
         array.appendItem(profile(space));

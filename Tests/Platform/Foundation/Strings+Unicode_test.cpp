@@ -20,6 +20,20 @@ std::string utf8(char32_t c) {
     return text;
 }
 
+TEST(CodePoints, FirstAndLastOfATextAreFoundWithoutReadingWhatIsBetween) {
+    struct Case {
+        std::string_view text;
+        char32_t first;
+        char32_t last;
+    };
+    for (const Case& c : {Case{"a", 'a', 'a'}, Case{"ab", 'a', 'b'}, Case{"é–ж", U'é', U'ж'},
+                          Case{"漢a字", U'漢', U'字'}, Case{"x😀", 'x', U'😀'}, Case{"\xC3", 0xFFFD, 0xFFFD},
+                          Case{"\x80z\xA9", 0xFFFD, 0xFFFD}, Case{"\xE6\xBC", 0xFFFD, 0xFFFD}}) {
+        EXPECT_EQ(firstCodePoint(c.text), c.first) << c.text;
+        EXPECT_EQ(lastCodePoint(c.text), c.last) << c.text;
+    }
+}
+
 TEST(Trim, RemovesUnicodeWhiteSpaceAndLineEndsFromBothEnds) {
     const std::vector<char32_t> blanks = {0x09,   0x0A,   0x0B,   0x0C,   0x0D,   0x20,   0x85,   0xA0,   0x1680,
                                           0x2000, 0x2005, 0x200A, 0x200B, 0x2028, 0x2029, 0x202F, 0x205F, 0x3000};

@@ -1,12 +1,12 @@
 #include "Platform/PDF/Reading/ContentBytes_p.h"
 
+#include "Platform/PDF/Reading/StreamBytes_p.h"
+
 #include <qpdf/Buffer.hh>
-#include <qpdf/Pipeline.hh>
 #include <qpdf/Pl_Flate.hh>
 
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 #include <string>
 
 namespace orvex {
@@ -14,24 +14,6 @@ namespace orvex {
 namespace {
 
 constexpr int mostStreams = 100'000; // of one page
-
-/// Keeps what arrives until it is too much, then refuses.
-class LimitedSink final : public Pipeline {
-public:
-    explicit LimitedSink(std::size_t limit) : Pipeline("content", nullptr), limit_(limit) {}
-    void write(const unsigned char* data, std::size_t length) override {
-        const std::size_t taken = std::min(length, limit_ - text.size());
-        text.append(reinterpret_cast<const char*>(data), taken);
-        if (taken < length) {
-            throw std::length_error("more content than a page can have");
-        }
-    }
-    void finish() override {}
-    std::string text;
-
-private:
-    std::size_t limit_;
-};
 
 enum class Packing { none, flate, other };
 
@@ -82,7 +64,7 @@ StoredStream unpackedByLibrary(QPDFObjectHandle stream, std::size_t limit) {
         throw;
     } catch (const std::exception&) { // damaged or endless: what came counts
     }
-    return owned(std::move(sink.text), false);
+    return owned(std::move(sink.bytes), false);
 }
 
 StoredStream storedStream(const PDFSource& source, QPDFObjectHandle stream, std::size_t limit) {
@@ -120,7 +102,7 @@ void inflateDamaged(std::string_view data, std::size_t limit, ContentBuffer& buf
         throw;
     } catch (const std::exception&) {
     }
-    buffer.append(sink.text);
+    buffer.append(sink.bytes);
 }
 
 } // namespace

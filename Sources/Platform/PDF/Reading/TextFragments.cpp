@@ -29,19 +29,6 @@ constexpr double raisedGap = 0.5;
 // The cosine of the angle up to which two directions are the same (four degrees).
 constexpr double sameDirection = 0.9976;
 
-char32_t firstCharacter(std::string_view text) {
-    std::size_t at = 0;
-    return nextCodePoint(text, at);
-}
-
-char32_t lastCharacter(std::string_view text) {
-    std::size_t at = text.size() - 1;
-    while (at > 0 && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) {
-        --at;
-    }
-    return nextCodePoint(text, at);
-}
-
 /// One glyph behind another, in the frame of the first.
 struct Step {
     double gap = 0;  ///< from the end of the one to the start of the other, in points
@@ -164,7 +151,7 @@ bool partsWords(const Glyph& left, const Glyph& right, double gap) {
         return true;
     }
     const auto stands = [](char32_t c) { return isWide(c) && isWrittenWithoutSpaces(c); };
-    return !(stands(lastCharacter(left.text)) && stands(firstCharacter(right.text)));
+    return !(stands(lastCodePoint(left.text)) && stands(firstCodePoint(right.text)));
 }
 
 std::vector<Fragment> makeFragments(PageGlyphs& page) {
