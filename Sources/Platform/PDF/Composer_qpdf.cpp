@@ -2,6 +2,7 @@
 
 #include "Platform/Imaging/Deflate.h"
 #include "Platform/PDF/ContentBalance_p.h"
+#include "Platform/PDF/FieldAppearances_p.h"
 #include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
@@ -113,6 +114,7 @@ void Composer::showMediaBoxes() {
 }
 
 void Composer::showFields() {
+    makeMissingAppearances(document_);
     for (auto& page : objects_) {
         if (orvex::showsFields(page)) {
             surroundContent(page, "q\n", "Q\n"); // may change the page's resources, so it goes first

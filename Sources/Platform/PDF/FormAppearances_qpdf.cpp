@@ -20,13 +20,20 @@ QPDFAnnotationObjectHelper fieldOf(QPDFObjectHandle annotation) {
     return {annotation};
 }
 
-bool isShownField(QPDFObjectHandle annotation) {
-    if (!annotation.isDictionary() || !annotation.getKey("/Subtype").isNameAndEquals("/Widget")) {
-        return false;
-    }
-    auto field = fieldOf(annotation);
+bool isVisibleField(QPDFObjectHandle annotation) {
     constexpr int unseen = an_invisible | an_hidden | an_no_view;
-    return (field.getFlags() & unseen) == 0 && field.getAppearanceStream("/N").isStream();
+    return annotation.isDictionary() && annotation.getKey("/Subtype").isNameAndEquals("/Widget") &&
+           (QPDFAnnotationObjectHelper(annotation).getFlags() & unseen) == 0;
+}
+
+bool isShownField(QPDFObjectHandle annotation) {
+    return isVisibleField(annotation) && fieldOf(annotation).getAppearanceStream("/N").isStream();
+}
+
+/// Whether a field without an appearance has something to show: a value of its own or from above, a frame, a state.
+bool hasSomethingToShow(QPDFObjectHandle annotation) {
+    return isVisibleField(annotation) && (annotation.hasKey("/MK") || annotation.getKey("/AS").isName() ||
+                                          !inheritedAttribute(annotation, "/V").isNull());
 }
 
 /// A copy of the page's dictionary of XObjects, in resources of the page's own.
@@ -44,7 +51,9 @@ QPDFObjectHandle ownXObjects(QPDFObjectHandle page) {
 
 bool showsFields(QPDFObjectHandle page) {
     auto annotations = page.getKey("/Annots");
-    return annotations.isArray() && std::ranges::any_of(annotations.getArrayAsVector(), isShownField);
+    return annotations.isArray() && std::ranges::any_of(annotations.getArrayAsVector(), [](const auto& annotation) {
+               return isShownField(annotation) || hasSomethingToShow(annotation);
+           });
 }
 
 std::string takeFieldAppearances(QPDFObjectHandle page) {

@@ -3,6 +3,7 @@
 
 #include <qpdf/QPDFObjectHandle.hh>
 
+#include <algorithm>
 #include <vector>
 
 namespace orvex {
@@ -10,6 +11,16 @@ namespace orvex {
 /// Of an array; none of anything else.
 [[nodiscard]] inline std::vector<QPDFObjectHandle> items(QPDFObjectHandle array) {
     return array.isArray() ? array.getArrayAsVector() : std::vector<QPDFObjectHandle>();
+}
+
+/// Of an array, its first `most`; none of anything else.
+[[nodiscard]] inline std::vector<QPDFObjectHandle> firstItems(QPDFObjectHandle array, int most) {
+    std::vector<QPDFObjectHandle> found;
+    const int count = array.isArray() ? std::min(array.getArrayNItems(), most) : 0;
+    for (int i = 0; i < count; ++i) {
+        found.push_back(array.getArrayItem(i));
+    }
+    return found;
 }
 
 /// Whether something refers to an object that was removed.

@@ -1,0 +1,166 @@
+#include "Platform/PDF/FieldFrame_p.h"
+
+#include "Platform/PDF/ContentStream_p.h"
+#include "Platform/PDF/Numbers_p.h"
+#include "Platform/PDF/Saving/Items_p.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+
+namespace orvex {
+
+namespace {
+
+constexpr double widest = 100;
+
+void append(std::string& content, std::initializer_list<double> numbers, const char* operation) {
+    for (const double number : numbers) {
+        appendNumber(content, number);
+        content += ' ';
+    }
+    content.append(operation).append("\n");
+}
+
+/// The operator for a colour of one, three or four components; empty for others, which mean none.
+std::string colorOperator(QPDFObjectHandle color, const std::array<const char*, 3>& names) {
+    const auto components = firstItems(color, 5);
+    std::string text;
+    for (const auto& component : components) {
+        double value = 0;
+        (void)readNumber(component, value);
+        appendNumber(text, std::clamp(value, 0.0, 1.0));
+        text += ' ';
+    }
+    const auto count = components.size();
+    const char* name = count == 1 ? names[0] : count == 3 ? names[1] : count == 4 ? names[2] : nullptr;
+    return name != nullptr ? text + name + "\n" : std::string();
+}
+
+std::string dashOperator(QPDFObjectHandle dashes) {
+    std::string text = "[ ";
+    double sum = 0;
+    for (const auto& dash : firstItems(dashes, 10)) {
+        double length = 0;
+        if (readNumber(dash, length) && length >= 0) {
+            appendNumber(text, length);
+            text += ' ';
+            sum += length;
+        }
+    }
+    return sum > 0 ? text + "] 0 d\n" : "[3] 0 d\n";
+}
+
+/// A closed path around the box, `inset` within.
+void appendEllipse(std::string& content, Size box, double inset) {
+    constexpr double circle = 0.5522847498; // a quarter circle as a cubic curve: 4/3 (sqrt 2 - 1)
+    const double x = box.width / 2;
+    const double y = box.height / 2;
+    const double r = std::max(0.0, std::min(x, y) - inset);
+    const double k = r * circle;
+    append(content, {x + r, y}, "m");
+    append(content, {x + r, y + k, x + k, y + r, x, y + r}, "c");
+    append(content, {x - k, y + r, x - r, y + k, x - r, y}, "c");
+    append(content, {x - r, y - k, x - k, y - r, x, y - r}, "c");
+    append(content, {x + k, y - r, x + r, y - k, x + r, y}, "c");
+    content += "h\n";
+}
+
+/// The inner edges of a raised or a sunk box: two at the left and the top, the others opposite.
+void appendEdges(std::string& content, Size box, double width, bool isRaised) {
+    const double w = box.width - width;
+    const double h = box.height - width;
+    content += isRaised ? "1 g\n" : "0.5 g\n";
+    append(content, {width, width}, "m");
+    append(content, {width, h}, "l");
+    append(content, {w, h}, "l");
+    append(content, {w - width, h - width}, "l");
+    append(content, {2 * width, h - width}, "l");
+    append(content, {2 * width, 2 * width}, "l");
+    content += isRaised ? "f\n0.5 g\n" : "f\n0.75 g\n";
+    append(content, {w, h}, "m");
+    append(content, {w, width}, "l");
+    append(content, {width, width}, "l");
+    append(content, {2 * width, 2 * width}, "l");
+    append(content, {w - width, 2 * width}, "l");
+    append(content, {w - width, h - width}, "l");
+    content += "f\n";
+}
+
+} // namespace
+
+FieldFrame::FieldFrame(QPDFObjectHandle widget) {
+    if (auto look = widget.getKey("/MK"); look.isDictionary()) {
+        fill = colorOperator(look.getKey("/BG"), {"g", "rg", "k"});
+        stroke = colorOperator(look.getKey("/BC"), {"G", "RG", "K"});
+    }
+    width = 1;
+    auto given = widget.getKey("/BS");
+    if (given.isDictionary()) {
+        (void)readNumber(given.getKey("/W"), width);
+        auto name = given.getKey("/S");
+        style = name.isName() && name.getName().size() > 1 ? name.getName()[1] : 'S';
+        dashes = dashOperator(given.getKey("/D"));
+    } else if (auto border = firstItems(widget.getKey("/Border"), 4); border.size() >= 3) {
+        (void)readNumber(border[2], width);
+        style = border.size() > 3 && border[3].isArray() ? 'D' : 'S';
+        dashes = dashOperator(border.size() > 3 ? border[3] : QPDFObjectHandle::newNull());
+    }
+    width = stroke.empty() ? 0 : std::clamp(width, 0.0, widest);
+}
+
+std::string FieldFrame::rectangle(Size box) const {
+    std::string content;
+    if (!fill.empty()) {
+        content += "q\n" + fill;
+        append(content, {0, 0, box.width, box.height}, "re f\nQ");
+    }
+    if (width <= 0) {
+        return content;
+    }
+    content += "q\n";
+    if (style == 'B' || style == 'I') {
+        appendEdges(content, box, width, style == 'B');
+    }
+    content += stroke + (style == 'D' ? dashes : "");
+    append(content, {width}, "w");
+    if (style == 'U') {
+        append(content, {0, width / 2}, "m");
+        append(content, {box.width, width / 2}, "l S\nQ");
+    } else {
+        append(content, {width / 2, width / 2, box.width - width, box.height - width}, "re S\nQ");
+    }
+    return content;
+}
+
+std::string FieldFrame::circle(Size box) const {
+    std::string content;
+    if (!fill.empty()) {
+        content += "q\n" + fill;
+        appendEllipse(content, box, 0);
+        content += "f\nQ\n";
+    }
+    if (width > 0) {
+        content += "q\n" + stroke + (style == 'D' ? dashes : "");
+        append(content, {width}, "w");
+        appendEllipse(content, box, width / 2);
+        content += "S\nQ\n";
+    }
+    return content;
+}
+
+std::string FieldFrame::dividers(Size box, int cells) const {
+    std::string content;
+    if (width <= 0) {
+        return content;
+    }
+    content = "q\n" + stroke;
+    append(content, {width}, "w");
+    for (int i = 1; i < cells; ++i) {
+        append(content, {i * box.width / cells, 0}, "m");
+        append(content, {i * box.width / cells, box.height}, "l");
+    }
+    return content + "S\nQ\n";
+}
+
+} // namespace orvex
