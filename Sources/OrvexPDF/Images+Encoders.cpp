@@ -59,10 +59,13 @@ std::optional<Bytes> encodePNG(const EncoderSamples& samples, std::size_t limit)
     return encodePNG(*samples.bitmap, options);
 }
 
-std::optional<Bytes> encodeJPEG(const EncoderSamples& samples, double quality) {
+void checkJPEGQuality(double quality) {
     if (!(quality >= 0 && quality <= 1)) {
         warnOfQuality("orvexDataForJPGRepresentation(quality:)", quality);
     }
+}
+
+std::optional<Bytes> encodeJPEG(const EncoderSamples& samples, double quality) {
     return encodeJPEG(*samples.bitmap, {quality, samples.dpiX, samples.dpiY});
 }
 
@@ -80,6 +83,7 @@ std::optional<Bytes> orvexDataForJPG(const Image& image, double quality) {
 }
 
 std::optional<Bytes> orvexDataForJPGRepresentation(const Image& image, double quality) {
+    checkJPEGQuality(quality); // also when there is nothing to encode
     const auto samples = encoderSamples(image);
     return samples ? encodeJPEG(*samples, quality) : std::nullopt;
 }

@@ -14,6 +14,21 @@ template <class Message> void log(LogLevel level, std::string_view function, Mes
     moduleLogger().log(level, file, function, std::forward<Message>(message));
 }
 
+/// Turns a page further for as long as this lives.
+class PassingTurn {
+public:
+    PassingTurn(OrvexPDFPage& page, std::int64_t degrees) : page_(page), before_(page.rotation()) {
+        page_.setRotation(addOrDie(before_, degrees, "the page's rotation"));
+    }
+    ~PassingTurn() { page_.setRotation(before_); }
+    PassingTurn(const PassingTurn&) = delete;
+    PassingTurn& operator=(const PassingTurn&) = delete;
+
+private:
+    OrvexPDFPage& page_;
+    int before_;
+};
+
 } // namespace
 
 ImagePtr orvexOCRImage(OrvexPDFPage& page) {
@@ -42,12 +57,8 @@ ImagePtr orvexOCRImage(const OrvexPDFPageMeta& meta) {
         return nullptr;
     }
     log(LogLevel::debug, function, [] { return std::string("Use original page"); });
-    OrvexPDFPage& page = *meta.originalPage;
-    const int before = page.rotation();
-    page.setRotation(addOrDie(before, meta.rotation, "the page's rotation"));
-    ImagePtr image = orvexOCRImage(page);
-    page.setRotation(before);
-    return image;
+    const PassingTurn turn(*meta.originalPage, meta.rotation);
+    return orvexOCRImage(*meta.originalPage);
 }
 
 ImagePtr imageOfSize(const ImagePtr& image, Size /*size*/) {

@@ -138,6 +138,7 @@ Candidates encodeBoth(const Image& image, double quality, bool sizesAsked) {
         return {std::nullopt, std::nullopt, true};
     }
     Candidates candidates;
+    checkJPEGQuality(quality);
     // JPEG is quick: its size tells the PNG encoder when to give up.
     candidates.jpg = encodeJPEG(*samples, quality);
     if (candidates.jpg) {

@@ -17,7 +17,9 @@ struct EncoderSamples {
 [[nodiscard]] std::optional<EncoderSamples> encoderSamples(const Image& image);
 /// Empty beyond `limit` bytes (0: none), and only then.
 [[nodiscard]] std::optional<Bytes> encodePNG(const EncoderSamples& samples, std::size_t limit = 0);
-/// Warns of qualities outside 0 to 1. Empty for pictures that JPEG cannot hold.
+/// Warns of qualities outside 0 to 1.
+void checkJPEGQuality(double quality);
+/// Empty for pictures that JPEG cannot hold. The quality is taken as it is.
 [[nodiscard]] std::optional<Bytes> encodeJPEG(const EncoderSamples& samples, double quality);
 
 } // namespace orvex

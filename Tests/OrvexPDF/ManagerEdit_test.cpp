@@ -205,9 +205,13 @@ TEST(ManagerRemove, RefusesAForeignPage) {
     const auto manager = managerOfPages(1);
     manager->pdfDoc->insertPage(std::make_shared<PDFPage>(), 1);
     manager->pagesMeta.emplace_back();
+    const ManagerLog log;
     manager->remove(1);
+    EXPECT_THAT(log.texts(), ElementsAre("Manager _remove(pageAt:) debug: Remove at: 1",
+                                         "Manager _remove(pageAt:) debug: Tried to remove a page out of index: 1"));
     EXPECT_EQ(manager->pdfDoc->pageCount(), 2);
     expectOneRecordPerPage(*manager);
+    EXPECT_FALSE(manager->undoManager->canUndo());
 }
 
 // Replacing
@@ -240,6 +244,7 @@ TEST(ManagerReplace, ByForcePutsACopyIn) {
     EXPECT_EQ(letters(*manager), "AZ");
     EXPECT_NE(manager->page(1), page);
     EXPECT_EQ(manager->page(1)->textRotation, 0); // settings go with the object; what they drew is content now
+    EXPECT_EQ(page->textRotation, 90);            // and the caller's page is left as it was
 }
 
 TEST(ManagerReplace, ByForceFallsBackToThePageItselfWhenItCannotBeWritten) {
@@ -270,13 +275,18 @@ TEST(ManagerReplace, LogsWhereAndHowItWasUndone) {
 TEST(ManagerReplace, WithThePageThatIsThereChangesNothing) {
     const auto manager = managerOfPages(2);
     const auto id = manager->pagesMeta[1].id;
-    const ManagerLog log;
-    manager->replace(1, manager->page(1), {}, false);
-    EXPECT_THAT(log.texts(), ElementsAre("Manager replace(pageAt:withPage:withMeta:force:) debug: Replace at:1",
-                                         "Manager replace(pageAt:withPage:withMeta:force:) debug: Replacing pages only "
-                                         "allowed with different page object, not equal ones!"));
-    EXPECT_EQ(manager->pagesMeta[1].id, id);
-    EXPECT_FALSE(manager->undoManager->canUndo());
+    const auto page = manager->page(1);
+    for (const bool force : {false, true}) {
+        const ManagerLog log;
+        manager->replace(1, page, {}, force);
+        EXPECT_THAT(log.texts(),
+                    ElementsAre("Manager replace(pageAt:withPage:withMeta:force:) debug: Replace at:1",
+                                "Manager replace(pageAt:withPage:withMeta:force:) debug: Replacing pages only "
+                                "allowed with different page object, not equal ones!"));
+        EXPECT_EQ(manager->page(1), page);
+        EXPECT_EQ(manager->pagesMeta[1].id, id);
+        EXPECT_FALSE(manager->undoManager->canUndo());
+    }
 }
 
 TEST(ManagerReplace, OutOfRangeOnlyLogsTheAttempt) {
@@ -296,8 +306,12 @@ TEST(ManagerReplace, OfAForeignPageDoesNothing) {
     const auto manager = managerOfPages(0);
     manager->pdfDoc->insertPage(std::make_shared<PDFPage>(), 0);
     manager->pagesMeta.emplace_back();
-    manager->replace(0, pageOfWidth(126), {}, false);
+    const auto page = pageOfWidth(126);
+    const ManagerLog log;
+    manager->replace(0, page, {}, false);
+    EXPECT_THAT(log.texts(), ElementsAre("Manager replace(pageAt:withPage:withMeta:force:) debug: Replace at:0"));
     EXPECT_EQ(manager->pdfDoc->page(0)->bounds(PDFDisplayBox::media).width, 612);
+    EXPECT_FALSE(manager->undoManager->canUndo());
 }
 
 TEST(ManagerEditDeathTest, ReplacingAPageWithoutARecordIsFatal) {

@@ -74,6 +74,22 @@ TEST(GeneratePage, CopiesAPageWithItsTurnAndTheRecordsText) {
     EXPECT_EQ(manager->generatePage(meta)->foundPage, nullptr);
 }
 
+TEST(GeneratePage, TakesTheSettingsOfTheRecordAloneNotThoseOfItsSource) {
+    OrvexPDFPageMeta meta;
+    meta.originalPage = pageOfWidth(101);
+    meta.originalPage->foundPage = foundPage();
+    meta.originalPage->textRotation = 90;
+    meta.originalPage->watermarkText = "SOURCE";
+    meta.originalPage->id = "source";
+    const auto page = OrvexPDFDocumentManager::create()->generatePage(meta);
+    ASSERT_NE(page, nullptr);
+    EXPECT_EQ(page->foundPage, nullptr);
+    EXPECT_EQ(page->textRotation, 0);
+    EXPECT_EQ(page->watermarkText, std::nullopt);
+    EXPECT_EQ(page->id, std::nullopt);
+    EXPECT_EQ(meta.originalPage->watermarkText, "SOURCE");
+}
+
 TEST(GeneratePage, LogsWhatItSet) {
     const auto manager = OrvexPDFDocumentManager::create();
     OrvexPDFPageMeta meta;

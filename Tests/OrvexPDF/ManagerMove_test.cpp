@@ -5,6 +5,7 @@
 namespace orvex::test {
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 using ManagerMoveDeathTest = testing::Test;
@@ -53,6 +54,25 @@ TEST(ManagerMove, IsOneStepAndOnePieceOfNewsBothWays) {
     EXPECT_EQ(manager->silent, 0);
 }
 
+TEST(ManagerMove, TakesThePagesOutFromTheLastOnAndPutsThemInAsListed) {
+    const auto manager = managerOfPages(5);
+    const ManagerLog log;
+    manager->move({4, 0}, 2);
+    const auto silently = "Manager didChangeDocument() debug: Did change document (silently)";
+    EXPECT_THAT(log.texts(), ElementsAre("Manager _remove(pageAt:) debug: Remove at: 4", silently,
+                                         "Manager _remove(pageAt:) debug: Remove at: 0", silently,
+                                         "Manager _insert(page:atIndex:meta:) debug: Insert at: 1", silently,
+                                         "Manager _insert(page:atIndex:meta:) debug: Insert at: 2", silently,
+                                         "Manager didChangeDocument() debug: Did change document (will notify!)"));
+}
+
+TEST(ManagerMove, CarriesEachRecordWithItsPage) {
+    const auto manager = managerOfPages(5);
+    const auto before = ids(*manager);
+    manager->move({4, 0}, 2);
+    EXPECT_THAT(ids(*manager), ElementsAre(before[1], before[4], before[0], before[2], before[3]));
+}
+
 TEST(ManagerMove, UndoneGivesTheRecordsBackAsTheyWere) {
     const auto manager = managerOfPages(3);
     manager->move({0}, 3);
@@ -69,6 +89,9 @@ TEST(ManagerMoveDeathTest, MovingAPageThatDoesNotExistIsFatal) {
     EXPECT_DEATH(manager->move({0, 9}, 1), "does not exist");
     EXPECT_DEATH(manager->move({3}, 1), "page record 3");
     EXPECT_DEATH(manager->move({-1}, 1), "does not exist");
+    manager->pdfDoc->insertPage(std::make_shared<PDFPage>(), 1); // not one of the library's
+    manager->pagesMeta.insert(1, std::make_shared<OrvexPDFPageMeta>());
+    EXPECT_DEATH(manager->move({1}, 0), "does not exist");
 }
 
 // Turning

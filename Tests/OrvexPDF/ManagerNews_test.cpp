@@ -22,6 +22,18 @@ TEST(ManagerNews, TellTheDelegateBeforeTheObservers) {
     EXPECT_THAT(log.texts(), ElementsAre("Manager didChangeDocument() debug: Did change document (will notify!)"));
 }
 
+TEST(ManagerNews, HaveNamesThatHostsObserve) {
+    const auto manager = managerOfPages(2);
+    std::vector<std::string> names;
+    const auto token = NotificationCenter::defaultCenter().addObserver([&](const Notification& note) {
+        names.push_back(note.name.value);
+        EXPECT_EQ(note.object, manager->pdfDoc);
+    });
+    manager->remove(0);
+    manager->updateDocumentBytes();
+    EXPECT_THAT(names, ElementsAre("OrvexPDFDocumentContentChanged", "OrvexPDFDocumentBytesChanged"));
+}
+
 TEST(ManagerNews, AreStillPostedWhenTheDelegateIsGone) {
     const auto manager = managerOfPages(1);
     manager->delegate = std::make_shared<Host>();

@@ -56,6 +56,22 @@ TEST(ManagerSidecar, TheLastOfSeveralImagesIsTaken) {
     EXPECT_EQ(imageOfPage(*manager, 0)->representations().front()->pixelsWide(), 50);
 }
 
+TEST(ManagerSidecar, WhenTheLastImageCannotBeReadThePageItselfGoesIn) {
+    const auto manager = managerOfPages(0);
+    const auto document = sidecar(pdfWithXObjects({{"Im1", imageDictionary(50, 10, 8, gray), std::string(500, 'b')},
+                                                   {"Im2", "/Subtype /Image /Filter /DCTDecode", "no JPEG"}}));
+    append(*manager, document);
+    EXPECT_EQ(manager->page(0), document->orvexPage(0));
+}
+
+TEST(ManagerSidecar, AnImageThatFailsIsNotTheLastOne) {
+    const auto manager = managerOfPages(0);
+    append(*manager, sidecar(pdfWithXObjects({{"Im1", imageDictionary(50, 10, 8, gray), std::string(500, 'b')},
+                                              {"Im2", imageDictionary(50, 10, 8, "/Pattern"), "x"}})));
+    ASSERT_NE(imageOfPage(*manager, 0), nullptr);
+    EXPECT_EQ(imageOfPage(*manager, 0)->representations().front()->pixelsWide(), 50);
+}
+
 TEST(ManagerSidecar, StoredBytesBecomeAPageOfTheirOwnSize) {
     const auto manager = managerOfPages(0);
     const std::string jpeg(encodeJPEG(makePhoto(80, 40), {0.9, 144, 144})->text());

@@ -75,6 +75,29 @@ TEST(SqueezedPage, ThatIsLargerThanItsPictureBecomesAnImage) {
     EXPECT_EQ(image->representations().front()->pixelsWide(), 300); // the preset's 72 dpi
 }
 
+/// What the page takes, saved by itself.
+std::int64_t bytesOf(const OrvexPDFPageMeta& meta) {
+    return static_cast<std::int64_t>(meta.originalPage->createDocumentFromPage()->dataRepresentation()->size());
+}
+
+TEST(SqueezedPage, IsCopiedOnlyWhenItIsStrictlySmallerThanItsPicture) {
+    const auto padded = [](std::int64_t padding) {
+        auto meta = recordOf({std::string(static_cast<std::size_t>(padding), ' ') + showing("A few words")});
+        meta.squeeze = low();
+        return meta;
+    };
+    const auto first = padded(1000);
+    const auto picture = optimizeImage(*first.originalPage, first.squeeze)->count;
+    // Blanks are kept as they are, one byte each, and show nothing.
+    auto padding = 1000 + picture - bytesOf(first);
+    ASSERT_GT(padding, 0);
+    padding += picture - bytesOf(padded(padding)); // numbers in the file may have become shorter
+    ASSERT_EQ(bytesOf(padded(padding)), picture);
+    EXPECT_FALSE(isImage(generated(padded(padding - 1))));
+    EXPECT_TRUE(isImage(generated(padded(padding))));
+    EXPECT_TRUE(isImage(generated(padded(padding + 1))));
+}
+
 TEST(SqueezedPage, KeepsItsOwnTextUnseenWhereNoneWasRecognised) {
     auto meta = recordOf({bulk() + showing("Own words"), "[0 0 612 792]", "/Rotate 90"});
     const auto page = generated(meta);

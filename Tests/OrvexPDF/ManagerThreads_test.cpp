@@ -33,6 +33,8 @@ TEST(ManagerThreads, EditsFromAnotherThreadHappenOnTheMainThread) {
     pumpWhile([&] {
         manager->append(pageOfWidth(104));
         manager->append(grayImage(105, 20), {});
+        manager->append(OrvexPDFDocument::fromData(fileOfPages(1)));
+        manager->remove(5);
         manager->remove(0);
         manager->replace(0, pageOfWidth(126), {}, true);
         manager->move({0}, 4);
@@ -43,7 +45,7 @@ TEST(ManagerThreads, EditsFromAnotherThreadHappenOnTheMainThread) {
     EXPECT_EQ(letters(*manager), "CDEZ");
     expectOneRecordPerPage(*manager);
     EXPECT_TRUE(host->onMain);
-    EXPECT_EQ(host->changes, 6);
+    EXPECT_EQ(host->changes, 8);
     EXPECT_FALSE(manager->needsUpdateDocumentBytes);
 }
 

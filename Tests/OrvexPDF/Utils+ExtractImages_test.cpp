@@ -1,9 +1,9 @@
-#include "OrvexPDF/Page_p.h"
 #include "OrvexPDF/Utils+ExtractImages.h"
 
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Document.h"
 #include "Platform/Imaging/Codecs.h"
+#include "Platform/Imaging/Deflate.h"
 #include "Support/ImageFixture.h"
 #include "Support/ImagePage.h"
 #include "Support/LogRecorder.h"
@@ -137,9 +137,26 @@ TEST(WalkEmbeddedImages, ImagesComeInTheOrderOfTheFile) {
 }
 
 TEST(WalkEmbeddedImages, FormsAndOtherThingsAreSkippedInSilence) {
-    const Walk result = walk({{"Fm1", "/Subtype /Form /BBox [0 0 1 1]", ""}, {"X", "", ""}});
+    const Walk result =
+        walk({{"Fm1", "/Subtype /Form /BBox [0 0 1 1]", ""}, {"X", "", ""}, {"Y", "/Subtype (Image)", ""}});
     EXPECT_THAT(result.images, IsEmpty());
     EXPECT_THAT(result.lines, IsEmpty());
+    EXPECT_EQ(result.printed, "");
+    // An image is a stream: a dictionary that calls itself one is none, nor is anything else that stands there.
+    const auto page = firstPage(Bytes(test::pdfFromObjects(
+        {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+         "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 9 9] /Resources << /XObject << /A << /Subtype /Image >> /B 7 "
+         "/C [/Image] /D 99 0 R >> >> >>"})));
+    const Walk others = walk(*page);
+    EXPECT_THAT(others.images, IsEmpty());
+    EXPECT_THAT(others.lines, IsEmpty());
+    EXPECT_EQ(others.printed, "");
+}
+
+TEST(WalkEmbeddedImages, ImagesInsideFormsAreNotReached) {
+    const Walk result = walk({{"Fm1", "/Subtype /Form /BBox [0 0 1 1] /Resources << /XObject << /Im1 4 0 R >> >>", ""}},
+                             {test::streamBody("a", imageDictionary(1, 1, 8, "/DeviceGray"))});
+    EXPECT_THAT(result.images, IsEmpty());
     EXPECT_EQ(result.printed, "");
 }
 
@@ -200,6 +217,32 @@ TEST(WalkEmbeddedImages, BytesThatAreNoJPEGAreHandedOutAsStored) {
     EXPECT_THAT(result.lines, IsEmpty());
 }
 
+TEST(WalkEmbeddedImages, JPEG2000IsHandedOutAsStoredWhateverItsColorSpace) {
+    const Bytes jp2 = *encodeJPEG2000(test::makePhoto(16, 8), {0.5});
+    for (const std::string space : {"/DeviceRGB", "/DeviceGray", "/Pattern"}) {
+        const Walk result =
+            walk({{"Im1", imageDictionary(16, 8, 8, space, "/Filter /JPXDecode"), std::string(jp2.text())}});
+        EXPECT_EQ(result.jpg(), jp2) << space;
+        EXPECT_THAT(result.lines, IsEmpty()) << space;
+    }
+}
+
+TEST(WalkEmbeddedImages, AFilterAroundAJPEGIsUndone) {
+    const std::string jpeg = photoJPEG();
+    const Bytes packed = deflate({reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()});
+    const std::string filters = "/Filter [/FlateDecode /DCTDecode]";
+    const Walk result = walk({{"Im1", "/Subtype /Image " + filters, std::string(packed.text())},
+                              {"Im2", imageDictionary(16, 8, 8, "/DeviceRGB", filters), std::string(packed.text())}});
+    EXPECT_EQ(result.jpg(0).text(), jpeg);
+    ASSERT_TRUE(result.raw(1));
+    EXPECT_EQ(result.raw(1)->data.text(), jpeg);
+}
+
+TEST(WalkEmbeddedImages, ADecodeArrayOfAJPEGIsNotRequiredToBeNumbers) {
+    const std::string entries = imageDictionary(16, 8, 8, "/DeviceRGB", "/Filter /DCTDecode /Decode [/One]");
+    EXPECT_TRUE(walk({{"Im1", entries, photoJPEG()}}).raw());
+}
+
 // Samples
 
 TEST(WalkEmbeddedImages, SamplesKeepTheirDecodeArray) {
@@ -221,6 +264,27 @@ TEST(WalkEmbeddedImages, ABegunByteIsDroppedFromTheRowLength) {
     EXPECT_EQ(result.raw()->bytesPerRow, 1);
 }
 
+TEST(WalkEmbeddedImages, ADecodeEntryThatIsNoArrayCountsAsNone) {
+    const Walk result = walk({{"Im1", imageDictionary(1, 1, 8, "/DeviceGray", "/Decode /One"), "a"}});
+    ASSERT_TRUE(result.raw());
+    EXPECT_THAT(result.raw()->decode, IsEmpty());
+}
+
+TEST(WalkEmbeddedImages, TheFirstOfSeveralFaultsIsNamed) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"/Subtype /Image /Filter /Unheard", "cannotCopyData"}, // without colour space and size
+        {"/Subtype /Image", "noColorSpace(nil)"},
+        {"/Subtype /Image /ColorSpace /CalRGB", "unkownColorSpace(\"CalRGB\")"}, // without a size
+        {"/Subtype /Image /ColorSpace /DeviceGray", "cannotReadSize"},           // without a depth
+        {"/Subtype /Image /ColorSpace /DeviceGray /Width 0 /Height 1", "cannotReadBitsPerComponent"},
+        {imageDictionary(1, 1, 8, "[/Indexed /Pattern 256 7]"), "unkownColorSpace(\"Pattern\")"},
+        {imageDictionary(1, 1, 8, "[/Indexed /DeviceRGB 256 7]"), "corruptColorSpace"},
+    };
+    for (const auto& [dictionary, error] : cases) {
+        EXPECT_EQ(errorOf(dictionary), warning(error)) << dictionary;
+    }
+}
+
 TEST(WalkEmbeddedImages, SamplesThatMakeNoImageAreNamedErrors) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"/Subtype /Image /Width 1 /Height 1 /BitsPerComponent 8", "noColorSpace(nil)"},
@@ -231,6 +295,12 @@ TEST(WalkEmbeddedImages, SamplesThatMakeNoImageAreNamedErrors) {
         {imageDictionary(1, 1, 8, "/CalRGB"), "unkownColorSpace(\"CalRGB\")"},
         {imageDictionary(1, 1, 8, "[/CalRGB << /WhitePoint [1 1 1] >>]"), "unkownColorSpace(\"CalRGB\")"},
         {imageDictionary(1, 1, 8, "[/Separation /Spot /DeviceRGB 5 0 R]"), "unkownColorSpace(\"Separation\")"},
+        {imageDictionary(1, 1, 8, "[/CalGray << /WhitePoint [1 1 1] >>]"), "unkownColorSpace(\"CalGray\")"},
+        {imageDictionary(1, 1, 8, "[/DeviceN [/Spot] /DeviceRGB 5 0 R]"), "unkownColorSpace(\"DeviceN\")"},
+        {imageDictionary(1, 1, 8, "[/Pattern /DeviceRGB]"), "unkownColorSpace(\"Pattern\")"},
+        {imageDictionary(1, 1, 8, "[/DeviceRGB]"), "unkownColorSpace(\"DeviceRGB\")"}, // arrays are for families
+        {imageDictionary(1, 1, 8, "/Indexed"), "unkownColorSpace(\"Indexed\")"},
+        {imageDictionary(1, 1, 8, "/RGB"), "unkownColorSpace(\"RGB\")"}, // a short form is for inline images
         {imageDictionary(1, 1, 8, "/Odd#22#0A"), "unkownColorSpace(\"Odd\\\"\\n\")"},
         {imageDictionary(1, 1, 8, "7"), "corruptColorSpace"},
         {imageDictionary(1, 1, 8, "<< >>"), "corruptColorSpace"},
@@ -287,6 +357,9 @@ TEST(WalkEmbeddedImages, ColorSpacesThatCannotBeBuiltAreNamedErrors) {
         {"[/Lab << /WhitePoint [1 1] >>]", "corruptColorSpace"},
         {"[/Lab << /WhitePoint [1 1 1] /Range [0 1] >>]", "corruptColorSpace"},
         {"9 0 R", "corruptColorSpace"}, // built on itself
+        {"[/Indexed /DeviceRGB 0 10 0 R]", "corruptColorSpace"},
+        {"[/ICCBased 11 0 R]", "corruptColorSpace"},
+        {"[/ICCBased 12 0 R]", "corruptColorSpace"},
     };
     const std::vector<std::string> more = {
         profile,
@@ -295,10 +368,44 @@ TEST(WalkEmbeddedImages, ColorSpacesThatCannotBeBuiltAreNamedErrors) {
         test::streamBody("no profile", "/N 3 /Alternate /Pattern"),
         test::streamBody("no profile", "/N 3 /Alternate /DeviceGray"),
         "[/Indexed 9 0 R 0 (abc)]",
+        test::streamBody("abc", "/Filter /Unheard"),
+        test::streamBody("no profile", "/N 3 /Filter /Unheard"),
+        test::streamBody("no profile", "/N 3.0"),
     };
     for (const auto& [space, error] : cases) {
         EXPECT_EQ(errorOf(imageDictionary(1, 1, 8, space), "abc", more), warning(error)) << space;
     }
+}
+
+TEST(WalkEmbeddedImages, ColorSpacesAreReadAsTheFileWritesThem) {
+    using Family = PDFColorSpace::Family;
+    struct Case {
+        std::string space;
+        Family family;
+        int components;
+    };
+    const std::vector<Case> cases = {
+        {"/DeviceGray", Family::device, 1},
+        {"/DeviceRGB", Family::device, 3},
+        {"/DeviceCMYK", Family::device, 4},
+        {"[/Indexed /DeviceRGB 0 4 0 R]", Family::indexed, 1},
+        {"[/Indexed /DeviceRGB 255 (abc)]", Family::indexed, 1},
+        {"[/ICCBased 5 0 R]", Family::device, 3}, // the range of the stream is not read
+        {"[/Lab << /WhitePoint [1 1 1] >>]", Family::lab, 3},
+        {"[/Lab << /WhitePoint [1 1 1] /BlackPoint [0 0 0] /Range [-9 9 -8 8] >>]", Family::lab, 3},
+        {"[/Lab << /WhitePoint [1 1 1] /BlackPoint 7 /Range /None >>]", Family::lab, 3},
+    };
+    const std::vector<std::string> more = {test::streamBody("xyz"),
+                                           test::streamBody("no profile", "/N 3 /Range [/One /Two]")};
+    for (const auto& [space, family, components] : cases) {
+        const Walk result = walk({{"Im1", imageDictionary(1, 1, 8, space), "abcd"}}, more);
+        ASSERT_TRUE(result.raw()) << space;
+        EXPECT_EQ(result.raw()->colorSpace->family(), family) << space;
+        EXPECT_EQ(result.raw()->colorSpace->components(), components) << space;
+    }
+    const Walk indexed =
+        walk({{"Im1", imageDictionary(1, 1, 8, "[/Indexed /DeviceRGB 0 4 0 R]"), std::string(1, '\0')}}, more);
+    EXPECT_EQ(indexed.raw()->makeRep()->bitmap()->samples, (std::vector<std::uint8_t>{'x', 'y', 'z'}));
 }
 
 TEST(WalkEmbeddedImages, ProfilesThatAreRefusedGiveTheAlternate) {
@@ -316,76 +423,86 @@ TEST(WalkEmbeddedImages, ProfilesThatAreRefusedGiveTheAlternate) {
 }
 
 TEST(WalkEmbeddedImagesDeathTest, AnArrayOfNumbersWithSomethingElseIsFatal) {
-    const auto page =
-        firstPage(pdfWithXObjects({{"Im1", imageDictionary(1, 1, 8, "/DeviceGray", "/Decode [0 /One]"), "a"}}));
-    EXPECT_DEATH(walkEmbeddedImages(*page, [](const EmbeddedImage&, const std::string&) {}), "array of numbers");
+    const std::string lab = "[/Lab << /WhitePoint [1 1 1] ";
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"/DeviceGray", "/Decode [0 /One]"},
+        {"[/Lab << /WhitePoint [1 /One 1] >>]", ""},
+        {lab + "/BlackPoint [0 0 (0)] >>]", ""},
+        {lab + "/Range [0 1 null 1] >>]", ""},
+        {lab + "/Range [0 1 /One 1] >>]", "/Filter /DCTDecode"}, // no error that stored data would hide
+    };
+    for (const auto& [space, more] : cases) {
+        const auto page = firstPage(pdfWithXObjects({{"Im1", imageDictionary(1, 1, 8, space, more), "abc"}}));
+        EXPECT_DEATH(walkEmbeddedImages(*page, [](const EmbeddedImage&, const std::string&) {}), "array of numbers")
+            << space;
+    }
 }
 
-TEST(WalkEmbeddedImagesDeathTest, ARowWhoseBitsOverflowIsFatal) {
-    const auto page = firstPage(pdfWithXObjects(
-        {{"Im1", "/Subtype /Image /Width 9223372036854775807 /Height 1 /BitsPerComponent 8 /ColorSpace /DeviceGray",
-          "a"}}));
-    EXPECT_DEATH(walkEmbeddedImages(*page, [](const EmbeddedImage&, const std::string&) {}), "image's row");
+TEST(WalkEmbeddedImagesDeathTest, BitsThatOverflowAreFatal) {
+    const std::string most = "9223372036854775807";
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"/Width " + most + " /Height 1 /BitsPerComponent 8 /ColorSpace /DeviceGray", "image's row"},
+        {"/Width 1 /Height 1 /BitsPerComponent " + most + " /ColorSpace /DeviceRGB", "image's pixel"},
+    };
+    for (const auto& [entries, what] : cases) {
+        const auto page = firstPage(pdfWithXObjects({{"Im1", "/Subtype /Image " + entries, "a"}}));
+        EXPECT_DEATH(walkEmbeddedImages(*page, [](const EmbeddedImage&, const std::string&) {}), what);
+    }
+}
+
+// Readers of entries
+
+/// The resources of the page stand for any dictionary.
+PDFObject entries(const std::string& text) {
+    const auto page = firstPage(Bytes(test::pdfFromObjects(
+        {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+         "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 9 9] /Resources << " + text + " >> >>", "[/Far 1 /Away]"})));
+    return PDFObject::ofPage(*page).get("Resources");
+}
+
+TEST(EmbeddedImageEntries, NamesAreANameOrThoseOfAnArray) {
+    const PDFObject in = entries("/One /A /Some [/B 7 (C) /D null] /None [] /Number 7 /Text (E) /Reference 4 0 R");
+    EXPECT_EQ(names("One", in), (std::vector<std::string>{"A"}));
+    EXPECT_EQ(names("Some", in), (std::vector<std::string>{"B", "D"}));
+    EXPECT_EQ(names("None", in), std::vector<std::string>());
+    EXPECT_EQ(names("Reference", in), (std::vector<std::string>{"Far", "Away"}));
+    for (const char* key : {"Number", "Text", "Missing"}) {
+        EXPECT_EQ(names(key, in), std::nullopt) << key;
+    }
+}
+
+TEST(EmbeddedImageEntries, NumbersAreIntegersAndReals) {
+    const PDFObject in = entries("/A [1 -2.5 0] /B []");
+    EXPECT_THAT(numbers(in.get("A")), ElementsAre(1, -2.5, 0));
+    EXPECT_THAT(numbers(in.get("B")), IsEmpty());
 }
 
 // Descriptions
 
 TEST(PDFReadError, DescribesItselfByItsName) {
-    EXPECT_STREQ(PDFReadError(PDFReadErrorCode::couldNotReadResources).what(), "couldNotReadResources");
-    EXPECT_STREQ(PDFReadError(PDFReadErrorCode::cannotCopyData).what(), "cannotCopyData");
+    const std::vector<std::string> names = {"couldNotOpenPage", "couldNotGetPageReference",
+                                            "couldNotOpenPageDictionary", "couldNotReadResources", "cannotCopyData"};
+    for (std::size_t i = 1; i < names.size(); ++i) {
+        EXPECT_EQ(PDFReadError(static_cast<PDFReadErrorCode>(i)).what(), names[i]);
+    }
     const auto error = PDFReadError::couldNotOpenPage(3);
     EXPECT_STREQ(error.what(), "couldNotOpenPage(3)");
     EXPECT_EQ(error.page(), 3);
 }
 
-// As images for a host
-
-TEST(ExtractEmbeddedImages, PixelsBecomeWholePointsAt300DPI) {
-    const std::string gray = imageDictionary(1001, 500, 8, "/DeviceGray");
-    const auto images = firstPage(pdfWithXObjects({{"Im1", gray, std::string(500500, 'x')}}))->extractEmbeddedImages();
-    ASSERT_EQ(images.size(), 1U);
-    EXPECT_EQ(images[0]->size(), (Size{240, 120}));
-    EXPECT_EQ(images[0]->representations().front()->size(), (Size{240, 120}));
-    EXPECT_EQ(images[0]->representations().front()->pixelsWide(), 1001);
-}
-
-TEST(ExtractEmbeddedImages, StoredBytesAreImagesOfTheirOwnSizeOrLeftOut) {
-    const std::string jpeg(encodeJPEG(test::makePhoto(16, 8), {0.9, 144, 144})->text());
-    const std::string jpegEntries = "/Subtype /Image /Filter /DCTDecode";
-    const auto page = firstPage(pdfWithXObjects({{"Bad", jpegEntries, "no JPEG"}, {"Good", jpegEntries, jpeg}}));
-    const auto images = page->extractEmbeddedImages();
-    ASSERT_EQ(images.size(), 1U);
-    EXPECT_EQ(images[0]->size(), (Size{8, 4}));
-}
-
-TEST(ExtractEmbeddedImages, AJPEGWithAColorSpaceIsNotEncodedAgain) {
-    const std::string jpeg = photoJPEG();
-    const std::string entries = imageDictionary(16, 8, 8, "/DeviceRGB", "/Filter /DCTDecode");
-    const auto images = firstPage(pdfWithXObjects({{"Im1", entries, jpeg}}))->extractEmbeddedImages();
-    ASSERT_EQ(images.size(), 1U);
-    EXPECT_EQ(images[0]->representations().front()->encoded().text(), jpeg);
-    EXPECT_EQ(images[0]->size(), (Size{3, 1}));
-}
-
-TEST(ExtractEmbeddedImages, DecodedImagesBeyondTheBoundAreLoggedAndLeftOut) {
-    const std::string entries = imageDictionary(100, 10, 8, "/DeviceGray");
-    const std::string samples(1000, 'x');
-    const auto page = firstPage(pdfWithXObjects({{"Im1", entries, samples},
-                                                 {"Im2", entries, samples},
-                                                 {"Im3", imageDictionary(10, 10, 8, "/DeviceGray"), samples}}));
-    const test::LogRecorder log(moduleLogger());
-    EXPECT_EQ(embeddedImages(*page, 2100).size(), 3u);
-    EXPECT_THAT(log.texts(), IsEmpty());
-    EXPECT_EQ(embeddedImages(*page, 2000).size(), 2u);
-    EXPECT_EQ(embeddedImages(*page, 1999).size(), 2u); // a smaller one still fits
-    EXPECT_THAT(log.texts(), ElementsAre("Page extractEmbeddedImages() warning: Error cannotConstructImage",
-                                         "Page extractEmbeddedImages() warning: Error cannotConstructImage"));
-}
-
-TEST(ExtractEmbeddedImages, APageThatCannotBeReadIsLogged) {
-    const test::LogRecorder log(moduleLogger());
-    EXPECT_THAT(OrvexPDFPage().extractEmbeddedImages(), IsEmpty());
-    EXPECT_THAT(log.texts(), ElementsAre("Page extractEmbeddedImages() warning: Error couldNotGetPageReference"));
+TEST(RawDecodingError, DescribesItselfByItsNameAndWhatItCarries) {
+    const std::vector<std::string> names = {"noColorSpace",   "unkownColorSpace",           "cannotConstructImage",
+                                            "cannotReadSize", "cannotReadBitsPerComponent", "corruptColorSpace",
+                                            "noLookupTable"};
+    for (std::size_t i = 2; i < names.size(); ++i) {
+        EXPECT_EQ(RawDecodingError(static_cast<RawDecodingErrorCode>(i)).what(), names[i]);
+    }
+    const auto none = RawDecodingError::noColorSpace(std::vector<std::string>{"A", "B"});
+    EXPECT_EQ(none.code(), RawDecodingErrorCode::noColorSpace);
+    EXPECT_THAT(*none.filters(), ElementsAre("A", "B"));
+    const auto unknown = RawDecodingError::unkownColorSpace("CalRGB");
+    EXPECT_EQ(unknown.code(), RawDecodingErrorCode::unkownColorSpace);
+    EXPECT_EQ(unknown.name(), "CalRGB");
 }
 
 } // namespace
