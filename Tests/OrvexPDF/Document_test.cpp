@@ -54,6 +54,37 @@ TEST(Document, MissingAndNonTextAttributesReadAsEmpty) {
     EXPECT_EQ(OrvexPDFDocument().producer(), "");
 }
 
+TEST(Document, FourAttributesAreReadAndWrittenUnderTheirNames) {
+    struct Attribute {
+        const char* entry;
+        std::string (OrvexPDFDocument::*read)() const;
+        void (OrvexPDFDocument::*write)(std::string);
+    };
+    const Attribute attributes[] = {
+        {"/Title", &OrvexPDFDocument::title, &OrvexPDFDocument::setTitle},
+        {"/Author", &OrvexPDFDocument::author, &OrvexPDFDocument::setAuthor},
+        {"/Creator", &OrvexPDFDocument::creator, &OrvexPDFDocument::setCreator},
+        {"/Producer", &OrvexPDFDocument::producer, &OrvexPDFDocument::setProducer},
+    };
+    const std::string info = "/Title (old /Title) /Author (old /Author) /Creator (old /Creator) "
+                             "/Producer (old /Producer) /Keywords (kept) /Own (kept)";
+    for (const auto& one : attributes) {
+        const auto document = OrvexPDFDocument::fromData(pdfFromPages({{""}}, info));
+        EXPECT_EQ(((*document).*one.read)(), std::string("old ") + one.entry);
+        ((*document).*one.write)("new");
+        EXPECT_EQ(((*document).*one.read)(), "new") << one.entry;
+        const std::string json = test::SavedDocument(*document).tool("qpdf --json");
+        for (const auto& other : attributes) {
+            const std::string entry = other.entry;
+            const std::string value = other.entry == one.entry ? "new" : "old " + entry;
+            EXPECT_NE(json.find("\"" + entry + "\": \"u:" + value + "\""), std::string::npos) << entry;
+        }
+        for (const char* kept : {"\"/Keywords\": \"u:kept\"", "\"/Own\": \"u:kept\""}) {
+            EXPECT_NE(json.find(kept), std::string::npos) << kept;
+        }
+    }
+}
+
 TEST(Document, WritingAnAttributeMakesJustThatEntry) {
     OrvexPDFDocument document;
     document.insertPage(std::make_shared<OrvexPDFPage>(), 0);

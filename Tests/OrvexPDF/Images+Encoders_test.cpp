@@ -101,6 +101,18 @@ TEST(ImagesEncoders, qualitiesFromZeroToOneAreSilentAndOthersAreUsedWithAWarning
     EXPECT_THAT(lines(-0.1), testing::Each(start + "-0.1"));
 }
 
+TEST(ImagesEncoders, qualitiesAreCheckedAlsoWhenThereIsNothingToEncode) {
+    const Image empty(Size{10, 10});
+    const LogRecorder log(moduleLogger(), LogLevel::warning);
+    EXPECT_FALSE(orvexDataForJPGRepresentation(empty, 1.5));
+    EXPECT_FALSE(orvexDataForJPG2000(empty, 0));
+    EXPECT_FALSE(orvexDataForJPGCoreImage(empty, 1.5));
+    EXPECT_FALSE(orvexDataForJPGCGImage(empty, 1.5));
+    const std::string text = " warning: Only values between >0 and <=1 allowed, received ";
+    EXPECT_THAT(log.texts(), ElementsAre("NSImage+Extension orvexDataForJPGRepresentation(quality:)" + text + "1.5",
+                                         "NSImage+Extension orvexDataForJPG2000(quality:)" + text + "0.0"));
+}
+
 TEST(ImagesEncoders, encodingsMeasureWhatTheFirstRepresentationMeasures) {
     const ImagePtr image = imageOf(makePhoto(300, 200), {72, 48});
     EXPECT_EQ(readImageInfo(*orvexDataForJPG(*image, 0.5)).front().dpiX, 300);
@@ -191,11 +203,7 @@ TEST(ImagesEncoders, theCoreImagePNGIsDeepRGBAWhateverThePixelsAre) {
 }
 
 TEST(ImagesEncoders, theCoreImageRoutesConvertToSRGBAndTheOthersCarryTheProfile) {
-    const std::filesystem::path file = "/usr/share/color/icc/ghostscript/a98.icc";
-    if (!std::filesystem::exists(file)) {
-        GTEST_SKIP() << "no profiles on this machine (package libgs-common)";
-    }
-    Bitmap green = Bitmap::make(16, 16, 8, {ColorModel::rgb, readFile(file), 0});
+    Bitmap green = Bitmap::make(16, 16, 8, {ColorModel::rgb, realProfile("a98.icc"), 0});
     for (std::size_t i = 0; i < green.samples.size(); i += 3) {
         green.samples[i] = 100;
         green.samples[i + 1] = 200;

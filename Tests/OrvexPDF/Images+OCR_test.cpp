@@ -4,12 +4,17 @@
 #include "Support/LogRecorder.h"
 #include "Support/PDFFixture.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <stdexcept>
 
 namespace orvex {
 namespace {
+
+using testing::ElementsAre;
 
 OrvexPDFPagePtr pageOf(const std::string& mediaBox) {
     return OrvexPDFDocument::fromData(test::pdfFromPages({{test::showing("Hello"), mediaBox, ""}}))->orvexPage(0);
@@ -46,21 +51,57 @@ TEST(OCRImage, TheOriginalImageComesBeforeTheOriginalPage) {
     EXPECT_EQ(orvexOCRImage(meta)->representations().front()->pixelsWide(), 20);
 }
 
-TEST(OCRImage, ThePagesRotationIsWhatItWasBefore) {
+TEST(OCRImage, ShowsThePageAsItsRecordTurnsItAndLeavesItAsItWas) {
     OrvexPDFPageMeta meta;
     meta.originalPage = pageOf("[0 0 200 400]");
-    meta.originalPage->setRotation(270);
-    meta.rotation = 180;
-    const auto image = orvexOCRImage(meta);
-    EXPECT_GT(image->representations().front()->pixelsWide(), image->representations().front()->pixelsHigh());
-    EXPECT_EQ(meta.originalPage->rotation(), 270);
+    struct Case {
+        int before;
+        std::int64_t rotation;
+        bool upright;
+    };
+    for (const auto& [before, rotation, upright] : {Case{270, 180, false}, {0, 630, false}, {90, -90, true}}) {
+        meta.originalPage->setRotation(before);
+        meta.rotation = rotation;
+        const auto rep = orvexOCRImage(meta)->representations().front();
+        EXPECT_EQ(rep->pixelsWide() < rep->pixelsHigh(), upright) << rotation;
+        EXPECT_EQ(meta.originalPage->rotation(), before) << rotation;
+    }
 }
 
-TEST(OCRImage, WithoutAnOriginalThereIsNoneAndAWarning) {
-    const test::LogRecorder log(moduleLogger(), LogLevel::warning);
-    EXPECT_EQ(orvexOCRImage(OrvexPDFPageMeta{}), nullptr);
-    ASSERT_EQ(log.lines().size(), 1U);
-    EXPECT_EQ(log.lines().front().message, "No matching original found!");
+TEST(OCRImage, ARotationThatNoPageCanHaveLeavesThePageAsItWas) {
+    OrvexPDFPageMeta meta;
+    meta.originalPage = pageOf("[0 0 200 400]");
+    meta.originalPage->setRotation(90);
+    meta.rotation = 45;
+    EXPECT_THROW((void)orvexOCRImage(meta), std::invalid_argument);
+    EXPECT_EQ(meta.originalPage->rotation(), 90);
+}
+
+TEST(OCRImageDeathTest, ARotationBeyondTheIntegersIsFatal) {
+    OrvexPDFPageMeta meta;
+    meta.originalPage = pageOf("[0 0 200 400]");
+    meta.originalPage->setRotation(90);
+    meta.rotation = std::numeric_limits<std::int64_t>::max();
+    EXPECT_DEATH((void)orvexOCRImage(meta), "the page's rotation");
+}
+
+/// What choosing the original of a record logs.
+std::vector<std::string> lines(const OrvexPDFPageMeta& meta) {
+    const test::LogRecorder log(moduleLogger(), LogLevel::debug);
+    (void)orvexOCRImage(meta);
+    return log.texts();
+}
+
+TEST(OCRImage, LogsWhichOriginalItUses) {
+    const std::string start = "Images orvexOCRImage(meta:) ";
+    OrvexPDFPageMeta meta;
+    EXPECT_EQ(orvexOCRImage(meta), nullptr);
+    EXPECT_THAT(lines(meta), ElementsAre(start + "warning: No matching original found!"));
+    meta.originalPage = pageOf("[0 0 200 400]");
+    EXPECT_EQ(lines(meta).front(), start + "debug: Use original page");
+    meta.originalImage = grayImage(30, 20, {15, 10});
+    EXPECT_THAT(lines(meta), ElementsAre(start + "debug: Use original image with dpi=144.0",
+                                         "NSImage+Extension orvexImageWithRotation(_:) debug: level 0"));
 }
 
 TEST(OptimizePage, APageBecomesAnImageAtThePresetsResolution) {
@@ -76,8 +117,10 @@ TEST(OptimizePage, APageThatCannotBeRenderedGivesNothingAndAWarning) {
     const test::LogRecorder log(moduleLogger(), LogLevel::warning);
     OrvexPDFPage blank;
     EXPECT_FALSE(optimizeImage(blank, getSqueezeMode("medium")).has_value());
-    ASSERT_EQ(log.lines().size(), 1U);
-    EXPECT_EQ(log.lines().front().message, "Error cannotGetPageAndContext");
+    const auto tiny = pageOf("[0 0 0.2 400]"); // less than a pixel
+    EXPECT_FALSE(optimizeImage(*tiny, getSqueezeMode("medium")).has_value());
+    const std::string start = "Images optimizeImage(page:squeeze:) warning: Error ";
+    EXPECT_THAT(log.texts(), ElementsAre(start + "cannotGetPageAndContext", start + "cannotCreateBitmap"));
 }
 
 TEST(ImageOfSize, KeepsTheImagesOwnSizeWhateverIsAsked) {
@@ -92,8 +135,7 @@ TEST(ImageOfSize, WithoutARepresentationItIsTheVeryImageAndAWarning) {
     const test::LogRecorder log(moduleLogger(), LogLevel::warning);
     const auto image = std::make_shared<Image>(Size{10, 10});
     EXPECT_EQ(imageOfSize(image, {1, 1}), image);
-    ASSERT_EQ(log.lines().size(), 1U);
-    EXPECT_EQ(log.lines().front().message, "No representation found");
+    EXPECT_THAT(log.texts(), ElementsAre("Images image(size:) warning: No representation found"));
 }
 
 TEST(Sizes, ConvertBetweenResolutions) {
@@ -101,6 +143,8 @@ TEST(Sizes, ConvertBetweenResolutions) {
     EXPECT_FALSE(std::isfinite(convertDPI({72, 144}, 0, 300).width));
     EXPECT_EQ(sizeWithBoxOfMaxEdge({3, 5}), (Size{5, 5}));
     EXPECT_EQ(sizeWithBoxOfMaxEdge({7, 5}), (Size{7, 7}));
+    EXPECT_EQ(sizeWithBoxOfMaxEdge({5, 5}), (Size{5, 5}));
+    EXPECT_TRUE(std::isnan(convertDPI({0, 1}, 0, 0).width));
 }
 
 } // namespace

@@ -150,6 +150,8 @@ TEST(Images, aSurfaceNeedsRGBSamplesAndIsNeverWiderThanTheSource) {
         const ImagePtr result = orvexImageTransform(row.image, row.dpi);
         EXPECT_NE(result, row.image) << row.what;
         EXPECT_EQ(result->size(), row.image->size()) << row.what;
+        EXPECT_EQ(result->representations().size(), 1u) << row.what;
+        EXPECT_NEAR(result->dpi(), static_cast<double>(row.dpi), 0.01) << row.what;
         if (row.surface) {
             EXPECT_THAT(log.texts(), IsEmpty()) << row.what;
         } else {
@@ -257,6 +259,55 @@ TEST(Images, theOutcomeIsTheSameWithoutTheLog) {
             EXPECT_EQ(quiet.mode, loud.mode);
         }
     }
+}
+
+TEST(Images, withoutAChoiceTheLogHasTheResultAlone) {
+    const ImagePtr photo = jpegImage(makePhoto(30, 30), 72);
+    const auto empty = std::make_shared<Image>(Size{10, 10});
+    for (const auto& [image, squeeze] : {std::pair<ImagePtr, OrvexPDFSqueezeModePtr>(photo, nullptr),
+                                         {empty, nullptr},
+                                         {empty, mode(72, 50)},
+                                         {empty, mode(72, 150)}}) { // nothing gets as far as a quality
+        const LogRecorder log(moduleLogger(), LogLevel::debug);
+        const OrvexImageMeta meta = optimizeImage(image, squeeze, {});
+        EXPECT_THAT(log.texts(),
+                    ElementsAre("Images optimizeImage(image:squeeze:size:) debug: Result " + describe(meta)));
+        EXPECT_THAT(log.texts().front(),
+                    testing::EndsWith(", count: 9223372036854775807, mode: OrvexPDF.OrvexImageMetaMode.undefined)"));
+    }
+}
+
+TEST(Images, aPresetsQualityIsCheckedOnceAndUsedAllTheSame) {
+    const ImagePtr image = jpegImage(makePhoto(200, 100), 72);
+    const std::string line = "NSImage+Extension orvexDataForJPGRepresentation(quality:) warning: "
+                             "Only values between >0 and <=1 allowed, received ";
+    for (const auto& [quality, received] : {std::pair<std::int64_t, std::string>(150, "1.5"), {-1, "-0.01"}}) {
+        const LogRecorder log(moduleLogger(), LogLevel::warning);
+        EXPECT_EQ(optimizeImage(image, mode(72, quality), {}).mode, OrvexImageMetaMode::jpg);
+        EXPECT_THAT(log.texts(), ElementsAre(line + received));
+    }
+    const LogRecorder log(moduleLogger(), LogLevel::warning);
+    (void)optimizeImage(image, mode(72, 0), {});
+    (void)optimizeImage(image, mode(72, 100), {});
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST(Images, theJPEGIsOfThePresetsQuality) {
+    const ImagePtr image = imageOf(makePhoto(400, 300), {});
+    for (const std::int64_t quality : {0, 25, 50, 75}) {
+        const OrvexImageMeta meta = optimizeImage(image, mode(72, quality), {});
+        ASSERT_EQ(meta.mode, OrvexImageMetaMode::jpg);
+        EXPECT_EQ(meta.image->representations().front()->encoded(),
+                  *orvexDataForJPGRepresentation(*image, static_cast<double>(quality) / 100));
+    }
+}
+
+TEST(Images, whatWasReducedStaysReducedWhenAnEncoderFails) {
+    const ImagePtr wide = imageOf(Bitmap::make(140000, 4, 8, {ColorModel::gray, {}, 0}), {70000, 2}); // 144 dpi
+    const OrvexImageMeta meta = optimizeImage(wide, mode(72, 50), {});
+    EXPECT_EQ(meta.mode, OrvexImageMetaMode::undefined);
+    EXPECT_EQ(meta.count, OrvexImageMeta::noCount);
+    EXPECT_EQ(meta.image->representations().front()->pixelsWide(), 70000); // too many for a JPEG
 }
 
 TEST(Images, anEncoderThatFailsLeavesTheImageUndefined) {

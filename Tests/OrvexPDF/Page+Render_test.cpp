@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <future>
@@ -144,6 +145,31 @@ TEST(PageRendering, ABlankPageHasNoPageToDraw) {
     EXPECT_EQ(failureOf(page, 10, 10), OrvexPDFPageErrorCode::cannotGetPageAndContext);
 }
 
+TEST(PageRendering, ABlankPageIsAskedForItsBitmapFirst) {
+    OrvexPDFPage page;
+    EXPECT_EQ(failureOf(page, 0, 10), OrvexPDFPageErrorCode::cannotCreateBitmap);
+}
+
+TEST(PageRendering, ErrorsDescribeThemselvesByTheirNames) {
+    const std::vector<std::string> names = {"cannotCreateBitmap", "cannotGetPageAndContext",
+                                            "couldNotOpenPageDictionary", "couldNotReadResources", "cannotCopyData"};
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(OrvexPDFPageError(static_cast<OrvexPDFPageErrorCode>(i)).what(), names[i]);
+    }
+}
+
+TEST(PageRendering, EdgesAreSmoothForPeopleAndSharpInBareImages) {
+    const auto page =
+        OrvexPDFDocument::fromData(pdfFromPages({{"0 g 10 10 m 290 40 l 290 10 l f", "[0 0 300 200]"}}))->orvexPage(0);
+    const auto isSharp = [](const Image& image) {
+        const auto bitmap = image.representations().front()->bitmap();
+        return std::all_of(bitmap->samples.begin(), bitmap->samples.end(),
+                           [](std::uint8_t sample) { return sample == 0 || sample == 255; });
+    };
+    EXPECT_TRUE(isSharp(*page->image(72)));
+    EXPECT_FALSE(isSharp(*page->render(72)));
+}
+
 TEST(PageRenderingDeathTest, ASizeThatIsNoNumberOfPixelsIsFatal) {
     const auto document = squarePage("[0 0 300 200]");
     OrvexPDFPage& page = *document->orvexPage(0);
@@ -208,6 +234,19 @@ TEST(Thumbnail, OnAScreenWithTwoPixelsPerPointItsPointsAreItsPixels) {
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines().front().message, "Thumbnail with wrong DPI: 72.0");
     EXPECT_EQ(log.lines().front().function, "thumbnail72DPI(of:)");
+}
+
+TEST(Thumbnail, ThatCannotBeMadeIsAnEmptyImageWithWarnings) {
+    const auto document = squarePage("[0 0 200 300]");
+    setMainScreenBackingScale(2);
+    const test::LogRecorder log(moduleLogger(), LogLevel::warning);
+    const auto image = document->orvexPage(0)->thumbnail72DPI({0, 0});
+    setMainScreenBackingScale(1);
+    EXPECT_TRUE(image->representations().empty());
+    EXPECT_EQ(image->size(), Size{});
+    const std::string start = "Page thumbnail72DPI(of:) warning: ";
+    EXPECT_EQ(log.texts(), (std::vector<std::string>{start + "Thumbnail with unexpected DPI: 72.0",
+                                                     start + "Thumbnail with wrong DPI: 72.0"}));
 }
 
 TEST(Thumbnail, ShowsWhatASavedFileShows) {

@@ -61,6 +61,27 @@ void expectNear(const AffineTransform& a, const AffineTransform& b, std::int64_t
     EXPECT_NEAR(a.ty, b.ty, tolerance) << degrees;
 }
 
+TEST(Page, StartsWithoutSettings) {
+    const auto loaded = OrvexPDFDocument::fromData(pdfFromPages({{showing("A")}}))->orvexPage(0);
+    for (const auto& page : {std::make_shared<OrvexPDFPage>(), OrvexPDFPage::fromImage(whiteImage(300, 200)), loaded}) {
+        EXPECT_EQ(page->id, std::nullopt);
+        EXPECT_FALSE(page->debug);
+        EXPECT_EQ(page->watermarkText, std::nullopt);
+        EXPECT_EQ(page->watermarkBackgroundColor, (Color{1, 1, 1, 1}));
+        EXPECT_EQ(page->watermarkForegroundColor, (Color{0.65, 0, 0, 1}));
+        EXPECT_EQ(page->textRotation, 0);
+        EXPECT_EQ(page->foundPage, nullptr);
+    }
+}
+
+TEST(Page, MakesADocumentOfItselfAlone) {
+    const auto from = OrvexPDFDocument::fromData(pdfFromPages({{showing("A")}, {showing("B")}}));
+    const auto document = from->orvexPage(1)->createDocumentFromPage();
+    EXPECT_EQ(document->pageCount(), 1);
+    EXPECT_EQ(document->page(0), from->page(1));
+    EXPECT_EQ(from->pageCount(), 2);
+}
+
 TEST(Page, ContentComesFirstAndEachPartInItsOwnState) {
     const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
     const auto operations = drawn(*page);

@@ -182,6 +182,10 @@ Bytes convert(const Bytes& input, const std::string& command) {
     return std::filesystem::exists(folder.path() / "out") ? readFile(folder.path() / "out") : Bytes{};
 }
 
+Bytes realProfile(const std::string& name) {
+    return readFile("/usr/share/color/icc/ghostscript/" + name); // Debian's package libgs-common
+}
+
 Bytes makeProfile(ColorModel model, std::size_t size) {
     std::string text(size, 'p');
     text.replace(16, 4, model == ColorModel::gray ? "GRAY" : model == ColorModel::rgb ? "RGB " : "CMYK");

@@ -30,6 +30,8 @@ Bitmap fromNetpbm(const Bytes& data);
 /// command's own. Fails the test when the command does.
 Bytes convert(const Bytes& input, const std::string& command);
 
+/// One of Ghostscript's ICC profiles, by file name. Throws FileError where they are not installed.
+Bytes realProfile(const std::string& name);
 /// Bytes with the header of an ICC profile for this model and nothing sensible behind it.
 Bytes makeProfile(ColorModel model, std::size_t size);
 /// The file with a segment put in behind its start marker.

@@ -292,9 +292,7 @@ TEST(TextFont, NamedMapsReadEastAsianCodes) {
         {"UniKS-UTF8-H", "Korea1", "한글", "한글"},
         {"Identity-H", "Japan1", "\x04\x65"sv, "亜"},
     };
-    if (CMap::named("90ms-RKSJ-H") == nullptr) {
-        GTEST_SKIP() << "Adobe's character maps (poppler-data) are not installed";
-    }
+    ASSERT_NE(CMap::named("90ms-RKSJ-H"), nullptr) << "Adobe's character maps (poppler-data) are not installed";
     FontFixture file;
     for (const auto& it : cases) {
         const auto font = file.make("<< /Type /Font /Subtype /Type0 /Encoding /" + std::string(it.encoding) +
@@ -305,9 +303,7 @@ TEST(TextFont, NamedMapsReadEastAsianCodes) {
 }
 
 TEST(TextFont, AnEmbeddedMapMayBuildUponOthers) {
-    if (CMap::named("90ms-RKSJ-H") == nullptr) {
-        GTEST_SKIP() << "Adobe's character maps (poppler-data) are not installed";
-    }
+    ASSERT_NE(CMap::named("90ms-RKSJ-H"), nullptr) << "Adobe's character maps (poppler-data) are not installed";
     FontFixture file;
     const auto inner = file.stream("/90ms-RKSJ-H usecmap\n1 begincidchar <41> 1125 endcidchar");
     const auto outer = file.stream("/WMode 1 def", "<< /UseCMap " + inner + " >>");
