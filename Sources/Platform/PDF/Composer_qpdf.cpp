@@ -166,9 +166,8 @@ void Composer::lockSources() {
 }
 
 void Composer::placePages() {
-    document_.basePages = target_->getAllPages();
-    if (!base_) {
-        document_.basePages.clear();
+    if (base_) {
+        document_.basePages = base_->pagesOf(*target_);
     }
     for (const auto& page : pages_) {
         const auto* loaded = placeInFile(*page);

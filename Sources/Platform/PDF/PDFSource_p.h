@@ -4,6 +4,7 @@
 #include "Platform/Foundation/Bytes.h"
 #include "Platform/Foundation/Geometry.h"
 #include "Platform/PDF/GraphicsContext.h"
+#include "Platform/PDF/Loading/PageList_p.h"
 #include "Platform/PDF/PDFDocument.h"
 
 #include <qpdf/QPDF.hh>
@@ -11,7 +12,9 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvex {
@@ -28,7 +31,7 @@ public:
 
     [[nodiscard]] const Bytes& bytes() const { return bytes_; }
     [[nodiscard]] const std::string& password() const { return password_; }
-    [[nodiscard]] int pageCount() const { return static_cast<int>(pages_.size()); }
+    [[nodiscard]] int pageCount() const { return static_cast<int>(pages_.ids.size()); }
     [[nodiscard]] Rect box(int page, PDFDisplayBox box) const;
     [[nodiscard]] int rotation(int page) const;
     [[nodiscard]] std::string info(PDFInfoKey key) const;
@@ -40,11 +43,17 @@ public:
 
     /// A second parse of the same bytes, for a writer to change.
     [[nodiscard]] std::shared_ptr<QPDF> reopen() const;
+    /// The pages of such a parse, in their order.
+    [[nodiscard]] std::vector<QPDFObjectHandle> pagesOf(QPDF& parse) const;
 
     /// The shared parse is not safe for threads: hold the mutex while using anything of it.
     [[nodiscard]] std::recursive_mutex& mutex() const { return mutex_; }
     [[nodiscard]] QPDF& pdf() const { return *pdf_; }
-    [[nodiscard]] const std::vector<QPDFObjectHandle>& pages() const { return pages_; }
+    /// Of the shared parse, which reads it when it is looked into.
+    [[nodiscard]] QPDFObjectHandle page(int index) const { return pdf_->getObject(pageID(index)); }
+    [[nodiscard]] QPDFObjGen pageID(int index) const { return pages_.ids.at(static_cast<std::size_t>(index)); }
+    /// Which page an object is; none for what is no page. The same id may stand for no more than one.
+    [[nodiscard]] std::optional<int> pageNumber(QPDFObjGen id) const;
     /// Throws std::bad_alloc when memory ran out while the shared parse read something, which it then took for null;
     /// the file is parsed anew before.
     void requireMemory() const;
@@ -54,8 +63,9 @@ private:
     Bytes bytes_;
     std::string password_;
     mutable std::shared_ptr<QPDF> pdf_;
-    mutable std::vector<QPDFObjectHandle> pages_;
-    mutable std::vector<std::shared_ptr<QPDF>> retired_; ///< kept for the handles that are about
+    PageList pages_;
+    mutable std::vector<std::pair<QPDFObjGen, int>> pageNumbers_; ///< sorted; empty until somebody asks
+    mutable std::vector<std::shared_ptr<QPDF>> retired_;          ///< kept for the handles that are about
     mutable bool isIncomplete_ = false; ///< memory ran out, and did again when the file was parsed anew
     mutable std::recursive_mutex mutex_;
     mutable QPDFObjGen lastParent_;

@@ -202,14 +202,14 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
         source->bytes_ = bytes;
         source->password_ = password;
         source->pdf_ = parseWithOrWithout(bytes, source->password_);
-        source->pages_ = source->pdf_->getAllPages();
+        source->pages_ = listPages(*source->pdf_, bytes, ObjectTable(*source->pdf_));
         orvex::requireMemory(*source->pdf_);
     } catch (const PDFOpenError&) {
         throw;
     } catch (const std::exception& error) {
         rethrowAsOpenError(error);
     }
-    source->textStates_ = std::vector<std::atomic<TextState>>(source->pages_.size());
+    source->textStates_ = std::vector<std::atomic<TextState>>(source->pages_.ids.size());
     return source;
 }
 
@@ -223,11 +223,12 @@ void PDFSource::requireMemory() const {
     isIncomplete_ = ranOutOfMemory(*pdf_) || isIncomplete_;
     if (isIncomplete_) {
         auto fresh = reopen();
-        auto pages = fresh->getAllPages();
+        if (pages_.repaired) {
+            fresh->getAllPages();
+        }
         orvex::requireMemory(*fresh);
         retired_.push_back(pdf_);
         pdf_ = std::move(fresh);
-        pages_ = std::move(pages);
         isIncomplete_ = false;
         throw std::bad_alloc();
     }
@@ -235,14 +236,17 @@ void PDFSource::requireMemory() const {
 
 Rect PDFSource::box(int page, PDFDisplayBox box) const {
     const std::lock_guard lock(mutex_);
-    const Rect found = pageBox(pages_.at(static_cast<std::size_t>(page)), box);
+    const Rect found = pageBox(this->page(page), box);
     requireMemory();
     return found;
 }
 
 int PDFSource::rotation(int page) const {
+    if (const int turns = pages_.turns.at(static_cast<std::size_t>(page)); turns != PageList::unknownTurn) {
+        return turns * 90;
+    }
     const std::lock_guard lock(mutex_);
-    auto object = pages_.at(static_cast<std::size_t>(page));
+    auto object = this->page(page);
     auto own = object.getKey("/Rotate");
     auto parent = object.getKey("/Parent");
     const bool isKnown = own.isNull() && parent.isIndirect() && parent.getObjGen() == lastParent_;
@@ -274,13 +278,40 @@ bool PDFSource::hasText(int page) const {
 
 bool PDFSource::showsFields(int page) const {
     const std::lock_guard lock(mutex_);
-    const bool shows = orvex::showsFields(pages_.at(static_cast<std::size_t>(page)));
+    const bool shows = orvex::showsFields(this->page(page));
     requireMemory();
     return shows;
 }
 
 std::shared_ptr<QPDF> PDFSource::reopen() const {
     return parse(bytes_, password_);
+}
+
+std::vector<QPDFObjectHandle> PDFSource::pagesOf(QPDF& parse) const {
+    if (pages_.repaired) {
+        return parse.getAllPages();
+    }
+    std::vector<QPDFObjectHandle> pages;
+    pages.reserve(pages_.ids.size());
+    for (const auto& id : pages_.ids) {
+        pages.push_back(parse.getObject(id));
+    }
+    return pages;
+}
+
+std::optional<int> PDFSource::pageNumber(QPDFObjGen id) const {
+    const std::lock_guard lock(mutex_);
+    if (pageNumbers_.empty()) {
+        std::vector<std::pair<QPDFObjGen, int>> numbers;
+        numbers.reserve(pages_.ids.size());
+        for (const auto& page : pages_.ids) {
+            numbers.emplace_back(page, static_cast<int>(numbers.size()));
+        }
+        std::sort(numbers.begin(), numbers.end());
+        pageNumbers_ = std::move(numbers);
+    }
+    const auto found = std::ranges::lower_bound(pageNumbers_, id, std::less<>(), &std::pair<QPDFObjGen, int>::first);
+    return found != pageNumbers_.end() && found->first == id ? std::optional(found->second) : std::nullopt;
 }
 
 } // namespace orvex

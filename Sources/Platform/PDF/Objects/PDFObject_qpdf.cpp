@@ -107,12 +107,12 @@ PDFObject PDFObject::ofPage(const PDFPage& page) {
         return {};
     }
     const auto source = loaded != nullptr ? loaded->source : fileOf(page);
-    const std::size_t index = loaded != nullptr ? static_cast<std::size_t>(loaded->index) : 0;
-    if (!source || index >= source->pages().size()) {
+    const int index = loaded != nullptr ? loaded->index : 0;
+    if (!source || index >= source->pageCount()) {
         return {};
     }
     const Place::Guard lock(source->mutex());
-    return Place::object(source, source->pages()[index], {});
+    return Place::object(source, source->page(index), {});
 }
 
 PDFObject::Kind PDFObject::kind() const {

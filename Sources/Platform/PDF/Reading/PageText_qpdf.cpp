@@ -35,7 +35,7 @@ void readGlyphs(const PDFSource& source, int page, Wanted wanted, Workspace& spa
     Rect mediaBox;
     {
         const std::lock_guard lock(source.mutex());
-        auto object = source.pages().at(static_cast<std::size_t>(page));
+        auto object = source.page(page);
         streams = storedStreams(source, object.getKey("/Contents"), limits.contentBytes);
         dictionary = inheritedAttribute(object, "/Resources");
         mediaBox = pageBox(object, PDFDisplayBox::media);

@@ -71,7 +71,6 @@ private:
     QPDF& target_;
     std::shared_ptr<PDFSource> source_;
     bool sameFile_;
-    std::map<QPDFObjGen, int> pageNumbers_;
     std::map<int, QPDFObjectHandle> firstPages_;
     Copies shared_;
     Copies* own_ = nullptr;

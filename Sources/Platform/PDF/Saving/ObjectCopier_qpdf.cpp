@@ -52,15 +52,11 @@ bool isLayer(QPDFObjectHandle object) {
 
 ObjectCopier::ObjectCopier(QPDF& target, std::shared_ptr<PDFSource> source, bool sameFile)
     : target_(target), source_(std::move(source)), sameFile_(sameFile) {
-    int number = 0;
-    for (const auto& page : source_->pages()) {
-        pageNumbers_.emplace(page.getObjGen(), number++);
-    }
     shared_[source_->pdf().getRoot().getObjGen()] = QPDFObjectHandle::newNull();
 }
 
 void ObjectCopier::mapPage(int index, const QPDFObjectHandle& page) {
-    (*own_)[source_->pages().at(static_cast<std::size_t>(index)).getObjGen()] = page;
+    (*own_)[source_->pageID(index)] = page;
     mapFirstPage(index, page);
 }
 
@@ -68,7 +64,7 @@ QPDFObjectHandle ObjectCopier::page(long long index) const {
     if (index < 0 || index >= source_->pageCount()) {
         return QPDFObjectHandle::newNull();
     }
-    return known(source_->pages()[static_cast<std::size_t>(index)]);
+    return known(source_->page(static_cast<int>(index)));
 }
 
 QPDFObjectHandle ObjectCopier::known(const QPDFObjectHandle& object) const {
@@ -76,8 +72,8 @@ QPDFObjectHandle ObjectCopier::known(const QPDFObjectHandle& object) const {
     if (const auto found = own_->find(og); found != own_->end()) {
         return found->second;
     }
-    if (const auto page = pageNumbers_.find(og); page != pageNumbers_.end()) {
-        const auto first = firstPages_.find(page->second);
+    if (const auto page = source_->pageNumber(og)) {
+        const auto first = firstPages_.find(*page);
         return first != firstPages_.end() ? first->second : QPDFObjectHandle::newNull();
     }
     const auto found = shared_.find(og);
@@ -90,7 +86,7 @@ QPDFObjectHandle ObjectCopier::copy(QPDFObjectHandle object, Scope scope, int de
 
 QPDFObjectHandle ObjectCopier::copyIndirect(const QPDFObjectHandle& object, Scope scope) {
     const QPDFObjGen og = object.getObjGen();
-    const bool copied = own_->contains(og) || shared_.contains(og) || pageNumbers_.contains(og);
+    const bool copied = own_->contains(og) || shared_.contains(og) || source_->pageNumber(og).has_value();
     if (copied) {
         return known(object);
     }

@@ -51,12 +51,12 @@ void PageImport::add(int index, const QPDFObjectHandle& page, bool asPicture) {
 
 void PageImport::copyPages() {
     enter();
-    const auto& sourcePages = copier_.source()->pages();
+    const PDFSource& source = *copier_.source();
     for (const auto& [index, page] : pages_) {
-        makeAnnotations(sourcePages.at(static_cast<std::size_t>(index)), page);
+        makeAnnotations(source.page(index), page);
     }
     for (const auto& [index, page] : pages_) {
-        fillPage(sourcePages[static_cast<std::size_t>(index)], page, pictures_.contains(index));
+        fillPage(source.page(index), page, pictures_.contains(index));
     }
     for (std::size_t i = 0; i < annotations_.size(); ++i) { // filling one may find another, its popup
         fillAnnotation(CopiedAnnotation(annotations_[i]));
