@@ -18,7 +18,7 @@ namespace orvex {
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_t> data, int level,
                                                                    std::size_t limit);
 
-/// A zlib stream at a level that is worth its time in a file. Throws std::bad_alloc.
-[[nodiscard]] Bytes deflate(std::span<const std::uint8_t> data);
+/// A zlib stream at a level that is worth its time in a file, or at the one given. Throws std::bad_alloc.
+[[nodiscard]] Bytes deflate(std::span<const std::uint8_t> data, int level = 6);
 
 } // namespace orvex

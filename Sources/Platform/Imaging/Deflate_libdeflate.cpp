@@ -45,8 +45,7 @@ std::optional<std::vector<std::uint8_t>> deflateZlib(std::span<const std::uint8_
     return result.empty() ? std::nullopt : std::optional(std::move(result));
 }
 
-Bytes deflate(std::span<const std::uint8_t> data) {
-    constexpr int level = 6;
+Bytes deflate(std::span<const std::uint8_t> data, int level) {
     auto compressed = deflateZlib(data, level, 0);
     if (!compressed) {
         throw std::bad_alloc(); // without a limit nothing else fails

@@ -9,6 +9,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace orvex {
 
@@ -17,18 +18,17 @@ void appendNumber(std::string& content, double value) {
     if (!std::isfinite(value)) {
         value = 0;
     }
-    value = std::min(std::max(value, -largest), largest);
-    constexpr std::int64_t unit = 1'000'000; // whole millionths print several times faster than a double does
-    const std::int64_t millionths = std::llround(value * static_cast<double>(unit));
+    constexpr std::uint64_t unit = 1'000'000; // whole millionths print several times faster than a double does
+    const auto millionths = static_cast<std::uint64_t>(std::min(std::abs(value), largest) * unit + 0.5);
     std::array<char, 24> text{};
     char* const begin = text.data();
     char* end = begin;
     *end = '-';
-    end += millionths < 0 ? 1 : 0;
-    end = std::to_chars(end, begin + text.size(), std::abs(millionths) / unit).ptr;
-    if (std::int64_t fraction = std::abs(millionths) % unit; fraction != 0) {
+    end += value < 0 && millionths != 0 ? 1 : 0;
+    end = std::to_chars(end, begin + text.size(), millionths / unit).ptr;
+    if (std::uint64_t fraction = millionths % unit; fraction != 0) {
         *end++ = '.';
-        for (std::int64_t place = unit / 10; fraction != 0; place /= 10) {
+        for (std::uint64_t place = unit / 10; fraction != 0; place /= 10) {
             *end++ = static_cast<char>('0' + fraction / place);
             fraction %= place;
         }
@@ -44,39 +44,64 @@ void ContentStreamContext::appendNumbers(std::initializer_list<double> numbers, 
     after_.append(operation).append("\n");
 }
 
-void ContentStreamContext::requireContent() const {
+/// For what follows in a saved state, if there is one.
+void ContentStreamContext::prepare() {
     if (!contentDrawn_) {
         throw PDFWriteError("a page draws its content before anything else");
+    }
+    writePending();
+}
+
+void ContentStreamContext::writePending() {
+    if (const auto transform = std::exchange(pending_, std::nullopt)) {
+        after_ += "q\n";
+        if (!transform->isIdentity()) {
+            concatenate(*transform);
+        }
     }
 }
 
 void ContentStreamContext::saveState() {
-    savedAlphas_.push_back(fillAlpha_);
-    (contentDrawn_ ? after_ : before_) += "q\n";
+    saved_.push_back(state_);
+    if (contentDrawn_) {
+        writePending();
+        pending_.emplace();
+    } else {
+        before_ += "q\n";
+    }
 }
 
 void ContentStreamContext::restoreState() {
-    fillAlpha_ = savedAlphas_.back();
-    savedAlphas_.pop_back();
-    (contentDrawn_ ? after_ : before_) += "Q\n";
+    if (pending_) { // never written: what was set in it holds on
+        saved_.back().invisibleSize = state_.invisibleSize;
+        pending_.reset();
+    } else {
+        (contentDrawn_ ? after_ : before_) += "Q\n";
+    }
+    state_ = saved_.back();
+    saved_.pop_back();
 }
 
 void ContentStreamContext::concatenate(const AffineTransform& transform) {
-    requireContent();
+    if (pending_) {
+        pending_ = transform.followedBy(*pending_);
+        return;
+    }
+    prepare();
     appendNumbers({transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty}, "cm");
 }
 
 void ContentStreamContext::setFillColor(const Color& color) {
-    requireContent();
+    prepare();
     appendNumbers({color.red, color.green, color.blue}, "rg");
     setFillAlpha(color.alpha);
 }
 
 void ContentStreamContext::setFillAlpha(double alpha) {
-    if (alpha == fillAlpha_) {
+    if (alpha == state_.fillAlpha) {
         return;
     }
-    fillAlpha_ = alpha;
+    state_.fillAlpha = alpha;
     auto& name = resources_.alphas[alpha];
     if (name.empty()) {
         name = prefix_ + "Alpha" + std::to_string(resources_.alphas.size());
@@ -85,19 +110,19 @@ void ContentStreamContext::setFillAlpha(double alpha) {
 }
 
 void ContentStreamContext::setStrokeColor(const Color& color) {
-    requireContent();
+    prepare();
     appendNumbers({color.red, color.green, color.blue}, "RG");
 }
 
 void ContentStreamContext::fillRect(const Rect& rect) {
-    requireContent();
+    prepare();
     appendNumbers({rect.x, rect.y, rect.width, rect.height}, "re");
     after_ += "f\n";
     drewMarks_ = true;
 }
 
 void ContentStreamContext::fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double radiusY) {
-    requireContent();
+    prepare();
     constexpr double circle = 0.5522847498; // a quarter circle as a cubic curve: 4/3 (sqrt 2 - 1)
     const double rx = std::min(radiusX, rect.width / 2);
     const double ry = std::min(radiusY, rect.height / 2);
@@ -133,19 +158,35 @@ void ContentStreamContext::drawVisibleLine(std::string_view line, const Font& fo
         return name;
     };
     outlines_.appendLine(after_, nameOf, line, font, size, baseline.x, baseline.y);
+    state_.invisibleSize.reset();
     drewMarks_ = true;
+}
+
+void ContentStreamContext::drawInvisibleLine(std::string_view line, const Font& font, double size, Point baseline) {
+    after_ += "BT\n";
+    if (std::exchange(state_.invisibleSize, size) != size) {
+        resources_.invisibleFont = prefix_ + "Text";
+        after_.append("/").append(resources_.invisibleFont).append(" ");
+        appendNumbers({size}, "Tf\n3 Tr");
+    }
+    const auto place = AffineTransform{}.translated(baseline.x, baseline.y);
+    const auto [a, b, c, d, x, y] = pending_ ? place.followedBy(*pending_) : place;
+    appendNumbers({a, b, c, d, x, y}, "Tm");
+    invisible_.appendLine(after_, line, font);
+    after_ += "ET\n";
 }
 
 void ContentStreamContext::drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size,
                                     const Rect& rect, TextMode mode) {
-    requireContent();
+    if (mode == TextMode::visible || !contentDrawn_) {
+        prepare();
+    }
     Point baseline{rect.x, rect.maxY() - Font::ascent() * size};
     for (const auto line : textLines(utf8)) {
         if (mode == TextMode::visible) {
             drawVisibleLine(line, *font, size, baseline);
         } else {
-            resources_.invisibleFont = prefix_ + "Text";
-            invisible_.appendLine(after_, resources_.invisibleFont, line, *font, size, baseline.x, baseline.y);
+            drawInvisibleLine(line, *font, size, baseline);
         }
         baseline.y -= size;
     }
@@ -153,7 +194,9 @@ void ContentStreamContext::drawText(std::string_view utf8, const std::shared_ptr
 
 /// Other readers pass over marked content that they do not know.
 void ContentStreamContext::beginFoundText(std::string_view utf8, const Rect& rect) {
-    requireContent();
+    if (!pending_ || !pending_->isIdentity()) { // the rectangle is one of the space in force
+        prepare();
+    }
     after_ += "/OrvexFound << /Text <FEFF";
     for (std::size_t at = 0; at < utf8.size();) {
         appendUTF16(after_, nextCodePoint(utf8, at));

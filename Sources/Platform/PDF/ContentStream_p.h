@@ -5,6 +5,7 @@
 #include "Platform/PDF/OutlineFonts_p.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,10 +51,16 @@ public:
     [[nodiscard]] const std::string& after() const { return after_; }   ///< operators behind it
 
 private:
-    void requireContent() const;
+    struct State {
+        double fillAlpha = 1;
+        std::optional<double> invisibleSize; ///< at which invisible text goes on without another word
+    };
+    void prepare();
+    void writePending();
     void setFillAlpha(double alpha);
     void appendNumbers(std::initializer_list<double> numbers, std::string_view operation);
     void drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline);
+    void drawInvisibleLine(std::string_view line, const Font& font, double size, Point baseline);
 
     InvisibleFont& invisible_;
     OutlineFonts& outlines_;
@@ -61,8 +68,11 @@ private:
     std::string before_;
     std::string after_;
     DrawnResources resources_;
-    double fillAlpha_ = 1;
-    std::vector<double> savedAlphas_;
+    State state_;
+    std::vector<State> saved_;
+    /// A saved state that nothing has needed yet, with what was concatenated in it: invisible text takes it along in
+    /// its own matrix, and a page of words becomes half as long.
+    std::optional<AffineTransform> pending_;
     bool contentDrawn_ = false;
     bool drewMarks_ = false;
 };

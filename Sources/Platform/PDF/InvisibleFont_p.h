@@ -16,10 +16,8 @@ namespace orvex {
 /// Collects the characters that a document's pages show; used by one thread.
 class InvisibleFont {
 public:
-    /// Appends BT ... ET operators that show one line of UTF-8 text: current user space, baseline start at (x, y),
-    /// `size` points, `resourceName` the font's name in the page's resources.
-    void appendLine(std::string& content, std::string_view resourceName, std::string_view utf8, const Font& measuring,
-                    double size, double x, double y);
+    /// Appends the operator that shows one line of UTF-8 text in this font, from where the text matrix is.
+    void appendLine(std::string& content, std::string_view utf8, const Font& measuring);
     [[nodiscard]] bool isUsed() const { return !glyphs_.empty(); }
     /// The composite font for what was shown so far; its streams become objects of `pdf`.
     [[nodiscard]] QPDFObjectHandle makeObject(QPDF& pdf) const;

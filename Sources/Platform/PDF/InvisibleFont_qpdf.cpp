@@ -1,7 +1,6 @@
 #include "Platform/PDF/InvisibleFont_p.h"
 
 #include "Platform/Foundation/Strings.h"
-#include "Platform/PDF/ContentStream_p.h"
 #include "Platform/PDF/FontObjects_p.h"
 #include "Platform/PDF/GlyphlessTrueType_p.h"
 #include "Platform/Text/Bidi.h"
@@ -58,20 +57,13 @@ std::uint16_t InvisibleFont::codeOf(char32_t character, const Font& measuring) {
     return codes_[character] = static_cast<std::uint16_t>(glyphs_.size());
 }
 
-void InvisibleFont::appendLine(std::string& content, std::string_view resourceName, std::string_view utf8,
-                               const Font& measuring, double size, double x, double y) {
+void InvisibleFont::appendLine(std::string& content, std::string_view utf8, const Font& measuring) {
     const std::u32string text = decoded(utf8);
-    std::string codes;
+    content += '(';
     for (const char32_t character : visualOrder(text) + wordBreakAfter(text)) {
-        appendCode(codes, codeOf(character, measuring));
+        appendCode(content, codeOf(character, measuring));
     }
-    content.append("BT\n/").append(resourceName).append(" ");
-    appendNumber(content, size);
-    content += " Tf\n3 Tr\n1 0 0 1 ";
-    appendNumber(content, x);
-    content += ' ';
-    appendNumber(content, y);
-    content.append(" Tm\n(").append(codes).append(") Tj\nET\n");
+    content += ") Tj\n";
 }
 
 QPDFObjectHandle InvisibleFont::makeObject(QPDF& pdf) const {
