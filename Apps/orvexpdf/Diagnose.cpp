@@ -2,13 +2,13 @@
 #include "Failure.h"
 #include "Input.h"
 #include "MakePages.h"
+#include "Numbers.h"
 #include "OrvexPDF/Utils.h"
 #include "Output.h"
 #include "Platform/Imaging/Codecs.h"
 
 #include <CLI/CLI.hpp>
 
-#include <charconv>
 #include <memory>
 #include <string>
 
@@ -26,14 +26,6 @@ constexpr auto examples = R"(Examples:
       What the encoders make of it, and its size and resolution.
   orvexpdf diagnose scan.png --quality 0.5
       The JPEGs with another quality.)";
-
-/// Empty when it is; CLI's own check writes the range with six decimals.
-std::string isQuality(const std::string& text) {
-    double value = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && value >= 0 && value <= 1 ? std::string() : text + " is not a number from 0 to 1";
-}
 
 ImagePtr readImage(const std::string& path) {
     const Bytes data = readInput(path);
@@ -70,7 +62,7 @@ Command addDiagnose(CLI::App& tool) {
         ->type_name("");
     app->add_option("--quality", options->quality, "For the JPEGs, from 0 to 1; 0.75 unless told otherwise")
         ->type_name("Q")
-        ->check(CLI::Validator(isQuality, ""));
+        ->check(numberFrom(0, 1));
     app->footer(examples);
     return {app, [options] { diagnose(*options); }};
 }

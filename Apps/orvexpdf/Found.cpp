@@ -21,6 +21,7 @@ namespace {
 
 struct FoundOptions {
     std::string file;
+    std::string password;
     std::string page;
     std::string pages;
     std::string output = "-";
@@ -42,11 +43,11 @@ constexpr auto textExamples = R"(Examples:
   orvexpdf text book.pdf --pages 1-3 -o start.txt
       Of the first three pages.)";
 
-std::shared_ptr<OrvexPDFDocument> open(const std::string& path) {
+std::shared_ptr<OrvexPDFDocument> open(const FoundOptions& options) {
     std::optional<PDFOpenError> why;
-    auto document = OrvexPDFDocument::fromData(readInput(path), &why);
+    auto document = OrvexPDFDocument::fromData(readInput(options.file), &why, options.password);
     if (!document) {
-        failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
+        failToOpen(options.file, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
     }
     // The process ends with the command: taking a long file apart object by object would only take time.
     static auto& kept = *new std::shared_ptr<OrvexPDFDocument>;
@@ -112,11 +113,11 @@ void writeFoundDocument(const OrvexPDFDocument& document, const std::vector<std:
 
 void found(const FoundOptions& options) {
     checkOutput(options.output, {options.file});
-    const auto document = open(options.file);
+    const auto document = open(options);
     const bool single = !options.page.empty();
     const auto pages = parsePages(single ? options.page : options.pages, document->pageCount());
     if (single && pages.size() != 1) {
-        throw Failure(ExitCode::usage, "--page takes one page; --pages takes several (see orvexpdf found --help)");
+        throw Failure(ExitCode::usage, "--page takes one page; --pages takes several");
     }
     writeOutput(options.output, [&](ByteSink& sink) {
         if (single) {
@@ -130,7 +131,7 @@ void found(const FoundOptions& options) {
 
 void text(const FoundOptions& options) {
     checkOutput(options.output, {options.file});
-    const auto document = open(options.file);
+    const auto document = open(options);
     const auto pages = parsePages(options.pages, document->pageCount());
     writeOutput(options.output, [&](ByteSink& sink) {
         writePages(*document, pages, sink,
@@ -144,6 +145,7 @@ CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, const ch
     app->add_option(pages, options.pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
     app->add_option("-o,--output", options.output, "The file to write; standard output unless told otherwise")
         ->type_name("FILE");
+    addPassword(*app, options.password);
     return app;
 }
 

@@ -24,6 +24,7 @@ namespace {
 
 struct ImagesOptions {
     std::string file;
+    std::string password;
     std::string page;
     std::string folder;
 };
@@ -201,7 +202,7 @@ void makeFolder(const std::string& folder) {
 }
 
 void images(const ImagesOptions& options) {
-    const auto manager = openPDF(options.file);
+    const auto manager = openPDF(options.file, options.password);
     const auto pages = parsePages(options.page, manager->pdfDoc->pageCount());
     makeFolder(options.folder);
     Extraction extraction(options);
@@ -232,6 +233,7 @@ Command addImages(CLI::App& tool) {
         ->type_name("DIR");
     app->add_option("--page", options->page, "Only this page, counted from 1, or several, like 1-3,7,9-end")
         ->type_name("N");
+    addPassword(*app, options->password);
     app->footer(examples);
     return {app, [options] { images(*options); }};
 }

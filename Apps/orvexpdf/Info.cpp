@@ -23,6 +23,7 @@ namespace {
 
 struct InfoOptions {
     std::string file;
+    std::string password;
     bool json = false;
 };
 
@@ -56,16 +57,16 @@ PageInfo describePage(const OrvexPDFDocumentManager& manager, std::int64_t index
     return {meta->id, page->bounds(PDFDisplayBox::media), page->rotation(), meta->originalPageHasText, meta->fresh};
 }
 
-FileInfo examine(const std::string& path) {
+FileInfo examine(const std::string& path, const std::string& password) {
     const Bytes data = readInput(path);
     // The manager stamps its own producer on what it loads; the file's is read before.
     std::optional<PDFOpenError> why;
-    const auto document = OrvexPDFDocument::fromData(data, &why);
+    const auto document = OrvexPDFDocument::fromData(data, &why, password);
     const auto manager = OrvexPDFDocumentManager::create();
     if (!document) {
         failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
     }
-    if (!manager->load(data)) {
+    if (!manager->load(data, password)) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
     }
     FileInfo info{document->title(),
@@ -151,7 +152,7 @@ std::string asTable(const FileInfo& info) {
 }
 
 void info(const InfoOptions& options) {
-    const auto result = examine(options.file);
+    const auto result = examine(options.file, options.password);
     printResult(options.json ? asJSON(result) : asTable(result));
 }
 
@@ -162,6 +163,7 @@ Command addInfo(CLI::App& tool) {
     auto* app = tool.add_subcommand("info", "Tell what a PDF holds, page by page");
     app->add_option("FILE", options->file, "The PDF; - for standard input")->required()->type_name("");
     app->add_flag("--json", options->json, "As JSON, for programs");
+    addPassword(*app, options->password);
     app->footer(examples);
     return {app, [options] { info(*options); }};
 }

@@ -14,6 +14,7 @@ namespace {
 
 struct LayerOptions {
     std::string file;
+    std::string password;
     std::string pages;
     std::string text;
     std::vector<std::string> found;
@@ -34,7 +35,7 @@ constexpr auto textLayerExamples = R"(Examples:
 
 void watermark(const LayerOptions& options) {
     checkPDFOutput(options.output, options.file);
-    const auto manager = openPDF(options.file);
+    const auto manager = openPDF(options.file, options.password);
     for (const auto index : parsePages(options.pages, manager->pdfDoc->pageCount())) {
         auto record = *manager->meta(index);
         record.watermarkText = options.text;
@@ -46,7 +47,7 @@ void watermark(const LayerOptions& options) {
 
 void textLayer(const LayerOptions& options) {
     checkPDFOutput(options.output, options.file);
-    const auto manager = openPDF(options.file);
+    const auto manager = openPDF(options.file, options.password);
     const auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());
     const auto found = readFoundPages(options.found, pages.size());
     for (std::size_t i = 0; i < found.size(); ++i) {
@@ -68,6 +69,7 @@ CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, LayerOpt
     app->add_option("-o,--output", options.output.path, "The PDF to write; - for standard output")
         ->type_name("OUT.pdf");
     app->add_flag("--in-place", options.output.inPlace, "Change the file itself");
+    addPassword(*app, options.password);
     return app;
 }
 

@@ -3,6 +3,7 @@
 #include "Interrupt.h"
 #include "MakePages.h"
 #include "Messages.h"
+#include "Numbers.h"
 #include "OpenPDF.h"
 #include "OrvexPDF/Manager.h"
 #include "Output.h"
@@ -187,7 +188,7 @@ Command addMake(CLI::App& tool) {
     app->add_option("--author", options->author, "The document's author")->type_name("TEXT");
     app->add_option("--dpi", options->dpi, "The images' resolution, whatever their files say")
         ->type_name("N")
-        ->check(CLI::Range(1.0, 100000.0).description(""));
+        ->check(numberFrom(1, 100000));
     app->footer(examples);
     return {app, [options] { make(*options); }};
 }

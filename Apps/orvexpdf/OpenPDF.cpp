@@ -5,6 +5,8 @@
 #include "Messages.h"
 #include "Output.h"
 
+#include <CLI/CLI.hpp>
+
 namespace orvex::tool {
 
 void failToOpen(const std::string& path, const std::string& reason, std::optional<PDFOpenFailure> failure) {
@@ -21,9 +23,14 @@ std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const 
     return manager;
 }
 
+void addPassword(CLI::App& app, std::string& password, const std::string& what) {
+    app.add_option("--password", password, what)->type_name("PASSWORD");
+}
+
 void checkPDFOutput(const PDFOutput& output, const std::string& input) {
     if (output.inPlace == !output.path.empty()) {
-        throw Failure(ExitCode::usage, "either -o or --in-place is needed (see orvexpdf --help)");
+        throw Failure(ExitCode::usage,
+                      output.inPlace ? "-o and --in-place cannot be had both" : "either -o or --in-place is needed");
     }
     if (output.inPlace && input == "-") {
         throw Failure(ExitCode::usage, "--in-place: standard input has no place");

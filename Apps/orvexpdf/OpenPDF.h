@@ -3,6 +3,8 @@
 
 #include "OrvexPDF/Manager.h"
 
+#include <CLI/App.hpp>
+
 #include <memory>
 #include <string>
 
@@ -14,6 +16,9 @@ namespace orvex::tool {
 /// Throws Failure.
 [[nodiscard]] std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path,
                                                                const std::string& password = {});
+
+/// The option --password.
+void addPassword(CLI::App& app, std::string& password, const std::string& what = "Opens the PDF");
 
 /// Counts what is written, and passes it on when there is a target.
 class ByteMeter final : public ByteSink {

@@ -2,6 +2,7 @@
 #include "Failure.h"
 #include "MakePages.h"
 #include "Messages.h"
+#include "Numbers.h"
 #include "OrvexPDF/Images.h"
 #include "Output.h"
 #include "Platform/Foundation/Strings.h"
@@ -115,11 +116,11 @@ Command addOptimize(CLI::App& tool) {
     app->add_option("-o,--output", options->output, "The image to write; - for standard output")
         ->required()
         ->type_name("OUT");
-    app->add_option("--page", options->page, "For a TIFF: which of its pages; the first unless told otherwise")
+    app->add_option("--page", options->page, "For a TIFF: which of its pages; the first unless told\notherwise")
         ->type_name("N");
     app->add_option("--dpi", options->dpi, "The image's resolution, whatever its file says")
         ->type_name("N")
-        ->check(CLI::Range(1.0, 100000.0).description(""));
+        ->check(numberFrom(1, 100000));
     app->footer(examples);
     return {app, [options] { optimize(*options); }};
 }

@@ -71,7 +71,7 @@ void checkInputs(const PDFOutput& output, const std::string& file, const std::ve
 
 void runPages(const PagesOptions& options, const std::vector<PageOperation>& operations) {
     if (operations.empty()) {
-        throw Failure(ExitCode::usage, "nothing to do: no operation is given (see orvexpdf pages --help)");
+        throw Failure(ExitCode::usage, "nothing to do: no operation is given");
     }
     checkInputs(options.output, options.file, operations);
     checkStandardInput(options.file, operations);
@@ -106,7 +106,7 @@ Command addPages(CLI::App& tool) {
     app->add_option("-o,--output", options->output.path, "The PDF to write; - for standard output")
         ->type_name("OUT.pdf");
     app->add_flag("--in-place", options->output.inPlace, "Change the file itself");
-    app->add_option("--password", options->password, "Opens the PDF, and those inserted")->type_name("PASSWORD");
+    addPassword(*app, options->password, "Opens the PDF, and those inserted");
     addOperation(*app, "--remove", "LIST", "Remove pages, like 3 or 1-3,7,9-end");
     addOperation(*app, "--move", "LIST:PLACE",
                  "Move pages, in the order named, before the page\nat a place, or behind all: 5,1:3 or 2:end");

@@ -21,6 +21,7 @@ namespace {
 
 struct RenderOptions {
     std::string file;
+    std::string password;
     std::string page;
     std::string pages;
     std::string size;
@@ -106,9 +107,9 @@ std::shared_ptr<const OrvexFoundPage> ownText(const OrvexPDFPage& page) {
 
 void render(const RenderOptions& options) {
     if (options.page.empty() == options.pages.empty()) {
-        throw Failure(ExitCode::usage, "either --page or --pages is needed (see orvexpdf render --help)");
+        throw Failure(ExitCode::usage, "either --page or --pages is needed");
     }
-    const auto manager = openPDF(options.file);
+    const auto manager = openPDF(options.file, options.password);
     const auto& range = options.page.empty() ? options.pages : options.page;
     const auto pages = parsePages(range, manager->pdfDoc->pageCount());
     const auto found = readFoundPages(options.found, pages.size());
@@ -130,7 +131,7 @@ void render(const RenderOptions& options) {
 void thumbnail(const RenderOptions& options) {
     const Size size = parseSize(options.size);
     checkOutput(options.output, {options.file});
-    const auto manager = openPDF(options.file);
+    const auto manager = openPDF(options.file, options.password);
     const auto pages = parsePages(options.page, manager->pdfDoc->pageCount());
     const auto image = manager->page(pages.front())->thumbnail(size);
     if (!image) {
@@ -145,6 +146,7 @@ CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, RenderOp
     app->add_option("-o,--output", options.output, "The picture to write; - for standard output")
         ->required()
         ->type_name("OUT.png");
+    addPassword(*app, options.password);
     return app;
 }
 
@@ -158,13 +160,13 @@ Command addRender(CLI::App& tool) {
         ->type_name("LIST");
     app->add_option("--dpi", options->dpi, "Resolution; 72 unless told otherwise")
         ->type_name("D")
-        ->check(CLI::Range(1, 10000));
+        ->check(CLI::Range(1, 10000).description(""));
     app->add_option("--found", options->found, "Recognised text to lay over the pages, as JSON")
         ->type_name("FILE.json")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app->add_flag("--debug", options->debug,
-                  "That text in colour over boxes; without --found, the text that the page has");
+                  "That text in colour over boxes; without --found, the\ntext that the page has");
     app->footer(renderExamples);
     return {app, [options] { render(*options); }};
 }

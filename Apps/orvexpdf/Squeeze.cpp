@@ -117,7 +117,7 @@ Command addSqueeze(CLI::App& tool) {
     app->add_option("-o,--output", options->output.path, "The PDF to write; - for standard output")
         ->type_name("OUT.pdf");
     app->add_flag("--in-place", options->output.inPlace, "Change the file itself");
-    app->add_option("--password", options->password, "Opens the PDF")->type_name("PASSWORD");
+    addPassword(*app, options->password);
     app->footer(examples);
     return {app, [options] { squeeze(*options); }};
 }

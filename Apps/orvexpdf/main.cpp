@@ -60,6 +60,12 @@ void applyGeneralOptions(const GeneralOptions& options) {
     configureMessages(chosen == levels.end() ? fallback : *chosen, options.quiet);
 }
 
+/// Whoever used a command wrongly is shown where the right use is told.
+Failure wrongUsage(const std::string& reason, const CLI::App* command) {
+    const std::string name = command != nullptr ? command->get_name() + " " : "";
+    return {ExitCode::usage, oneLine(reason) + " (see orvexpdf " + name + "--help)"};
+}
+
 std::string whatIsWrong(const CLI::App& tool, const CLI::ParseError& error, int argc, char** argv) {
     if (argc < 2) {
         return "no command given";
@@ -79,7 +85,19 @@ bool parse(CLI::App& tool, int argc, char** argv) {
         printResult(text.str());
         return false;
     } catch (const CLI::ParseError& error) {
-        throw Failure(ExitCode::usage, oneLine(whatIsWrong(tool, error, argc, argv)) + " (see orvexpdf --help)");
+        const auto commands = tool.get_subcommands();
+        throw wrongUsage(whatIsWrong(tool, error, argc, argv), commands.empty() ? nullptr : commands.front());
+    }
+}
+
+void run(const Command& command) {
+    try {
+        command.run();
+    } catch (const Failure& failure) {
+        if (failure.code() == ExitCode::usage) {
+            throw wrongUsage(failure.what(), command.app);
+        }
+        throw;
     }
 }
 
@@ -100,7 +118,7 @@ void runTool(int argc, char** argv) {
     applyGeneralOptions(general);
     for (const auto& command : commands) {
         if (command.app->parsed()) {
-            command.run();
+            run(command);
         }
     }
 }

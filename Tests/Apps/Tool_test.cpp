@@ -1,5 +1,7 @@
 #include "ToolSupport.h"
 
+#include "Support/PDFFixture.h"
+
 namespace orvex::test {
 namespace {
 
@@ -22,13 +24,72 @@ TEST_F(Tool, HelpTeaches) {
     EXPECT_THAT(toolOutput("info --help"), HasSubstr("--json"));
 }
 
-TEST_F(Tool, HelpFitsATerminal) {
-    for (const auto* command : {"--help", "make --help", "info --help"}) {
-        std::istringstream text(toolOutput(command));
+const std::vector<std::string> commands = {"make",  "pages", "squeeze", "optimize",  "diagnose",  "images",    "info",
+                                           "found", "text",  "render",  "thumbnail", "watermark", "text-layer"};
+
+TEST_F(Tool, HelpFitsATerminalAndHasExamples) {
+    const auto overview = toolOutput("--help");
+    for (const auto& command : commands) {
+        EXPECT_THAT(overview, HasSubstr("\n  " + command + " "));
+        const auto help = toolOutput(command + " --help");
+        EXPECT_THAT(help, HasSubstr("Examples:\n  orvexpdf " + command + " ")) << command;
+        std::istringstream text(overview + help);
         for (std::string line; std::getline(text, line);) {
-            EXPECT_LE(line.size(), 100U) << line;
+            EXPECT_LE(line.size(), 92U) << line;
         }
     }
+}
+
+TEST_F(Tool, WrongUsagePointsToTheHelpOfItsCommand) {
+    for (const auto& command : commands) {
+        const std::string pointer = " (see orvexpdf " + command + " --help)\n";
+        expectRefusal("orvexpdf " + command, usage, {" is required", pointer});
+        expectRefusal("orvexpdf " + command + " --sqeeze", usage, {pointer});
+    }
+    copySample("2-letter.jpg", "a.jpg");
+    toolOutput("make a.jpg -o a.pdf");
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"pages a.pdf -o b.pdf", "nothing to do: no operation is given (see orvexpdf pages --help)\n"},
+        {"pages a.pdf --reverse", "either -o or --in-place is needed (see orvexpdf pages --help)\n"},
+        {"pages a.pdf --reverse -o b.pdf --in-place", "-o and --in-place cannot be had both (see orvexpdf pages"},
+        {"pages a.pdf --remove 2 -o b.pdf", "pages 2: the document has 1 page (see orvexpdf pages --help)\n"},
+        {"squeeze a.pdf --mode strong --pages x -o b.pdf",
+         "not a list of pages like 1-3,7,9-end (see orvexpdf squeeze"},
+        {"images a.pdf --page 2 -o folder", "pages 2: the document has 1 page (see orvexpdf images --help)\n"},
+        {"optimize a.jpg --mode strong -o a.jpg", "a.jpg is an input: it would be overwritten (see orvexpdf optimize"},
+        {"optimize a.jpg --mode strong -o b.jpg --dpi 0",
+         "--dpi: 0 is not a number from 1 to 100000 (see orvexpdf opt"},
+        {"diagnose a.jpg --quality 1.1", "--quality: 1.1 is not a number from 0 to 1 (see orvexpdf diagnose --help)\n"},
+        {"found a.pdf --page 1 --pages 1", "--page"},
+        {"found a.pdf --page 1,1", "--page takes one page; --pages takes several (see orvexpdf found --help)\n"},
+        {"text a.pdf --pages 2", "pages 2: the document has 1 page (see orvexpdf text --help)\n"},
+        {"bake a.pdf", "bake: no such command (see orvexpdf --help)\n"},
+    };
+    for (const auto& [arguments, message] : cases) {
+        expectRefusal("orvexpdf " + arguments, usage, {message});
+    }
+}
+
+TEST_F(Tool, EncryptedPDFsOpenWithAPasswordWhateverTheCommand) {
+    write("plain.pdf", pdfFromPages({{showing("words")}}));
+    oracle("qpdf --encrypt user owner 256 -- plain.pdf a.pdf");
+    write("found.json", R"({"pages":[]})");
+    for (const std::string command :
+         {"pages a.pdf --reverse -o out.pdf", "squeeze a.pdf --mode strong -o out.pdf",
+          "watermark a.pdf --text DRAFT -o out.pdf", "text-layer a.pdf --found found.json -o out.pdf",
+          "images a.pdf -o folder", "found a.pdf", "text a.pdf", "info a.pdf",
+          "thumbnail a.pdf --page 1 --size 9x9 -o b.png", "render a.pdf --page 1 --dpi 9 -o b.png"}) {
+        expectRefusal("orvexpdf " + command, locked, {"a.pdf: a password is needed"});
+        expectRefusal("orvexpdf " + command + " --password other", locked,
+                      {"a.pdf: the password is not the right one"});
+        (void)toolOutput(command + " --password user");
+        if (command.ends_with("out.pdf")) { // what was changed needs the password as before
+            EXPECT_EQ(shell("qpdf --requires-password out.pdf").exitCode, 0) << command;
+            EXPECT_EQ(shell("qpdf --password=user --check out.pdf").exitCode, 0) << command;
+            std::filesystem::remove(path("out.pdf"));
+        }
+    }
+    (void)toolOutput("found a.pdf --password owner");
 }
 
 TEST_F(Tool, TellsItsVersion) {
