@@ -13,8 +13,10 @@
 
 namespace orvex {
 
+/// Used from one thread at a time.
 class OrvexPDFDocument : public PDFDocument {
 public:
+    /// An empty document.
     OrvexPDFDocument() = default;
     /// Null when the bytes are no PDF that can be opened; the reason goes to `why` when given. `password` is the
     /// owner's or the user's; a file that needs none opens with any.

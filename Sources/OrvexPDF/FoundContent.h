@@ -30,10 +30,12 @@ struct OrvexFoundSize {
     OrvexFoundSize() = default;
     OrvexFoundSize(double width, double height) : h(height), w(width) {}
     explicit OrvexFoundSize(const Size& size) : OrvexFoundSize(size.width, size.height) {}
+    /// The size, when both numbers are there.
     [[nodiscard]] std::optional<Size> cgSize() const;
     friend bool operator==(const OrvexFoundSize&, const OrvexFoundSize&) = default;
 };
 
+/// A font as a recogniser describes it.
 struct OrvexFoundFont {
     std::optional<std::string> name;
     std::optional<double> size;
@@ -58,6 +60,7 @@ struct OrvexFoundItem {
     friend bool operator==(const OrvexFoundItem&, const OrvexFoundItem&) = default;
 };
 
+/// What was found on a page.
 struct OrvexFoundPage {
     std::optional<OrvexFoundSize> size;               ///< extent of the space that the boxes are given in
     std::optional<std::vector<OrvexFoundItem>> items; ///< in reading order
@@ -77,18 +80,21 @@ struct OrvexFoundPage {
     friend bool operator==(const OrvexFoundPage&, const OrvexFoundPage&) = default;
 };
 
+/// What was found on the pages of a document.
 struct OrvexFoundDocument {
     std::optional<std::string> author;
     std::optional<std::string> creator;
     std::optional<std::string> source; ///< "pdf" for content read out of pages
     std::optional<std::vector<OrvexFoundPage>> pages;
 
+    /// JSON, from it and to it, as for a page.
     [[nodiscard]] std::optional<Bytes> toData(bool pretty) const;
     [[nodiscard]] std::string toJSONString(bool pretty) const;
     [[nodiscard]] static std::optional<OrvexFoundDocument> from(const Bytes& jsonData, std::string* why = nullptr);
     friend bool operator==(const OrvexFoundDocument&, const OrvexFoundDocument&) = default;
 };
 
+/// One thing that a recogniser found, in its own words.
 struct OrvexFoundFeature {
     std::optional<OrvexFoundBox> box;
     std::optional<double> score;

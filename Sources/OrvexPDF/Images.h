@@ -12,7 +12,9 @@
 
 namespace orvex {
 
+/// Which encoding was chosen; the optimiser chooses none, PNG or JPEG.
 enum class OrvexImageMetaMode { undefined, png, jpg, jpg2000, tiff };
+/// As it is written here.
 [[nodiscard]] std::string_view name(OrvexImageMetaMode mode);
 
 /// The outcome of optimising one image. `mode` is undefined exactly when `count` is noCount.
@@ -22,9 +24,13 @@ struct OrvexImageMeta {
     std::int64_t count = noCount; ///< bytes of the chosen encoding
     OrvexImageMetaMode mode = OrvexImageMetaMode::undefined;
 };
+/// For log lines.
 [[nodiscard]] std::string describe(const OrvexImageMeta& meta);
 
-/// A new image of the same size in points at `dpi` dots per inch, or the input itself when no bitmap can be made.
+// Images are neither null nor changed. Threads: any, but for what renders a page.
+
+/// A new image of the same size in points at `dpi` dots per inch, or the input itself when no bitmap can be made. A
+/// size in pixels that is no integer of 64 bits is fatal.
 [[nodiscard]] ImagePtr orvexImageTransform(const ImagePtr& image, std::int64_t dpi);
 /// Whether the image measures more than `dpi`, by more than the rounding of its size in points.
 [[nodiscard]] bool isFiner(const Image& image, std::int64_t dpi);
@@ -39,7 +45,8 @@ struct OrvexImageMeta {
 /// The page as shown, at least 1024 points on its longer side, as if at 300 dpi.
 [[nodiscard]] ImagePtr orvexOCRImage(OrvexPDFPage& page);
 /// The record's original image, turned by its rotation, or else its original page; null, with a warning, without
-/// either. While a page is rendered its rotation is changed: nothing else may use it meanwhile.
+/// either. While a page is rendered its rotation is changed: nothing else may use it meanwhile. Throws
+/// std::invalid_argument for the rotation of a page that is no multiple of 90; one that overflows is fatal.
 [[nodiscard]] ImagePtr orvexOCRImage(const OrvexPDFPageMeta& meta);
 /// A new image with the first representation. By design `size` is not looked at. Without one: the very image.
 [[nodiscard]] ImagePtr imageOfSize(const ImagePtr& image, Size size);

@@ -37,7 +37,8 @@ inline const NotificationName PDFDocumentContentChanged{"OrvexPDFDocumentContent
 inline const NotificationName PDFDocumentBytesChanged{"OrvexPDFDocumentBytesChanged"};
 
 /// Meant to be driven from the main thread. Called from another one, edits are carried to the main queue and the caller
-/// waits; what is read meanwhile is not guarded. Page indices count from 0; -1 appends.
+/// waits; what is read meanwhile is not guarded. Page indices count from 0; insertions take 0 to the page count, and -1
+/// for the end. What an edit cannot do it leaves undone, with a line of the log at debug level or none.
 class OrvexPDFDocumentManager : public std::enable_shared_from_this<OrvexPDFDocumentManager> {
 public:
     /// A manager with an empty document.
@@ -47,21 +48,22 @@ public:
     OrvexPDFDocumentManager(const OrvexPDFDocumentManager&) = delete;
     OrvexPDFDocumentManager& operator=(const OrvexPDFDocumentManager&) = delete;
 
-    std::weak_ptr<OrvexPDFDocumentManagerDelegate> delegate;
-    OrvexPDFDocumentPtr pdfDoc;               ///< never null
-    OrvexPDFPageMetaList pagesMeta;           ///< element i describes page i
-    std::int64_t silent = 0;                  ///< depth of batches under way; above 0 nobody is notified
-    std::int64_t originalBytes = 0;           ///< size of the data that was last loaded or replaced
-    std::int64_t documentBytes = 0;           ///< serialised size as last measured
-    bool needsUpdateDocumentBytes = false;    ///< the content changed since
-    const std::string id;                     ///< a new UUID
-    std::shared_ptr<UndoManager> undoManager; ///< the host's; none: nothing is undoable
-    std::string pdfProducer = "Quillo.app";   ///< stamped as Producer, on saving also as Creator
+    std::weak_ptr<OrvexPDFDocumentManagerDelegate> delegate; ///< the host's, which keeps it alive
+    OrvexPDFDocumentPtr pdfDoc;                              ///< never null
+    OrvexPDFPageMetaList pagesMeta;                          ///< element i describes page i
+    std::int64_t silent = 0;                                 ///< depth of batches under way; above 0 nobody is notified
+    std::int64_t originalBytes = 0;                          ///< size of the data that was last loaded or replaced
+    std::int64_t documentBytes = 0;                          ///< serialised size as last measured
+    bool needsUpdateDocumentBytes = false;                   ///< the content changed since
+    const std::string id;                                    ///< a new UUID
+    std::shared_ptr<UndoManager> undoManager;                ///< the host's; none: nothing is undoable
+    std::string pdfProducer = "Quillo.app";                  ///< stamped as Producer, on saving also as Creator
 
     // Manager.cpp: loading, saving, size, news
     /// Reads a file and opens it; undo history is cleared, a record per page is appended. False on any failure, with
     /// nothing changed; lastLoadError() then says why. `password` opens an encrypted file: the owner's or the user's.
     bool load(const std::filesystem::path& url, const std::string& password = {});
+    /// The same for a file's bytes, which are shared, not copied.
     bool load(const Bytes& data, const std::string& password = {});
     /// One line that says why the last load() failed; empty after one that did not.
     [[nodiscard]] const std::string& lastLoadError() const { return lastLoadError_; }
@@ -93,8 +95,11 @@ public:
     /// Inserts with a copy of the record and returns the record's id, also when nothing was inserted: when the index is
     /// refused or the page is null.
     std::string insert(OrvexPDFPagePtr page, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    /// At the end, with a new record.
     std::string append(OrvexPDFPagePtr page);
+    /// Takes out page and record. Nothing happens for an index without a library page.
     void remove(std::int64_t pageAt);
+    /// The same for this very page object. Nothing happens when it is not in the document.
     void remove(const OrvexPDFPagePtr& page);
     /// Swaps page and record. With `force` a copy of the page goes in, as it would be read back from a saved file; the
     /// undo brings the very page back that stood there.
@@ -103,7 +108,8 @@ public:
     /// The listed pages, in the listed order, go before the page that is at `to`: one undo step. The indices must be
     /// valid and distinct; others are fatal.
     void move(const std::vector<std::int64_t>& pagesAt, std::int64_t to);
-    /// A quarter turn through the page's record, whose rotation grows or shrinks by 90 without being reduced.
+    /// A quarter turn through the page's record, whose rotation grows or shrinks by 90 degrees without being reduced.
+    /// Nothing happens for an index that is negative or beyond the page count; the page count itself is fatal.
     void rotate(std::int64_t pageAt, bool left);
 
     // Manager+Insert.cpp: images and documents, each undoable
@@ -111,19 +117,24 @@ public:
     /// record's id, also when nothing was inserted. Its pixels are not decoded for it: bytes that break off behind a
     /// sound header (verifyEncoded() finds them) become a page that shows as much of them as a reader can.
     std::string insert(const ImagePtr& image, std::int64_t atIndex, const OrvexPDFPageMeta& meta);
+    /// The same at the end.
     std::string append(const ImagePtr& image, const OrvexPDFPageMeta& meta);
     /// The document's library pages themselves, in one step, each with a new record without a source; where its user
     /// info holds "sidecar", each page's last image in its place, if it has one. Returns the records' ids in order;
     /// none when the index is refused, which a line on standard output tells, or the document is null.
     std::vector<std::string> insert(const OrvexPDFDocumentPtr& document, std::int64_t atIndex);
+    /// The same at the end.
     std::vector<std::string> append(const OrvexPDFDocumentPtr& document);
 
     // Manager.cpp: lookups
+    /// The library page at an index; null when there is none.
     [[nodiscard]] OrvexPDFPagePtr page(std::int64_t at) const;
-    /// A copy; an index equal to the page count is fatal.
+    /// A copy of the record at an index; empty when it is negative or beyond the page count, which itself is fatal.
     [[nodiscard]] std::optional<OrvexPDFPageMeta> meta(std::int64_t at) const;
+    /// A copy of the first record with this id; empty when there is none.
     [[nodiscard]] std::optional<OrvexPDFPageMeta> meta(const std::string& id) const;
-    [[nodiscard]] std::int64_t pageIndex(const std::string& id) const; ///< notFound when unknown
+    /// Where that record stands; notFound when there is none.
+    [[nodiscard]] std::int64_t pageIndex(const std::string& id) const;
 
     // Manager+Meta.cpp: pages from records
     /// The page that the record describes; null without a usable source (fatal when debug lines are on). The document

@@ -15,9 +15,9 @@ namespace orvex {
 class OrvexPDFDocument;
 
 enum class OrvexPDFPageErrorCode {
-    cannotCreateBitmap,
-    cannotGetPageAndContext,
-    couldNotOpenPageDictionary,
+    cannotCreateBitmap,         ///< no pixels, too many of them, or a page that cannot be rendered
+    cannotGetPageAndContext,    ///< a blank page
+    couldNotOpenPageDictionary, ///< declared for hosts, as the others below
     couldNotReadResources,
     cannotCopyData
 };
@@ -35,7 +35,8 @@ private:
 /// Pixels per point of the screen that thumbnails are for: the host's to set, 1 until then. Threads: any.
 void setMainScreenBackingScale(double scale);
 
-/// Settings change only while nothing draws the page.
+/// A page of the library: what every page of a loaded document is. Its settings are drawn over its content; they stay
+/// with the object and are not saved by themselves. They change only while nothing draws the page.
 class OrvexPDFPage : public PDFPage, public std::enable_shared_from_this<OrvexPDFPage> {
 public:
     using PDFPage::PDFPage;

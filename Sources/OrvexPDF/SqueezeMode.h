@@ -12,8 +12,11 @@
 
 namespace orvex {
 
+/// How colours are to be treated.
 enum class OrvexPDFSqueezeColors { colors, graytones, blackAndWhite };
+/// How images are to be encoded.
 enum class OrvexPDFSqueezeMethod { best, original };
+/// The built-in presets, by their ids.
 enum class OrvexPDFSqueezePresetModes { strong, medium, low };
 
 /// The exact, case-sensitive raw strings of the three enumerations; an unknown string gives nothing.
@@ -26,10 +29,11 @@ template <class Enumeration> [[nodiscard]] std::optional<Enumeration> fromRawVal
 /// alone; colours and method are kept for the host.
 class OrvexPDFSqueezeMode {
 public:
+    /// Everything is taken as it is: nothing is checked.
     OrvexPDFSqueezeMode(std::int64_t modeDpi, std::int64_t modeQuality, OrvexPDFSqueezeColors modeColors,
                         OrvexPDFSqueezeMethod modeMethod, std::string modeId, std::string modeTitle);
     const std::string id;
-    std::string title;
+    std::string title;    ///< for people, in the host's language
     std::int64_t dpi;     ///< dots per inch; finer images are reduced to it
     std::int64_t quality; ///< JPEG quality in percent
     OrvexPDFSqueezeColors colors;

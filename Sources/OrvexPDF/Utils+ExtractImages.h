@@ -26,6 +26,7 @@ struct EmbeddedRaw {
 };
 using EmbeddedImage = std::variant<EmbeddedJPG, EmbeddedRaw>;
 
+/// Why a page's images cannot be read.
 enum class PDFReadErrorCode {
     couldNotOpenPage, ///< declared for hosts; nothing here fails with it
     couldNotGetPageReference,
@@ -49,6 +50,7 @@ private:
     std::int64_t page_ = 0;
 };
 
+/// Why an image cannot be decoded.
 enum class RawDecodingErrorCode {
     noColorSpace,
     unkownColorSpace, ///< spelled so in logs that hosts read
@@ -76,6 +78,7 @@ private:
     std::string name_;
 };
 
+/// Gets one image and its resource name.
 using EmbeddedImageHandler = std::function<void(const EmbeddedImage& image, const std::string& name)>;
 /// Told of an image that fails, besides the log.
 using EmbeddedImageErrorHandler = std::function<void(const std::exception& error, const std::string& name)>;
@@ -91,6 +94,7 @@ void walkEmbeddedImages(const PDFPage& page, const EmbeddedImageHandler& handler
 /// One XObject; empty, without an error, for what is no image. Throws PDFReadError (cannotCopyData) and
 /// RawDecodingError.
 [[nodiscard]] std::optional<EmbeddedImage> decodeEmbeddedImage(const std::string& key, const PDFObject& object);
+/// Whether points may have fractions.
 enum class PointSize { exact, whole };
 /// As an image for a host: pixels at 300 dpi, or stored data at their own size. The size in points is cut to whole
 /// points on demand (one without any then has a point per pixel). Null for data that no codec reads.

@@ -92,6 +92,36 @@ TEST_F(Tool, EncryptedPDFsOpenWithAPasswordWhateverTheCommand) {
     (void)toolOutput("found a.pdf --password owner");
 }
 
+TEST_F(Tool, InputsAreNamedWhenTheyCannotBeUsedAndNeverChanged) {
+    write("good.pdf", pdfFromPages({{showing("words")}, {""}}));
+    const auto good = read("good.pdf");
+    write("text.pdf", "This is a text, whatever its name says.\n");
+    write("cut.pdf", good.slice(0, 300));
+    write("found.json", R"({"pages":[]})");
+    for (const std::string rest :
+         {"pages FILE --reverse -o out.pdf", "squeeze FILE --mode strong -o out.pdf",
+          "watermark FILE --text DRAFT -o out.pdf", "text-layer FILE --found found.json -o out.pdf",
+          "images FILE -o folder", "found FILE -o out.json", "text FILE -o out.txt", "info FILE",
+          "thumbnail FILE --page 1 --size 9x9 -o out.png", "render FILE --page 1 --dpi 9 -o out.png"}) {
+        const auto with = [&](const std::string& file) {
+            return "orvexpdf " + std::string(rest).replace(rest.find("FILE"), 4, file);
+        };
+        expectRefusal(with("missing.pdf"), unreadable, {"missing.pdf: No such file or directory"});
+        expectRefusal(with("text.pdf"), unusable, {"text.pdf: not a PDF"});
+        expectRefusal(with("cut.pdf"), unusable, {"cut.pdf: damaged PDF"});
+        expectRefusal(with("- </dev/null"), unusable, {"standard input: not a PDF"});
+        EXPECT_EQ(shell(with("good.pdf")).exitCode, done) << rest;
+        EXPECT_EQ(shell(with("- <good.pdf")).exitCode, done) << rest;
+        EXPECT_EQ(read("good.pdf"), good) << rest;
+        if (rest.find("-o out") != std::string::npos) {
+            const auto over =
+                with("good.pdf").replace(with("good.pdf").find("-o out"), std::string::npos, "-o good.pdf");
+            expectRefusal(over, usage, {"good.pdf is an input: it would be overwritten"});
+        }
+        EXPECT_EQ(read("good.pdf"), good) << rest;
+    }
+}
+
 TEST_F(Tool, TellsItsVersion) {
     EXPECT_THAT(toolOutput("--version"), testing::MatchesRegex("orvexpdf [0-9.]+\n"));
 }

@@ -72,7 +72,7 @@ TEST(Images, modesAreNamedInOrder) {
 
 TEST(Images, aMetaDescribesItsFields) {
     const OrvexImageMeta meta{jpegImage(makePhoto(30, 30), 72), 5, OrvexImageMetaMode::png};
-    EXPECT_THAT(describe(meta), StartsWith("OrvexImageMeta(image: <Image 0x"));
+    EXPECT_THAT(describe(meta), StartsWith("OrvexImageMeta(image: <NSImage 0x"));
     EXPECT_THAT(describe(meta), testing::EndsWith(">, count: 5, mode: OrvexPDF.OrvexImageMetaMode.png)"));
 }
 

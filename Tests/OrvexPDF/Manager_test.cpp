@@ -106,6 +106,39 @@ TEST(ManagerLoading, MakesARecordPerPageAndTellsTheSizeOnly) {
     EXPECT_EQ(manager->lastLoadFailure(), std::nullopt);
 }
 
+/// A page that shows one glyph, which stands for these UTF-16 code units.
+Bytes fileShowing(const std::string& units) {
+    const std::string map = "/CIDInit /ProcSet findresource begin 12 dict begin begincmap\n"
+                            "1 begincodespacerange <00> <FF> endcodespacerange\n1 beginbfchar <41> <" +
+                            units + "> endbfchar\nendcmap end end";
+    return Bytes(pdfFromObjects({
+        "<< /Type /Catalog /Pages 2 0 R >>",
+        "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Contents 4 0 R /Resources << /Font << /F1 5 0 R >> >> "
+        ">>",
+        streamBody("BT /F1 24 Tf 72 700 Td (A) Tj ET"),
+        "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /ToUnicode 6 0 R >>",
+        streamBody(map),
+    }));
+}
+
+TEST(ManagerLoading, WhiteSpaceOfAnyKindAloneIsNoText) {
+    const auto hasText = [](const std::string& units) {
+        const auto manager = OrvexPDFDocumentManager::create();
+        EXPECT_TRUE(manager->load(fileShowing(units)));
+        return static_cast<bool>(manager->pagesMeta[0].originalPageHasText);
+    };
+    for (const std::string space :
+         {"0009", "000A", "000B", "000C", "000D", "0020", "0085",     "00A0",     "1680",        "2000",
+          "2001", "2002", "2003", "2004", "2005", "2006", "2007",     "2008",     "2009",        "200A",
+          "200B", "2028", "2029", "202F", "205F", "3000", "00200020", "000D000A", "002000A02003"}) {
+        EXPECT_FALSE(hasText(space)) << space;
+    }
+    for (const std::string text : {"0041", "002E", "FEFF", "2060", "180E", "00200041", "D83DDE00"}) {
+        EXPECT_TRUE(hasText(text)) << text;
+    }
+}
+
 TEST(ManagerLoading, LogsTheSizeAndItsNews) {
     const auto data = fileOfPages(1);
     const auto manager = OrvexPDFDocumentManager::create();

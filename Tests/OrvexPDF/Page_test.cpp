@@ -201,6 +201,43 @@ TEST(Page, ASavedPageHasItsOverlayInItsContentAndNoSettings) {
     EXPECT_TRUE(again->orvexPage(0)->hasText());
 }
 
+TEST(Page, WhatDrawsNothingAddsNothingToTheFile) {
+    const auto document = OrvexPDFDocument::fromData(pdfFromPages({{showing("A"), "[0 0 300 200]"}}));
+    const auto page = document->orvexPage(0);
+    const auto plain = document->dataRepresentation();
+    const OrvexFoundBox box(Rect{10, 20, 100, 12});
+    const auto withItems = [](std::optional<std::vector<OrvexFoundItem>> items) {
+        OrvexFoundPage nothing(OrvexFoundSize(300, 200));
+        nothing.items = std::move(items);
+        return nothing;
+    };
+    OrvexFoundPage withoutSize = *found("text");
+    withoutSize.size.reset();
+    OrvexFoundItem withoutBox = OrvexFoundItem("text", box);
+    withoutBox.box.reset();
+    page->textRotation = 90;
+    page->watermarkText = "";
+    for (const auto& nothing :
+         {withItems({}), withItems(std::vector<OrvexFoundItem>()), withItems(std::vector{withoutBox}), withoutSize,
+          withItems(std::vector{OrvexFoundItem(" \n\u00A0", box)})}) {
+        page->foundPage = std::make_shared<const OrvexFoundPage>(nothing);
+        EXPECT_EQ(document->dataRepresentation(), plain);
+    }
+    page->foundPage = found("text");
+    EXPECT_NE(document->dataRepresentation(), plain);
+}
+
+TEST(Page, InvisibleTextIsShownInTheModeForItAndNotByTransparency) {
+    const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
+    page->foundPage = found("hello");
+    const test::SavedDocument saved(*page->createDocumentFromPage());
+    const std::string file =
+        test::run("qpdf --qdf --object-streams=disable " + test::quoted(saved.path()) + " -").output;
+    EXPECT_NE(file.find("3 Tr"), std::string::npos);
+    EXPECT_EQ(file.find("/ca "), std::string::npos);
+    EXPECT_EQ(file.find("/SMask"), std::string::npos);
+}
+
 TEST(Page, ASecondLayerOverASavedOneKeepsBothFonts) {
     const auto page = OrvexPDFPage::fromImage(whiteImage(300, 200));
     page->foundPage = found("first");

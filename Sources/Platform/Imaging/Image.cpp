@@ -122,7 +122,7 @@ int Image::orientationDegrees() const {
 std::string Image::description() const {
     char address[2 + 2 * sizeof(void*) + 1];
     std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
-    std::string text = "<Image " + std::string(address) + " " + describeSize(size_) + " Reps=(";
+    std::string text = "<NSImage " + std::string(address) + " " + describeSize(size_) + " Reps=(";
     for (const ImageRepPtr& rep : reps_) {
         text += (rep == reps_.front() ? "" : ", ") + describeSize(rep->size()) +
                 " Pixels=" + std::to_string(rep->pixelsWide()) + "x" + std::to_string(rep->pixelsHigh());

@@ -161,7 +161,8 @@ TEST(Image, damagedPixelsAreAnErrorOnlyWhenAskedFor) {
 
 TEST(Image, descriptionNamesSizeAndRepresentations) {
     const auto image = Image::fromBitmap(std::make_shared<const Bitmap>(makePhoto(300, 200)), {72, 48});
-    EXPECT_NE(image->description().find(" Size={72.0, 48.0} Reps=(Size={72.0, 48.0} Pixels=300x200)>"),
-              std::string::npos)
-        << image->description();
+    char address[32];
+    std::snprintf(address, sizeof address, "%p", static_cast<const void*>(image.get()));
+    EXPECT_EQ(image->description(),
+              "<NSImage " + std::string(address) + " Size={72.0, 48.0} Reps=(Size={72.0, 48.0} Pixels=300x200)>");
 }
