@@ -45,6 +45,9 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
 }
 
 void OrvexPDFPage::drawOverlay(PDFDisplayBox box, GraphicsContext& context) const {
+    if (!foundPage && !watermarkText) { // most pages of a long file: their boxes need not be read
+        return;
+    }
     const Rect drawn = bounds(box);
     if (const std::int64_t degrees = textRotation % 360; degrees != 0) {
         context.concatenate(textRotationTransform(drawn, degrees));

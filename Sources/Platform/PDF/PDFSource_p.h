@@ -5,6 +5,7 @@
 #include "Platform/Foundation/Geometry.h"
 #include "Platform/PDF/GraphicsContext.h"
 #include "Platform/PDF/Loading/PageList_p.h"
+#include "Platform/PDF/Loading/PageTexts_p.h"
 #include "Platform/PDF/PDFDocument.h"
 
 #include <qpdf/QPDF.hh>
@@ -54,6 +55,10 @@ public:
     [[nodiscard]] QPDFObjGen pageID(int index) const { return pages_.ids.at(static_cast<std::size_t>(index)); }
     /// Which page an object is; none for what is no page. The same id may stand for no more than one.
     [[nodiscard]] std::optional<int> pageNumber(QPDFObjGen id) const;
+    /// A page from the file's bytes, with nothing of it kept. False where only the parser can tell what it is.
+    bool readPage(int index, PageTexts::Wanted wanted, PageText& text) const;
+    /// Objects from the file's bytes; null where only the parser can read them.
+    [[nodiscard]] StoredObjects* storedObjects() const { return stored_ ? &stored_->objects : nullptr; }
     /// Throws std::bad_alloc when memory ran out while the shared parse read something, which it then took for null;
     /// the file is parsed anew before.
     void requireMemory() const;
@@ -63,6 +68,14 @@ private:
     Bytes bytes_;
     std::string password_;
     mutable std::shared_ptr<QPDF> pdf_;
+    /// What is read from the bytes themselves.
+    struct Stored {
+        Stored(const Bytes& file, QPDF& pdf) : table(pdf), objects(file, table), pages(objects) {}
+        ObjectTable table;
+        StoredObjects objects;
+        PageTexts pages;
+    };
+    std::unique_ptr<Stored> stored_; ///< null for a file whose bytes do not show its pages: damaged, or encrypted
     PageList pages_;
     mutable std::vector<std::pair<QPDFObjGen, int>> pageNumbers_; ///< sorted; empty until somebody asks
     mutable std::vector<std::shared_ptr<QPDF>> retired_;          ///< kept for the handles that are about

@@ -202,7 +202,11 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
         source->bytes_ = bytes;
         source->password_ = password;
         source->pdf_ = parseWithOrWithout(bytes, source->password_);
-        source->pages_ = listPages(*source->pdf_, bytes, ObjectTable(*source->pdf_));
+        source->stored_ = std::make_unique<Stored>(bytes, *source->pdf_);
+        source->pages_ = listPages(*source->pdf_, bytes, source->stored_->table);
+        if (source->pages_.repaired || source->pdf_->isEncrypted()) {
+            source->stored_.reset();
+        }
         orvex::requireMemory(*source->pdf_);
     } catch (const PDFOpenError&) {
         throw;
@@ -236,9 +240,15 @@ void PDFSource::requireMemory() const {
 
 Rect PDFSource::box(int page, PDFDisplayBox box) const {
     const std::lock_guard lock(mutex_);
-    const Rect found = pageBox(this->page(page), box);
+    PageText text;
+    const bool readable = readPage(page, PageTexts::Wanted::boxes, text);
+    const Rect found = pageBox(readable ? QPDFObjectHandle::parse(pdf_.get(), text.attributes) : this->page(page), box);
     requireMemory();
     return found;
+}
+
+bool PDFSource::readPage(int index, PageTexts::Wanted wanted, PageText& text) const {
+    return stored_ && stored_->pages.read(*pdf_, pageID(index), wanted, text);
 }
 
 int PDFSource::rotation(int page) const {

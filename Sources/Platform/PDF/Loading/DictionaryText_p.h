@@ -37,6 +37,7 @@ public:
     bool word(std::string_view word);
     /// What is left, without the white space ahead of it.
     std::string_view rest();
+    [[nodiscard]] const char* position() const { return at_; }
 
 private:
     void skipSpace();

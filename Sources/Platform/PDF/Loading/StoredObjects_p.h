@@ -38,6 +38,7 @@ private:
 /// A dictionary, or a stream's.
 struct StoredObject {
     std::vector<TextEntry> entries;
+    std::string_view text;             ///< the dictionary, with its brackets
     std::size_t data = 0;              ///< a stream's: where in the file its bytes begin; 0 for a dictionary
     std::shared_ptr<const void> owner; ///< of the text; null where that is the file's own
 };
@@ -49,6 +50,8 @@ public:
     StoredObjects(const Bytes& file, const ObjectTable& table);
     /// False for an object that is none of the file's, and unless it is a dictionary or a stream, plainly spelled.
     bool read(QPDF& pdf, QPDFObjGen id, StoredObject& object);
+    /// None for an object that is no plainly spelled integer in the file itself.
+    [[nodiscard]] std::optional<int> integer(QPDFObjGen id) const;
     /// Streams that had to be unpacked more than once.
     [[nodiscard]] int repeats() const { return repeats_; }
 
@@ -58,6 +61,8 @@ private:
         std::shared_ptr<const Buffer> data;
         std::vector<std::pair<int, std::size_t>> places; ///< by number
     };
+    /// Behind "obj"; none where no such object begins.
+    [[nodiscard]] std::optional<TextScanner> begin(const ObjectTable::Place& place) const;
     bool readInFile(const ObjectTable::Place& place, StoredObject& object) const;
     bool readPacked(QPDF& pdf, const ObjectTable::Place& place, StoredObject& object);
     const Unpacked* unpacked(QPDF& pdf, int stream);
@@ -65,7 +70,7 @@ private:
     std::string_view file_; ///< from its header on
     std::size_t header_;
     const ObjectTable& table_;
-    std::array<Unpacked, 4> kept_;
+    std::array<Unpacked, 8> kept_;
     std::size_t oldest_ = 0;
     std::vector<int> seen_; ///< streams that were unpacked before, by number
     int repeats_ = 0;

@@ -44,6 +44,15 @@ std::vector<std::pair<int, std::size_t>> readPlaces(std::string_view data, int c
     return ambiguous ? std::vector<std::pair<int, std::size_t>>{} : places;
 }
 
+bool readDictionary(TextScanner& scanner, StoredObject& object) {
+    const char* const start = scanner.rest().data();
+    if (!scanner.dictionary(object.entries)) {
+        return false;
+    }
+    object.text = {start, static_cast<std::size_t>(scanner.position() - start)};
+    return true;
+}
+
 } // namespace
 
 ObjectTable::ObjectTable(QPDF& pdf) {
@@ -76,7 +85,7 @@ StoredObjects::StoredObjects(const Bytes& file, const ObjectTable& table)
 }
 
 bool StoredObjects::read(QPDF& pdf, QPDFObjGen id, StoredObject& object) {
-    object = {std::move(object.entries), 0, nullptr};
+    object = {std::move(object.entries), {}, 0, nullptr};
     const auto position = table_.position(id);
     if (!position) {
         return false;
@@ -85,22 +94,34 @@ bool StoredObjects::read(QPDF& pdf, QPDFObjGen id, StoredObject& object) {
     return place.packed ? readPacked(pdf, place, object) : readInFile(place, object);
 }
 
-bool StoredObjects::readInFile(const ObjectTable::Place& place, StoredObject& object) const {
-    if (place.at <= 0 || static_cast<std::size_t>(place.at) >= file_.size()) {
-        return false;
+std::optional<TextScanner> StoredObjects::begin(const ObjectTable::Place& place) const {
+    if (place.packed || place.at <= 0 || static_cast<std::size_t>(place.at) >= file_.size()) {
+        return std::nullopt;
     }
     TextScanner scanner(file_, static_cast<std::size_t>(place.at));
     const auto number = scanner.value();
     const auto generation = scanner.value();
-    if (integerOf(number ? &*number : nullptr) != place.number ||
-        integerOf(generation ? &*generation : nullptr) != place.generation || !scanner.word("obj") ||
-        !scanner.dictionary(object.entries)) {
+    const bool found = integerOf(number ? &*number : nullptr) == place.number &&
+                       integerOf(generation ? &*generation : nullptr) == place.generation && scanner.word("obj");
+    return found ? std::optional(scanner) : std::nullopt;
+}
+
+std::optional<int> StoredObjects::integer(QPDFObjGen id) const {
+    const auto position = table_.position(id);
+    auto scanner = position ? begin(table_[*position]) : std::nullopt;
+    const auto value = scanner ? scanner->value() : std::nullopt;
+    return value && scanner->word("endobj") ? integerOf(&*value) : std::nullopt;
+}
+
+bool StoredObjects::readInFile(const ObjectTable::Place& place, StoredObject& object) const {
+    auto scanner = begin(place);
+    if (!scanner || !readDictionary(*scanner, object)) {
         return false;
     }
-    if (scanner.word("endobj")) {
+    if (scanner->word("endobj")) {
         return true;
     }
-    std::string_view rest = scanner.rest();
+    const std::string_view rest = scanner->rest();
     const std::string_view begin = rest.starts_with("stream\r\n") ? "stream\r\n" : "stream\n";
     object.data = header_ + static_cast<std::size_t>(rest.data() - file_.data()) + begin.size();
     return rest.starts_with(begin);
@@ -116,7 +137,8 @@ bool StoredObjects::readPacked(QPDF& pdf, const ObjectTable::Place& place, Store
         return false;
     }
     object.owner = stream->data;
-    return TextScanner(textOf(*stream->data), found->second).dictionary(object.entries);
+    TextScanner scanner(textOf(*stream->data), found->second);
+    return readDictionary(scanner, object);
 }
 
 const StoredObjects::Unpacked* StoredObjects::unpacked(QPDF& pdf, int stream) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,9 @@ struct StoredStream {
 /// here. Hold the source's mutex.
 [[nodiscard]] std::vector<StoredStream> storedStreams(const PDFSource& source, QPDFObjectHandle contents,
                                                       std::size_t limit);
+/// The same of the /Contents that a page's text has. None where only the parser can tell what they are.
+[[nodiscard]] std::optional<std::vector<StoredStream>> storedStreams(const PDFSource& source, const StoredObject& page,
+                                                                     std::size_t limit);
 /// Unpacks one behind the other, up to `limit` bytes in all; of a damaged one what can be unpacked. Threads: any.
 void unpack(const std::vector<StoredStream>& streams, std::size_t limit, ContentBuffer& buffer);
 

@@ -13,7 +13,7 @@ namespace orvex {
 
 namespace {
 
-constexpr int mostStreams = 100'000; // of one page
+constexpr std::size_t mostStreams = 100'000; // of one page
 
 enum class Packing { none, flate, other };
 
@@ -29,16 +29,8 @@ Packing packingOf(QPDFObjectHandle dictionary) {
     return flate && dictionary.getKey("/DecodeParms").isNull() ? Packing::flate : Packing::other;
 }
 
-/// The stream's bytes in the file that lies in memory; none where they are not just there.
-std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
-    const auto offset = stream.getParsedOffset();
-    auto length = stream.getDict().getKey("/Length");
-    if (offset <= 0 || !length.isInteger() || length.getIntValue() < 0 || source.pdf().isEncrypted()) {
-        return {};
-    }
-    const std::string_view file = source.bytes().text();
-    const auto start = static_cast<std::size_t>(offset);
-    const auto size = static_cast<std::size_t>(length.getIntValue());
+/// What lies in the file between "stream" and "endstream"; none where these are not just there.
+std::string_view bytesBetween(std::string_view file, std::size_t start, std::size_t size) {
     if (start > file.size() || size > file.size() - start) {
         return {};
     }
@@ -47,6 +39,52 @@ std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
     after.remove_prefix(std::min(after.find_first_not_of("\r\n "), after.size()));
     const bool sure = before.find("stream") != before.npos && after.starts_with("endstream");
     return sure ? file.substr(start, size) : std::string_view{};
+}
+
+/// The stream's bytes in the file that lies in memory.
+std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
+    const auto offset = stream.getParsedOffset();
+    auto length = stream.getDict().getKey("/Length");
+    if (offset <= 0 || !length.isInteger() || length.getIntValue() < 0 || source.pdf().isEncrypted()) {
+        return {};
+    }
+    return bytesBetween(source.bytes().text(), static_cast<std::size_t>(offset),
+                        static_cast<std::size_t>(length.getIntValue()));
+}
+
+Packing packingOf(const std::vector<TextEntry>& entries) {
+    const auto* filter = findEntry(entries, "/Filter");
+    if (filter == nullptr) {
+        return hasEntry(entries, "/Filter") ? Packing::other : Packing::none;
+    }
+    std::optional<TextValue> name = *filter;
+    if (filter->kind == TextKind::array) {
+        TextScanner items(filter->text, 1);
+        name = items.value();
+        if (!name || items.rest() != "]") {
+            return Packing::other;
+        }
+    }
+    const bool flate = name->text == "/FlateDecode" || name->text == "/Fl";
+    return flate && !hasEntry(entries, "/DecodeParms") ? Packing::flate : Packing::other;
+}
+
+/// None unless the data can be taken as they are.
+std::optional<StoredStream> streamFrom(const PDFSource& source, const TextValue& reference, StoredObject& object) {
+    const auto id = referenceOf(&reference);
+    auto& objects = *source.storedObjects();
+    if (!id || !objects.read(source.pdf(), *id, object) || object.data == 0) {
+        return std::nullopt;
+    }
+    const auto* length = findEntry(object.entries, "/Length");
+    const auto elsewhere = referenceOf(length);
+    const auto size = elsewhere ? objects.integer(*elsewhere) : integerOf(length);
+    const Packing packing = packingOf(object.entries);
+    if (!size || *size <= 0 || packing == Packing::other) {
+        return std::nullopt;
+    }
+    const auto bytes = bytesBetween(source.bytes().text(), object.data, static_cast<std::size_t>(*size));
+    return bytes.empty() ? std::nullopt : std::optional(StoredStream{nullptr, bytes, packing == Packing::flate});
 }
 
 StoredStream owned(std::string&& text, bool deflated) {
@@ -137,12 +175,35 @@ std::vector<StoredStream> storedStreams(const PDFSource& source, QPDFObjectHandl
     if (contents.isStream()) {
         streams.push_back(storedStream(source, contents, limit));
     } else if (contents.isArray()) {
-        const int count = std::min(contents.getArrayNItems(), mostStreams);
+        const int count = std::min(contents.getArrayNItems(), static_cast<int>(mostStreams));
         for (int i = 0; i < count && limit > 0; ++i) {
             if (auto item = contents.getArrayItem(i); item.isStream()) {
                 streams.push_back(storedStream(source, item, limit));
                 limit -= std::min(limit, streams.back().bytes.size());
             }
+        }
+    }
+    return streams;
+}
+
+std::optional<std::vector<StoredStream>> storedStreams(const PDFSource& source, const StoredObject& page,
+                                                       std::size_t limit) {
+    std::vector<StoredStream> streams;
+    const auto* contents = findEntry(page.entries, "/Contents");
+    if (contents == nullptr) {
+        return hasEntry(page.entries, "/Contents") ? std::nullopt : std::optional(std::move(streams));
+    }
+    const bool isArray = contents->kind == TextKind::array;
+    TextScanner items(contents->text, isArray ? 1 : 0);
+    StoredObject object;
+    for (auto item = items.value(); item; item = items.value()) {
+        auto stream = streamFrom(source, *item, object);
+        if (!stream) {
+            return std::nullopt;
+        }
+        if (limit > 0 && streams.size() < mostStreams) {
+            limit -= std::min(limit, stream->bytes.size());
+            streams.push_back(std::move(*stream));
         }
     }
     return streams;

@@ -46,6 +46,17 @@ template <std::size_t count> std::optional<std::array<double, count>> numbers(QP
     return values;
 }
 
+/// Told from the file's bytes, so that the parser need not keep the pictures of all pages.
+bool isImageInFile(const PDFSource& source, const QPDFObjectHandle& stream) {
+    StoredObject object;
+    if (!stream.isIndirect() || source.storedObjects() == nullptr ||
+        !source.storedObjects()->read(source.pdf(), stream.getObjGen(), object)) {
+        return false;
+    }
+    const auto* subtype = findEntry(object.entries, "/Subtype");
+    return object.data != 0 && subtype != nullptr && subtype->text == "/Image";
+}
+
 AffineTransform matrixOf(QPDFObjectHandle form) {
     const auto m = numbers<6>(form.getKey("/Matrix"));
     return m ? AffineTransform{(*m)[0], (*m)[1], (*m)[2], (*m)[3], (*m)[4], (*m)[5]} : AffineTransform{};
@@ -186,7 +197,7 @@ std::optional<ContentResources::SizedFont> ContentResources::graphicsStateFont(s
 std::optional<FormUse> ContentResources::form(std::string_view name, std::size_t limit) {
     const std::lock_guard lock(source_.mutex());
     auto stream = named("/XObject", name);
-    if (!stream.isStream()) {
+    if (isImageInFile(source_, stream) || !stream.isStream()) {
         return std::nullopt;
     }
     auto dictionary = stream.getDict();

@@ -27,22 +27,38 @@ constexpr std::size_t keptContent = std::size_t{8} << 20;
 
 enum class Wanted { everything, firstText };
 
+/// What reading takes of a page before its file is let go.
+struct PageParts {
+    std::vector<StoredStream> streams;
+    QPDFObjectHandle resources;
+    Rect mediaBox;
+};
+
+/// Hold the source's mutex.
+PageParts partsOf(const PDFSource& source, int page, std::size_t limit) {
+    PageText text;
+    if (source.readPage(page, PageTexts::Wanted::boxesAndResources, text)) {
+        if (auto streams = storedStreams(source, text.object, limit)) {
+            auto attributes = QPDFObjectHandle::parse(&source.pdf(), text.attributes);
+            return {std::move(*streams), attributes.getKey("/Resources"), pageBox(attributes, PDFDisplayBox::media)};
+        }
+    }
+    auto object = source.page(page);
+    return {storedStreams(source, object.getKey("/Contents"), limit), inheritedAttribute(object, "/Resources"),
+            pageBox(object, PDFDisplayBox::media)};
+}
+
 void readGlyphs(const PDFSource& source, int page, Wanted wanted, Workspace& space) {
     space.glyphs.clear();
     const ReadingLimits limits;
-    std::vector<StoredStream> streams;
-    QPDFObjectHandle dictionary;
-    Rect mediaBox;
+    PageParts parts;
     {
         const std::lock_guard lock(source.mutex());
-        auto object = source.page(page);
-        streams = storedStreams(source, object.getKey("/Contents"), limits.contentBytes);
-        dictionary = inheritedAttribute(object, "/Resources");
-        mediaBox = pageBox(object, PDFDisplayBox::media);
+        parts = partsOf(source, page, limits.contentBytes);
     }
-    unpack(streams, limits.contentBytes, space.content);
-    ContentResources resources(source, source.readingCache(), dictionary);
-    ContentReader reader(source, source.readingCache(), mediaBox, space.glyphs);
+    unpack(parts.streams, limits.contentBytes, space.content);
+    ContentResources resources(source, source.readingCache(), parts.resources);
+    ContentReader reader(source, source.readingCache(), parts.mediaBox, space.glyphs);
     if (wanted == Wanted::firstText) {
         reader.stopAtFirstText();
     }
