@@ -45,7 +45,8 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
 }
 
 void OrvexPDFPage::drawOverlay(PDFDisplayBox box, GraphicsContext& context) const {
-    if (!foundPage && !watermarkText) { // most pages of a long file: their boxes need not be read
+    if (!foundPage && !watermarkText &&
+        textRotation % 360 == 0) { // most pages of a long file: their boxes need not be read
         return;
     }
     const Rect drawn = bounds(box);
