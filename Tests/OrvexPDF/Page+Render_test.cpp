@@ -158,6 +158,22 @@ TEST(PageRendering, ErrorsDescribeThemselvesByTheirNames) {
     }
 }
 
+TEST(PageRendering, APageThatCannotBeDrawnIsANamedError) {
+    class Undrawable final : public OrvexPDFPage {
+    public:
+        using OrvexPDFPage::OrvexPDFPage;
+        void draw(PDFDisplayBox /*box*/, GraphicsContext& /*context*/) override { throw PDFWriteError("no"); }
+    };
+    const auto loaded = squarePage("[0 0 300 200]")->page(0)->content();
+    for (const PDFPageContent& content : {PDFPageContent(BlankPageContent{}), loaded}) {
+        const auto page = std::make_shared<Undrawable>(content);
+        EXPECT_THROW((void)page->render(36), OrvexPDFPageError);
+        EXPECT_EQ(page->thumbnail({30, 20}), nullptr);
+        EXPECT_TRUE(page->thumbnail72DPI({30, 20})->representations().empty());
+    }
+    EXPECT_EQ(Undrawable(loaded).image(36)->size(), (Size{300, 200})); // its content can be
+}
+
 TEST(PageRendering, EdgesAreSmoothForPeopleAndSharpInBareImages) {
     const auto page =
         OrvexPDFDocument::fromData(pdfFromPages({{"0 g 10 10 m 290 40 l 290 10 l f", "[0 0 300 200]"}}))->orvexPage(0);

@@ -60,10 +60,10 @@ std::optional<Bitmap> render(PDFPage& page, const RenderRequest& request) {
         return std::nullopt;
     }
     const PageRaster raster{request.width, request.height, request.complete, request.smooth};
-    if (const auto* loaded = asInItsFile(page, request.complete)) {
-        return rasterPage(*loaded->source, loaded->index, raster);
-    }
     try {
+        if (const auto* loaded = asInItsFile(page, request.complete)) {
+            return rasterPage(*loaded->source, loaded->index, raster);
+        }
         // The composer only borrows the page, and only while this runs.
         const PDFPagePtr borrowed(std::shared_ptr<void>(), &page);
         return rasterFirstPage(composed(request.complete ? borrowed : barePage(page), request.complete), raster);

@@ -124,11 +124,13 @@ TEST(PDFDocument, FindsTextInPages) {
 }
 
 TEST(PDFDocument, ReadsInformationAsTextOnly) {
-    const auto document = opened(pdfFromPages({{""}}, "/Title /AName /Author (J\\374rgen) /Producer <FEFF03A9>"));
+    const auto document =
+        opened(pdfFromPages({{""}}, "/Title /AName /Author (J\\374rgen) /Producer <FEFF03A9> /Creator <EFBBBFCEA9>"));
     EXPECT_EQ(document->info(PDFInfoKey::title), "");
     EXPECT_EQ(document->info(PDFInfoKey::author), "J\u00fcrgen");
     EXPECT_EQ(document->info(PDFInfoKey::producer), "\u03a9");
-    EXPECT_EQ(document->info(PDFInfoKey::creator), "");
+    EXPECT_EQ(document->info(PDFInfoKey::creator), "\u03a9");
+    EXPECT_EQ(opened(pdfFromPages({{""}}, "/Title (T)"))->info(PDFInfoKey::creator), "");
 }
 
 TEST(PDFDocument, ChangedInformationReadsBackWithoutSaving) {
