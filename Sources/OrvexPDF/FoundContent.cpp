@@ -27,6 +27,8 @@ template <> struct JSONRecord<OrvexFoundItem> {
                                        jsonField<&OrvexFoundItem::cf>("cf")};
 };
 
+template <> inline constexpr bool isReadSideBySide<OrvexFoundPage> = true;
+
 template <> struct JSONRecord<OrvexFoundPage> {
     static constexpr std::array fields{
         jsonField<&OrvexFoundPage::size>("size"), jsonField<&OrvexFoundPage::items>("items"),

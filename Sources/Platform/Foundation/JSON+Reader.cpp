@@ -1,11 +1,11 @@
 #include "Platform/Foundation/JSON.h"
 #include "Platform/Foundation/JSON_p.h"
 #include "Platform/Foundation/Strings.h"
+#include "Platform/Foundation/Workers.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <limits>
+#include <tuple>
 
 namespace orvex {
 
@@ -15,10 +15,6 @@ struct JSONReader::TypeName {
 };
 
 namespace {
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 std::string_view foundWord(JSONKind kind) {
     switch (kind) {
@@ -36,100 +32,6 @@ std::string_view foundWord(JSONKind kind) {
         return "a dictionary";
     }
     return "nothing";
-}
-
-/// What is wrong with a number's form; empty when nothing is.
-std::string_view numberFault(std::string_view literal) {
-    const auto digits = [&literal] {
-        const auto end = std::find_if_not(literal.begin(), literal.end(), isDigit);
-        const auto count = static_cast<std::size_t>(end - literal.begin());
-        literal.remove_prefix(count);
-        return count;
-    };
-    if (literal.starts_with('-')) {
-        literal.remove_prefix(1);
-    }
-    const bool zero = literal.starts_with('0');
-    const std::size_t whole = digits();
-    if (whole == 0) {
-        return "Number without digits";
-    }
-    if (zero && whole > 1) {
-        return "Number with leading zero";
-    }
-    if (literal.starts_with('.')) {
-        literal.remove_prefix(1);
-        if (digits() == 0) {
-            return "Number without digits behind its point";
-        }
-    }
-    if (literal.starts_with('e') || literal.starts_with('E')) {
-        literal.remove_prefix(1);
-        literal.remove_prefix(literal.starts_with('+') || literal.starts_with('-') ? 1 : 0);
-        if (digits() == 0) {
-            return "Number without digits in its exponent";
-        }
-    }
-    return literal.empty() ? std::string_view() : "Unexpected character in number";
-}
-
-bool hasNonZeroDigit(std::string_view literal) {
-    const auto mantissa = literal.substr(0, literal.find_first_of("eE"));
-    return mantissa.find_first_of("123456789") != std::string_view::npos;
-}
-
-/// A number's digits as one integer and a power of ten; the form is right already.
-struct Decimal {
-    std::string digits;
-    std::int64_t exponent = 0;
-};
-
-Decimal splitDecimal(std::string_view magnitude) {
-    const std::size_t mark = std::min(magnitude.find_first_of("eE"), magnitude.size());
-    Decimal decimal;
-    if (mark < magnitude.size()) {
-        const std::size_t sign = magnitude[mark + 1] == '+' ? 1 : 0;
-        const auto* end = magnitude.data() + magnitude.size();
-        const auto read = std::from_chars(magnitude.data() + mark + 1 + sign, end, decimal.exponent);
-        constexpr std::int64_t farOut = std::numeric_limits<std::int32_t>::max();
-        decimal.exponent = read.ec == std::errc()       ? std::clamp(decimal.exponent, -farOut, farOut)
-                           : magnitude[mark + 1] == '-' ? -farOut
-                                                        : farOut;
-    }
-    const auto mantissa = magnitude.substr(0, mark);
-    const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
-    decimal.digits = mantissa.substr(0, point);
-    if (point < mantissa.size()) {
-        decimal.digits += mantissa.substr(point + 1);
-        decimal.exponent -= static_cast<std::int64_t>(mantissa.size() - point - 1);
-    }
-    return decimal;
-}
-
-/// The integer digits that a number stands for, "" when it has a fraction or is out of reach.
-std::string integralDigits(std::string_view magnitude) {
-    constexpr std::int64_t longest = 20;
-    Decimal decimal = splitDecimal(magnitude);
-    auto& digits = decimal.digits;
-    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-    if (digits.empty()) {
-        return "0";
-    }
-    for (; decimal.exponent < 0 && digits.ends_with('0'); ++decimal.exponent) {
-        digits.pop_back();
-    }
-    if (decimal.exponent < 0 || decimal.exponent > longest) {
-        return {};
-    }
-    return digits.append(static_cast<std::size_t>(decimal.exponent), '0');
-}
-
-std::optional<std::int64_t> integerFrom(std::string_view literal) {
-    const bool negative = literal.starts_with('-');
-    const std::string text = (negative ? "-" : "") + integralDigits(literal.substr(negative ? 1 : 0));
-    std::int64_t value = 0;
-    const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
-    return read.ec == std::errc() ? std::optional(value) : std::nullopt;
 }
 
 /// Turns the inside of a text with escapes into what it stands for.
@@ -206,13 +108,20 @@ private:
 
 } // namespace
 
-JSONReader::JSONReader(const Bytes& data) : bytes_(jsonAsUTF8(data)), text_(bytes_.text()) {
-    checkJSONStructure(text_);
-    offset_ = skipJSONBlanks(text_, 0);
+JSONReader::JSONReader(const Bytes& data) : bytes_(jsonAsUTF8(data)), text_(bytes_.text()), end_(text_.size()) {
+    skipBlanks();
+}
+
+char JSONReader::peek() const {
+    return offset_ < text_.size() ? text_[offset_] : '\0';
+}
+
+void JSONReader::skipBlanks() {
+    offset_ = skipJSONBlanks(text_, offset_);
 }
 
 JSONKind JSONReader::kind() const {
-    switch (text_[offset_]) {
+    switch (peek()) {
     case '{':
         return JSONKind::object;
     case '[':
@@ -224,7 +133,7 @@ JSONKind JSONReader::kind() const {
         return JSONKind::boolean;
     case 'n':
         return JSONKind::null;
-    default:
+    default: // or nothing that JSON has, which shows when it is read
         return JSONKind::number;
     }
 }
@@ -239,20 +148,31 @@ void JSONReader::enterArray() {
 
 void JSONReader::enter(JSONKind kind, const TypeName& type) {
     expect(kind, type);
+    if (depth_ == jsonDepthLimit) {
+        failMalformedJSON(text_, offset_, std::string(jsonTooDeep));
+    }
     ++offset_;
-    levels_.push_back({kind == JSONKind::array, true, 0, {}, {}});
+    if (depth_ == levels_.size()) {
+        levels_.emplace_back();
+    }
+    Level& level = levels_[depth_++]; // one that was left is used again, with its memory
+    level.array = kind == JSONKind::array;
+    level.first = true;
+    level.index = 0;
+    level.key = {};
+    level.decodedKey.clear();
 }
 
 /// To the next item; false when there is none, with the container left behind.
 bool JSONReader::advance(char closing) {
-    Level& level = levels_.back();
-    offset_ = skipJSONBlanks(text_, offset_);
-    if (!level.first && text_[offset_] == ',') {
-        offset_ = skipJSONBlanks(text_, offset_ + 1);
+    Level& level = levels_[depth_ - 1];
+    skipBlanks();
+    if (!level.first && peek() != closing) {
+        pass(',');
     }
-    if (text_[offset_] == closing) {
+    if (peek() == closing) {
         ++offset_;
-        levels_.pop_back();
+        --depth_;
         return false;
     }
     level.index += level.first ? 0 : 1;
@@ -260,15 +180,27 @@ bool JSONReader::advance(char closing) {
     return true;
 }
 
+/// Over what has to come next, and blanks behind it.
+void JSONReader::pass(char wanted) {
+    if (peek() != wanted) {
+        failUnexpectedJSON(text_, offset_);
+    }
+    ++offset_;
+    skipBlanks();
+}
+
 std::optional<std::string_view> JSONReader::nextKey() {
     if (!advance('}')) {
         return std::nullopt;
     }
-    Level& level = levels_.back();
-    level.key = takeString();
+    if (peek() != '"') {
+        failUnexpectedJSON(text_, offset_);
+    }
+    Level& level = levels_[depth_ - 1];
     level.decodedKey.clear();
-    const auto key = decode(level.key, level.decodedKey);
-    offset_ = skipJSONBlanks(text_, skipJSONBlanks(text_, offset_) + 1);
+    const auto key = takeString(level.key, level.decodedKey);
+    skipBlanks();
+    pass(':');
     return key;
 }
 
@@ -276,28 +208,51 @@ bool JSONReader::nextElement() {
     return advance(']');
 }
 
+void JSONReader::readElements(const std::function<void(std::size_t)>& prepare,
+                              const std::function<void(std::size_t, JSONReader&)>& read) {
+    std::vector<std::pair<std::size_t, std::size_t>> places; // where elements start and end
+    enterArray();
+    const JSONReader inside(*this);
+    while (nextElement()) {
+        const std::size_t start = offset_;
+        const bool bracket = peek() == '{' || peek() == '[';
+        offset_ = bracket ? skipJSONBrackets(text_, start) : skipJSONValue(text_, start, depth_);
+        places.emplace_back(start, offset_);
+    }
+    prepare(places.size());
+    forEachInParallel(places.size(), [&](std::size_t i) {
+        JSONReader element(inside);
+        std::tie(element.offset_, element.end_) = places[i];
+        element.levels_[element.depth_ - 1].index = i;
+        read(i, element);
+        element.finish(); // which also checks where the next one starts
+    });
+}
+
 bool JSONReader::readBool() {
     expect(JSONKind::boolean, {"Swift.Bool", "Bool"});
-    const bool value = text_[offset_] == 't';
-    skip();
+    const bool value = peek() == 't';
+    offset_ = skipJSONLiteral(text_, offset_);
     return value;
 }
 
 double JSONReader::readDouble() {
     expect(JSONKind::number, {"Swift.Double", "Double"});
+    if (const auto value = takeShortJSONDecimal(text_, offset_)) {
+        return *value;
+    }
     const auto literal = takeNumber();
-    double value = 0;
-    std::from_chars(literal.data(), literal.data() + literal.size(), value);
-    if (!std::isfinite(value) || (value == 0 && hasNonZeroDigit(literal))) {
+    const auto value = doubleFromJSON(literal);
+    if (!value) {
         failCorrupted("Number " + std::string(literal) + " is not representable in Swift.");
     }
-    return value;
+    return *value;
 }
 
 std::int64_t JSONReader::readInt() {
     expect(JSONKind::number, {"Swift.Int", "Int"});
     const auto literal = takeNumber();
-    const auto value = integerFrom(literal);
+    const auto value = integerFromJSON(literal);
     if (!value) {
         failCorrupted("Number " + std::string(literal) + " is not representable in Swift.");
     }
@@ -306,13 +261,27 @@ std::int64_t JSONReader::readInt() {
 
 std::string JSONReader::readString() {
     expect(JSONKind::string, {"Swift.String", "String"});
+    std::string_view raw;
     std::string decoded;
-    const auto value = decode(takeString(), decoded);
+    const auto value = takeString(raw, decoded);
     return value.data() == decoded.data() ? decoded : std::string(value);
 }
 
 void JSONReader::skip() {
-    offset_ = skipJSONValue(text_, offset_);
+    offset_ = skipJSONValue(text_, offset_, depth_);
+}
+
+void JSONReader::finish() {
+    if (offset_ != end_) {
+        skipBlanks();
+    }
+    if (offset_ != end_) {
+        failUnexpectedJSON(text_, offset_);
+    }
+}
+
+void JSONReader::checkStructure() const {
+    checkJSONStructure(text_);
 }
 
 void JSONReader::failMissingKey(std::string_view key) const {
@@ -348,31 +317,41 @@ void JSONReader::expect(JSONKind wanted, const TypeName& type) const {
 
 JSONPath JSONReader::path() const {
     JSONPath steps;
-    for (const Level& level : levels_) {
+    for (std::size_t i = 0; i < depth_; ++i) {
+        const Level& level = levels_[i];
         const auto key = level.decodedKey.empty() ? level.key : std::string_view(level.decodedKey);
         steps.push_back(level.array ? JSONPathStep(level.index) : JSONPathStep(std::string(key)));
     }
     return steps;
 }
 
-/// The inside of the text at the current place.
-std::string_view JSONReader::takeString() {
-    const std::size_t start = offset_;
-    offset_ = skipJSONString(text_, start);
-    return text_.substr(start + 1, offset_ - start - 2);
+/// What the text at the current place stands for: a view of `raw`, its inside, where it has no escapes, else of
+/// `decoded`.
+std::string_view JSONReader::takeString(std::string_view& raw, std::string& decoded) {
+    const std::size_t start = offset_ + 1;
+    const std::size_t plain = skipPlainJSON(text_, start);
+    if (plain < text_.size() && text_[plain] == '"') {
+        offset_ = plain + 1;
+        return raw = text_.substr(start, plain - start);
+    }
+    offset_ = skipJSONString(text_, offset_);
+    raw = text_.substr(start, offset_ - 1 - start);
+    return decode(raw, decoded);
 }
 
 std::string_view JSONReader::takeNumber() {
     const std::size_t start = offset_;
     offset_ = skipJSONNumber(text_, start);
     const auto literal = text_.substr(start, offset_ - start);
-    if (const auto fault = numberFault(literal); !fault.empty()) {
+    if (literal.empty()) {
+        failUnexpectedJSON(text_, start);
+    }
+    if (const auto fault = jsonNumberFault(literal); !fault.empty()) {
         failMalformedJSON(text_, start, std::string(fault));
     }
     return literal;
 }
 
-/// A view of the text itself where it has no escapes, else of `decoded`.
 std::string_view JSONReader::decode(std::string_view raw, std::string& decoded) const {
     const auto start = static_cast<std::size_t>(raw.data() - text_.data());
     bool ascii = true;

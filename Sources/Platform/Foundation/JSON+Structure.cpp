@@ -9,107 +9,19 @@ namespace orvex {
 
 namespace {
 
-struct Encoding {
-    std::size_t unit = 1; ///< bytes per code unit
-    bool bigEndian = false;
-    std::size_t mark = 0; ///< bytes of the byte-order mark
-};
-
-struct Signature {
-    std::string_view bytes;
-    Encoding encoding;
-};
-
-using namespace std::string_view_literals;
-constexpr std::array<Signature, 5> signatures = {{{"\xFF\xFE\0\0"sv, {4, false, 4}},
-                                                  {"\0\0\xFE\xFF"sv, {4, true, 4}},
-                                                  {"\xEF\xBB\xBF"sv, {1, false, 3}},
-                                                  {"\xFF\xFE"sv, {2, false, 2}},
-                                                  {"\xFE\xFF"sv, {2, true, 2}}}};
-
-/// Without a mark the zero bytes of the first characters, which are ASCII in any JSON text, give the encoding away.
-Encoding encodingByZeros(std::string_view text) {
-    const auto zero = [text](std::size_t i) { return i < text.size() && text[i] == '\0'; };
-    if (text.size() >= 4 && zero(0) && zero(1) && zero(2)) {
-        return {4, true, 0};
-    }
-    if (text.size() >= 4 && zero(1) && zero(2) && zero(3)) {
-        return {4, false, 0};
-    }
-    if (text.size() >= 2 && zero(0) != zero(1)) {
-        return {2, zero(0), 0};
-    }
-    return {};
-}
-
-Encoding encodingOf(std::string_view text) {
-    for (const auto& signature : signatures) {
-        if (text.starts_with(signature.bytes)) {
-            return signature.encoding;
-        }
-    }
-    return encodingByZeros(text);
-}
-
-char32_t readUnit(std::string_view text, std::size_t offset, const Encoding& encoding) {
-    char32_t unit = 0;
-    for (std::size_t i = 0; i < encoding.unit; ++i) {
-        const std::size_t place = encoding.bigEndian ? i : encoding.unit - 1 - i;
-        unit = (unit << 8U) | static_cast<unsigned char>(text[offset + place]);
-    }
-    return unit;
-}
-
-bool isSurrogate(char32_t c) {
-    return c >= 0xD800 && c <= 0xDFFF;
-}
-
-constexpr std::string_view notConvertible = "Unable to convert the text to UTF-8";
-
-/// One code point of UTF-16 or UTF-32; moves `offset` behind it.
-char32_t readWide(std::string_view text, std::size_t& offset, const Encoding& encoding) {
-    const std::size_t start = offset;
-    const auto unit = [&]() -> char32_t {
-        if (offset + encoding.unit > text.size()) {
-            failMalformedJSON({}, 0, std::string(notConvertible));
-        }
-        const char32_t value = readUnit(text, offset, encoding);
-        offset += encoding.unit;
-        return value;
-    };
-    char32_t c = unit();
-    if (encoding.unit == 2 && c >= 0xD800 && c <= 0xDBFF) {
-        const char32_t low = unit();
-        c = low >= 0xDC00 && low <= 0xDFFF ? 0x10000 + ((c - 0xD800) << 10U) + (low - 0xDC00) : 0xD800;
-    }
-    if (isSurrogate(c) || c > 0x10FFFF) {
-        failMalformedJSON({}, start, std::string(notConvertible));
-    }
-    return c;
-}
-
-bool isBlank(char c) {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-/// Walks the text once, with a flag per open bracket and no other memory.
+/// Walks one value once, with a flag per open bracket and no other memory.
 class StructureCheck {
 public:
-    explicit StructureCheck(std::string_view text) : text_(text) {}
+    StructureCheck(std::string_view text, std::size_t offset, std::size_t outer)
+        : text_(text), offset_(offset), most_(jsonDepthLimit - outer) {}
 
-    void run() {
+    /// Returns where the value ends.
+    std::size_t run() {
         for (bool inside = scanValue(); inside;) {
             scanKey();
             inside = scanValue() || toNextItem();
         }
-        skipBlanks();
-        if (offset_ < text_.size()) {
-            failUnexpectedJSON(text_, offset_);
-        }
+        return offset_;
     }
 
 private:
@@ -150,7 +62,7 @@ private:
         }
         if (c == '"') {
             offset_ = skipJSONString(text_, offset_);
-        } else if (c == '-' || isDigit(c)) {
+        } else if (c == '-' || isJSONDigit(c)) {
             offset_ = skipJSONNumber(text_, offset_);
         } else {
             offset_ = skipJSONLiteral(text_, offset_);
@@ -159,8 +71,8 @@ private:
     }
 
     bool open(bool array) {
-        if (depth_ == jsonDepthLimit) {
-            failMalformedJSON(text_, offset_, "Too many nested arrays or dictionaries");
+        if (depth_ == most_) {
+            failMalformedJSON(text_, offset_, std::string(jsonTooDeep));
         }
         ++offset_;
         isArray_[depth_++] = array;
@@ -195,7 +107,8 @@ private:
     }
 
     std::string_view text_;
-    std::size_t offset_ = 0;
+    std::size_t offset_;
+    std::size_t most_; ///< how many brackets may be open
     std::size_t depth_ = 0;
     std::array<bool, jsonDepthLimit> isArray_{};
 };
@@ -225,29 +138,14 @@ void failUnexpectedJSON(std::string_view text, std::size_t offset) {
     failMalformedJSON(text, offset, "Unexpected character '" + escaped(character) + "'");
 }
 
-Bytes jsonAsUTF8(const Bytes& data) {
-    const std::string_view text = data.text();
-    const Encoding encoding = encodingOf(text);
-    if (encoding.unit == 1) {
-        return data.slice(encoding.mark, data.size());
-    }
-    std::string converted;
-    converted.reserve(text.size() / encoding.unit);
-    for (std::size_t offset = encoding.mark; offset < text.size();) {
-        appendUTF8(converted, readWide(text, offset, encoding));
-    }
-    return Bytes(std::move(converted));
+std::size_t skipJSONValue(std::string_view text, std::size_t offset, std::size_t outer) {
+    return StructureCheck(text, offset, outer).run();
 }
 
 void checkJSONStructure(std::string_view text) {
-    StructureCheck(text).run();
-}
-
-std::size_t skipJSONBlanks(std::string_view text, std::size_t offset) {
-    while (offset < text.size() && isBlank(text[offset])) {
-        ++offset;
+    if (const auto end = skipJSONBlanks(text, skipJSONValue(text, 0, 0)); end < text.size()) {
+        failUnexpectedJSON(text, end);
     }
-    return offset;
 }
 
 std::size_t skipJSONString(std::string_view text, std::size_t offset) {
@@ -261,7 +159,9 @@ std::size_t skipJSONString(std::string_view text, std::size_t offset) {
 }
 
 std::size_t skipJSONNumber(std::string_view text, std::size_t offset) {
-    const auto belongs = [](char c) { return isDigit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-'; };
+    const auto belongs = [](char c) {
+        return isJSONDigit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-';
+    };
     while (offset < text.size() && belongs(text[offset])) {
         ++offset;
     }
@@ -276,28 +176,6 @@ std::size_t skipJSONLiteral(std::string_view text, std::size_t offset) {
         }
     }
     failUnexpectedJSON(text, offset);
-}
-
-std::size_t skipJSONValue(std::string_view text, std::size_t offset) {
-    std::size_t depth = 0;
-    do {
-        offset = skipJSONBlanks(text, offset);
-        const char c = offset < text.size() ? text[offset] : '\0';
-        if (c == '"') {
-            offset = skipJSONString(text, offset);
-        } else if (c == '-' || isDigit(c)) {
-            offset = skipJSONNumber(text, offset);
-        } else if (c == 't' || c == 'f' || c == 'n') {
-            offset = skipJSONLiteral(text, offset);
-        } else if (offset < text.size()) {
-            depth += c == '{' || c == '[' ? 1 : 0;
-            depth -= c == '}' || c == ']' ? 1 : 0;
-            ++offset;
-        } else {
-            failUnexpectedJSON(text, offset);
-        }
-    } while (depth > 0);
-    return offset;
 }
 
 } // namespace orvex

@@ -123,9 +123,10 @@ enum class JSONKind { null, boolean, number, string, array, object };
 /// Reads JSON front to back, value by value, straight out of the bytes: nothing is built that the caller does not ask
 /// for.
 ///
-/// Making a reader checks the structure of the whole text. Beyond the standard it accepts one trailing comma in arrays
-/// and objects, and UTF-16 and UTF-32 (with a byte-order mark or without). Numbers and texts are checked only when they
-/// are read: those that are skipped may be malformed. All members throw JSONError.
+/// Beyond the standard it accepts one trailing comma in arrays and objects, and UTF-16 and UTF-32 (with a byte-order
+/// mark or without). The structure is checked as far as it is read or skipped; numbers and texts only when they are
+/// read: those that are skipped may be malformed. All members throw JSONError; after that only checkStructure() may be
+/// called.
 class JSONReader {
 public:
     explicit JSONReader(const Bytes& data);
@@ -139,6 +140,10 @@ public:
     /// The same for arrays: while nextElement() is true there is an element to read or skip.
     void enterArray();
     [[nodiscard]] bool nextElement();
+    /// An array on all cores: calls prepare(count), then read(index, reader) for each element, several at a time. Fails
+    /// as the first element does that fails.
+    void readElements(const std::function<void(std::size_t)>& prepare,
+                      const std::function<void(std::size_t, JSONReader&)>& read);
 
     [[nodiscard]] bool readBool();
     [[nodiscard]] double readDouble();
@@ -147,6 +152,11 @@ public:
     [[nodiscard]] std::string readString();
     /// Passes over the next value, whatever it is.
     void skip();
+    /// Behind the last value: throws when anything follows.
+    void finish();
+    /// Throws when the whole text is not well-formed, whatever was read of it.
+    void checkStructure() const;
+    [[nodiscard]] std::size_t size() const { return text_.size(); } ///< of the whole text, in bytes
 
     /// For those that decode records: errors about the value or object that was read last.
     [[noreturn]] void failMissingKey(std::string_view key) const;
@@ -161,19 +171,24 @@ private:
         std::string_view key;   ///< as it stands in the text
         std::string decodedKey; ///< what it stands for, when it has escapes
     };
+    [[nodiscard]] char peek() const;
+    void skipBlanks();
     void enter(JSONKind kind, const TypeName& type);
     bool advance(char closing);
+    void pass(char wanted);
     void expect(JSONKind wanted, const TypeName& type) const;
     [[noreturn]] void failNull(const TypeName& type) const;
     [[nodiscard]] JSONPath path() const;
-    std::string_view takeString();
+    std::string_view takeString(std::string_view& raw, std::string& decoded);
     std::string_view takeNumber();
     std::string_view decode(std::string_view raw, std::string& decoded) const;
 
     Bytes bytes_; ///< UTF-8, without a byte-order mark
     std::string_view text_;
     std::size_t offset_ = 0;
-    std::vector<Level> levels_;
+    std::size_t end_; ///< of what is to be read
+    std::size_t depth_ = 0;
+    std::vector<Level> levels_; ///< the first `depth_` are entered
 };
 
 } // namespace orvex

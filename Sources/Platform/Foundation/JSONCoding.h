@@ -117,7 +117,17 @@ template <JSONEnumerationType Enumeration> void readJSONValue(JSONReader& reader
 
 template <JSONRecordType Record> void readJSONValue(JSONReader& reader, Record& record);
 
+/// Specialised as true for records so large that lists of them are worth reading on all cores.
+template <class Element> inline constexpr bool isReadSideBySide = false;
+
 template <class Element> void readJSONValue(JSONReader& reader, std::vector<Element>& elements) {
+    if constexpr (isReadSideBySide<Element>) {
+        if (constexpr std::size_t worthIt = 100'000; reader.size() > worthIt) {
+            reader.readElements([&](std::size_t count) { elements.resize(count); },
+                                [&](std::size_t i, JSONReader& element) { readJSONValue(element, elements[i]); });
+            return;
+        }
+    }
     reader.enterArray();
     while (reader.nextElement()) {
         readJSONValue(reader, elements.emplace_back());
@@ -181,18 +191,29 @@ template <JSONRecordType Record> void writeJSONValue(JSONWriter& writer, const R
     writer.endObject();
 }
 
+/// Reads the value of `key` if it is the field's and none with that key came before.
+template <std::size_t field, class Record, class Seen>
+bool readJSONField(JSONReader& reader, Record& record, std::string_view key, Seen& seen) {
+    constexpr auto& description = JSONRecord<Record>::fields[field];
+    if (key != description.key || std::exchange(seen[field], true)) {
+        return false;
+    }
+    description.read(reader, record);
+    return true;
+}
+
 /// Of members with the same key the first counts; keys that the record does not list are passed over.
 template <JSONRecordType Record> void readJSONValue(JSONReader& reader, Record& record) {
     constexpr auto& fields = JSONRecord<Record>::fields;
     std::array<bool, fields.size()> seen{};
     reader.enterObject();
     while (const auto key = reader.nextKey()) {
-        const auto field = std::find_if(fields.begin(), fields.end(), [&](const auto& f) { return f.key == *key; });
-        const auto index = static_cast<std::size_t>(field - fields.begin());
-        if (field == fields.end() || std::exchange(seen[index], true)) {
+        const bool read = [&]<std::size_t... field>(std::index_sequence<field...> /*of all*/) {
+            return (readJSONField<field>(reader, record, *key, seen) || ...);
+        }
+        (std::make_index_sequence<fields.size()>());
+        if (!read) {
             reader.skip();
-        } else {
-            field->read(reader, record);
         }
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -209,12 +230,18 @@ template <JSONRecordType Record> [[nodiscard]] std::string encodeJSON(const Reco
     return writer.take();
 }
 
-/// Throws JSONError; there is no partial result.
+/// Throws JSONError; there is no partial result. That a text is no JSON counts before anything else in it.
 template <JSONRecordType Record> [[nodiscard]] Record decodeJSON(const Bytes& data) {
     JSONReader reader(data);
-    Record record;
-    readJSONValue(reader, record);
-    return record;
+    try {
+        Record record;
+        readJSONValue(reader, record);
+        reader.finish();
+        return record;
+    } catch (const JSONError&) {
+        reader.checkStructure();
+        throw;
+    }
 }
 
 } // namespace orvex

@@ -48,20 +48,38 @@ JSONValue readTree(JSONReader& reader) {
 std::string reread(std::string_view text) {
     try {
         JSONReader reader(Bytes::copyOf(text));
-        return writeJSON(readTree(reader), false);
+        const auto tree = readTree(reader);
+        reader.finish();
+        return writeJSON(tree, false);
     } catch (const JSONError& e) {
         return e.what();
     }
 }
 
-/// Whether the structure alone is accepted, with nothing read.
-bool passes(std::string_view text) {
+bool succeeds(const std::function<void()>& work) {
     try {
-        const JSONReader reader(Bytes::copyOf(text));
+        work();
         return true;
     } catch (const JSONError&) {
         return false;
     }
+}
+
+/// Whether the structure alone is accepted, with nothing read.
+bool passes(std::string_view text) {
+    const bool skipped = succeeds([&] {
+        JSONReader reader(Bytes::copyOf(text));
+        reader.skip();
+        reader.finish();
+    });
+    EXPECT_EQ(skipped, succeeds([&] { JSONReader(Bytes::copyOf(text)).checkStructure(); })) << text;
+    EXPECT_TRUE(skipped || !succeeds([&] {
+                    JSONReader reader(Bytes::copyOf(text));
+                    (void)readTree(reader);
+                    reader.finish();
+                }))
+        << "read, but not skipped: " << text;
+    return skipped;
 }
 
 struct TextCase {

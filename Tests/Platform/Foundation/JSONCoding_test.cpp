@@ -1,6 +1,7 @@
 #include "Platform/Foundation/JSONCoding.h"
 
 #include <gtest/gtest.h>
+#include <map>
 
 namespace orvex {
 
@@ -28,6 +29,28 @@ template <> struct JSONEnumeration<Colour> {
 
 template <> struct JSONRecord<Leaf> {
     static constexpr std::array fields{jsonField<&Leaf::text>("text"), jsonField<&Leaf::flag>("flag")};
+};
+
+/// The same record, once read in order and once on all cores.
+template <bool sideBySide> struct Entry {
+    std::optional<std::string> text;
+    std::optional<double> number;
+    std::optional<std::vector<Leaf>> leaves;
+};
+template <bool sideBySide> struct Catalogue {
+    std::optional<std::vector<Entry<sideBySide>>> entries;
+    std::optional<double> last;
+};
+template <> inline constexpr bool isReadSideBySide<Entry<true>> = true;
+
+template <bool sideBySide> struct JSONRecord<Entry<sideBySide>> {
+    static constexpr std::array fields{jsonField<&Entry<sideBySide>::text>("text"),
+                                       jsonField<&Entry<sideBySide>::number>("number"),
+                                       jsonField<&Entry<sideBySide>::leaves>("leaves")};
+};
+template <bool sideBySide> struct JSONRecord<Catalogue<sideBySide>> {
+    static constexpr std::array fields{jsonField<&Catalogue<sideBySide>::entries>("entries"),
+                                       jsonField<&Catalogue<sideBySide>::last>("last")};
 };
 
 template <> struct JSONRecord<Tree> {
@@ -119,6 +142,61 @@ TEST(JSONCoding, SummariesAreForPeople) {
               "leaves[1].flag: Expected to decode Bool but found number instead.");
     EXPECT_EQ(summaryOf("{}"), "missing key \"count\"");
     EXPECT_EQ(summaryOf("{"), "Not valid JSON: Unexpected end of file around line 1, column 2.");
+}
+
+template <bool sideBySide> std::string decodedCatalogue(const std::string& text) {
+    try {
+        return encodeJSON(decodeJSON<Catalogue<sideBySide>>(Bytes::copyOf(text)), false);
+    } catch (const JSONError& e) {
+        return e.what();
+    }
+}
+
+/// `count` entries, of which those listed are given in full.
+std::string catalogue(const std::map<std::size_t, std::string>& special, const std::string& end = "],\"last\":1}") {
+    constexpr std::size_t count = 3000;
+    std::string text = "{\"entries\" : [";
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto found = special.find(i);
+        text += i > 0 ? " , " : "";
+        text += found != special.end()
+                    ? found->second
+                    : R"({"text":"[}\\\"{)" + std::to_string(i) + R"(\\","number":-)" + std::to_string(i) + ".25}";
+    }
+    return text + end;
+}
+
+TEST(JSONCoding, ListsReadOnAllCoresAreAsThoseReadInOrder) {
+    const std::string cases[] = {
+        catalogue({}),
+        catalogue({}, ",],\"last\":1}"),
+        catalogue({{0, R"({"leaves":[{"text":"\\"},{}],"x":[{"y":"]"}]})"}, {2999, "{}"}}),
+        catalogue({{1000, R"({"number":"1"})"}, {2000, R"({"text":2})"}}),
+        catalogue({{2000, R"({"leaves":[{},{"flag":0}]})"}}),
+        catalogue({{7, "null"}}),
+        catalogue({{7, "1"}, {8, "[]"}}),
+        catalogue({{1000, R"({"number":01})"}}),
+        catalogue({{1000, R"({"number":"1"})"}, {2000, R"({"text" 2})"}}),
+        catalogue({{1000, R"({"number":"1"})"}}, "],\"last\":}"),
+        catalogue({{1000, R"({"text":"a"}})"}}),
+        catalogue({{1000, R"({"text":"a)"}}),
+        catalogue({{1000, R"({"text":"a")"}}),
+        catalogue({{1000, R"({"text":[})"}}),
+        catalogue({{1000, R"({"x":{]}})"}}),
+        catalogue({{1000, R"({} {})"}}),
+        catalogue({{1000, "\\"}}),
+        catalogue({{1000, ""}}),
+        catalogue({{2999, R"({"text":"\q"})"}}),
+        catalogue({}, ""),
+        catalogue({}, "]"),
+        catalogue({}, "]}}"),
+    };
+    for (const auto& text : cases) {
+        ASSERT_GT(text.size(), 100'000U);
+        const std::string inOrder = decodedCatalogue<false>(text);
+        EXPECT_TRUE(decodedCatalogue<true>(text) == inOrder) << inOrder.substr(0, 300) << "\n"
+                                                             << decodedCatalogue<true>(text).substr(0, 300);
+    }
 }
 
 } // namespace
