@@ -25,6 +25,8 @@ public:
     void skip(unsigned count) { position_ += count; }
     void align() { position_ = (position_ + 7) / 8 * 8; }
     [[nodiscard]] bool ended() const { return position_ >= 8 * data_.size(); }
+    /// Whole bytes up to here.
+    [[nodiscard]] std::size_t used() const { return std::min((position_ + 7) / 8, data_.size()); }
 
 private:
     ByteSpan data_;
@@ -91,6 +93,12 @@ public:
             out.resize(std::min(rows * rowBytes, limit), white());
         }
         return out;
+    }
+
+    std::size_t usedBytes() {
+        constexpr unsigned endOfBlock = 0x001001; // two line ends
+        bits_.skip(bits_.peek(24) == endOfBlock ? 24 : 0);
+        return bits_.used();
     }
 
 private:
@@ -262,12 +270,16 @@ private:
 
 } // namespace
 
-ByteBuffer decodeFax(ByteSpan data, const FaxParameters& parameters, std::size_t limit) {
+ByteBuffer decodeFax(ByteSpan data, const FaxParameters& parameters, std::size_t limit, std::size_t* used) {
     constexpr std::int64_t mostColumns = std::int64_t{1} << 26;
     if (parameters.columns < 1 || parameters.columns > mostColumns) {
         return {};
     }
-    ByteBuffer out = Decoder(data, parameters).run(limit);
+    Decoder decoder(data, parameters);
+    ByteBuffer out = decoder.run(limit);
+    if (used != nullptr) {
+        *used = decoder.usedBytes();
+    }
     out.resize(std::min(out.size(), limit));
     return out;
 }

@@ -33,8 +33,9 @@ struct FaxParameters {
     bool endOfLine = false; ///< line ends are sure to be there; they are passed over wherever they are
     bool blackIs1 = false;
 };
-/// Rows of packed bits. Empty for a width that makes no sense.
-[[nodiscard]] ByteBuffer decodeFax(ByteSpan data, const FaxParameters& parameters, std::size_t limit);
+/// Rows of packed bits. Empty for a width that makes no sense. `used`: bytes that were read, a block's end among them.
+[[nodiscard]] ByteBuffer decodeFax(ByteSpan data, const FaxParameters& parameters, std::size_t limit,
+                                   std::size_t* used = nullptr);
 
 struct Jbig2Image {
     Bytes data;
