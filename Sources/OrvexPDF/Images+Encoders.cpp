@@ -4,14 +4,15 @@
 #include "Platform/Imaging/Codecs.h"
 
 #include <new>
+#include <utility>
 
 namespace orvex {
 namespace {
 
 constexpr std::string_view file = "NSImage+Extension";
 
-void debug(std::string_view function, const std::string& message) {
-    moduleLogger().log(LogLevel::debug, file, function, [&] { return message; });
+template <class Message> void debugTurn(Message&& message) {
+    moduleLogger().log(LogLevel::debug, file, "orvexImageWithRotation(_:)", std::forward<Message>(message));
 }
 
 /// Null when the pixels cannot be had.
@@ -141,15 +142,14 @@ Turn turnFor(std::int64_t quarterTurns) {
 } // namespace
 
 ImagePtr orvexImageWithRotation(const ImagePtr& image, std::int64_t rotation) {
-    constexpr std::string_view function = "orvexImageWithRotation(_:)";
     const std::int64_t quarterTurns = rotation % 360 / 90; // both truncate: the sign is the argument's
-    debug(function, "level " + std::to_string(quarterTurns));
+    debugTurn([&] { return "level " + std::to_string(quarterTurns); });
     if (quarterTurns == 0) {
         return image;
     }
     const Turn turn = turnFor(quarterTurns);
-    debug(function, std::string(turn.name));
-    debug(function, "orientation " + std::to_string(turn.orientation));
+    debugTurn([&] { return std::string(turn.name); });
+    debugTurn([&] { return "orientation " + std::to_string(turn.orientation); });
     const BitmapPtr bitmap = cgImage(*image);
     if (!bitmap) {
         return image;

@@ -16,8 +16,8 @@ template <class Message> void debugLine(std::string_view function, Message&& mes
     moduleLogger().log(LogLevel::debug, file, function, std::forward<Message>(message));
 }
 
-void warningLine(std::string_view function, const std::string& message) {
-    moduleLogger().log(LogLevel::warning, file, function, [&] { return message; });
+template <class Message> void warningLine(std::string_view function, Message&& message) {
+    moduleLogger().log(LogLevel::warning, file, function, std::forward<Message>(message));
 }
 
 OrvexPDFPageMeta recordOfLoadedPage(OrvexPDFPagePtr page) {
@@ -36,7 +36,7 @@ std::optional<Bytes> serialise(const OrvexPDFDocument& document, std::string_vie
     try {
         return document.dataRepresentation();
     } catch (const PDFWriteError& error) {
-        warningLine(function, std::string("Error ") + error.what());
+        warningLine(function, [&] { return std::string("Error ") + error.what(); });
         return std::nullopt;
     }
 }
@@ -65,7 +65,7 @@ bool OrvexPDFDocumentManager::load(const std::filesystem::path& url, const std::
     try {
         return load(readFile(url), password);
     } catch (const FileError& error) {
-        warningLine("load(url:)", "Error loading document from " + fileURL(url));
+        warningLine("load(url:)", [&] { return "Error loading document from " + fileURL(url); });
         lastLoadError_ = error.what();
         lastLoadFailure_.reset();
         return false;
@@ -153,7 +153,7 @@ void OrvexPDFDocumentManager::measure() {
             setDocumentBytes(counter.count());
         }
     } catch (const PDFWriteError& error) {
-        warningLine("updateDocumentBytes()", std::string("Error ") + error.what());
+        warningLine("updateDocumentBytes()", [&] { return std::string("Error ") + error.what(); });
     }
 }
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Breaks the manager and the undo manager one line at a time, and has the tests notice.
+"""Breaks the manager, the undo manager and what makes and reads images one line at a time, and has the tests notice.
 
-Usage: mutate.py BUILD_FOLDER
+Usage: mutate.py BUILD_FOLDER [SOURCE...]
 
-Each mutation is applied to the source, the library is built, the unit tests run until one fails, and the source is put
+Takes all mutations, or those of the sources named, like Images.cpp. Each mutation is applied to the source, the library is built, the unit tests run until one fails, and the source is put
 back. Prints a table; fails when a mutation goes unnoticed or its line is not found. Sources must be committed.
 """
 
@@ -15,6 +15,13 @@ ROOT = Path(__file__).resolve().parents[2]
 UNDO = "Sources/Platform/Foundation/UndoManager.cpp"
 EDIT = "Sources/OrvexPDF/Manager+Edit.cpp"
 MANAGER = "Sources/OrvexPDF/Manager.cpp"
+GENERATE = "Sources/OrvexPDF/Manager+Meta.cpp"
+INSERT = "Sources/OrvexPDF/Manager+Insert.cpp"
+OPTIMISE = "Sources/OrvexPDF/Images.cpp"
+OCR = "Sources/OrvexPDF/Images+OCR.cpp"
+ENCODE = "Sources/OrvexPDF/Images+Encoders.cpp"
+EXTRACT = "Sources/OrvexPDF/Utils+ExtractImages.cpp"
+REPORT = "Sources/OrvexPDF/Utils.cpp"
 
 # What is broken, where, the text as it stands and as it is changed. The first occurrence counts.
 MUTATIONS = [
@@ -40,8 +47,64 @@ MUTATIONS = [
     ("an edit leaves the size fresh", MANAGER, "    needsUpdateDocumentBytes = true;\n", ""),
     ("loading keeps the history", MANAGER, "        undoManager->removeAllActions();\n", ""),
     ("the undo of a batch tells of every edit", MANAGER, "            registerSilenceStart();\n", ""),
+    ("a page as small as its picture is copied", GENERATE, "counter.count() < count", "counter.count() <= count"),
+    ("a copy keeps the text of its source", GENERATE,
+     "clone();\n    if (page) {\n        page->foundPage = meta.foundPage;\n", "clone();\n    if (page) {\n"),
+    ("a picture's text is turned as its source was", GENERATE, "multiplyOrDie(meta.originalPageRotation, -1,",
+     "multiplyOrDie(meta.originalPageRotation, 0,"),
+    ("the host sees a page before its watermark", GENERATE,
+     "        page->watermarkText = meta.watermarkText;\n        announceGenerated(*page);\n",
+     "        announceGenerated(*page);\n        page->watermarkText = meta.watermarkText;\n"),
+    ("the first image of a scan with text is taken", INSERT, "last = imageFrom(embedded, PointSize::exact);",
+     "last = last ? last : imageFrom(embedded, PointSize::exact);"),
+    ("images of scans have whole points", INSERT, "PointSize::exact", "PointSize::whole"),
+    ("pages of a document go in backwards", INSERT, "index = addOrDie(index, 1,", "index = addOrDie(index, 0,"),
+    ("JPEG wins a tie", OPTIMISE, "if (count < best.count) {", "if (count <= best.count) {"),
+    ("images are reduced only when much finer", OPTIMISE, "* (1 + rounding)", "* (1.01 + rounding)"),
+    ("rows may be longer than the source's", OPTIMISE, "return width <= sourceRowLength(rep) /",
+     "return width <= 2 * sourceRowLength(rep) /"),
+    ("a preset's quality is not checked", OPTIMISE, "    checkJPEGQuality(quality);\n", ""),
+    ("a failed encoding gives the original", OPTIMISE,
+     "    if (isFiner(*image, squeeze.dpi)) {\n        image = orvexImageTransform(image, squeeze.dpi);\n    }\n"
+     "    OrvexImageMeta best{image};\n",
+     "    OrvexImageMeta best{image};\n    if (isFiner(*image, squeeze.dpi)) {\n"
+     "        image = orvexImageTransform(image, squeeze.dpi);\n    }\n"),
+    ("recognition leaves the page turned", OCR, "{ page_.setRotation(before_); }", "{}"),
+    ("the original page comes before the image", OCR, "if (meta.originalImage) {",
+     "if (meta.originalImage && !meta.originalPage) {"),
+    ("qualities are checked only when there is an image", ENCODE,
+     "    checkJPEGQuality(quality); // also when there is nothing to encode\n", ""),
+    ("JPEG 2000 takes a quality of zero in silence", ENCODE, "if (!(quality > 0 && quality <= 1)) {",
+     "if (!(quality >= 0 && quality <= 1)) {"),
+    ("three turns left are one turn left", ENCODE, "    case -3:\n", "    case -5:\n"),
+    ("rows end at whole bytes", EXTRACT, "image.bytesPerRow = bitsPerRow / 8;",
+     "image.bytesPerRow = (bitsPerRow + 7) / 8;"),
+    ("an image that fails ends the walk", EXTRACT, "    } catch (const RawDecodingError& error) {\n        fail(error);",
+     "    } catch (const RawDecodingError&) {\n        throw;"),
+    ("errors of colour spaces of JPEGs are told", EXTRACT,
+     "    } catch (const RawDecodingError&) {\n        return nullptr;",
+     "    } catch (const RawDecodingError&) {\n        throw;"),
+    ("a lookup of another kind is a corrupt space", EXTRACT, "        fail(Code::noLookupTable);",
+     "        fail(Code::corruptColorSpace);"),
+    ("the table is read before the highest index", EXTRACT,
+     "    const auto last = array.at(2).integer();\n",
+     "    const Bytes table = lookupTable(array.at(3));\n    const auto last = array.at(2).integer();\n"),
+    ("names that are none end the list", EXTRACT, "        if (const auto name = value.at(i).name()) {\n",
+     "        if (!value.at(i).name()) {\n            break;\n        }\n        if (const auto name = value.at(i).name()) {\n"),
+    ("the size is read before the colour space", EXTRACT, "    if (declared.isNull()) {\n        throw RawDecodingError::noColorSpace",
+     "    if (!dictionary.get(\"Width\").integer()) {\n        fail(Code::cannotReadSize);\n    }\n"
+     "    if (declared.isNull()) {\n        throw RawDecodingError::noColorSpace"),
+    ("the report ends without its blank line", REPORT,
+     "    lines.emplace_back([] { return std::string(\"\\n\\n\"); });\n", ""),
 ]
-TESTS = ("foundation_tests --gtest_filter=UndoManager*", "system_tests --gtest_filter=*Manager*")
+PAGES = ("system_tests --gtest_filter=*Manager*:GeneratePage*:SqueezedPage*:UpdateMeta*",)
+IMAGES = ("system_tests --gtest_filter=Images*:OCRImage*:OptimizePage*:ImageReport*",)
+TESTS = {
+    UNDO: ("foundation_tests --gtest_filter=UndoManager*", "system_tests --gtest_filter=*Manager*"),
+    EDIT: PAGES, MANAGER: PAGES, GENERATE: PAGES, INSERT: PAGES,
+    OPTIMISE: IMAGES, OCR: IMAGES, ENCODE: IMAGES, REPORT: IMAGES,
+    EXTRACT: ("system_tests --gtest_filter=*Embedded*:*Error*",),
+}
 
 
 def built(build, *targets):
@@ -49,9 +112,9 @@ def built(build, *targets):
                           stdout=subprocess.DEVNULL, check=False).returncode == 0
 
 
-def noticed_by(build):
+def noticed_by(build, tests):
     """The name of a test that fails; None when all pass."""
-    for words in TESTS:
+    for words in tests:
         program, argument = words.split()
         done = subprocess.run([str(build / "bin" / program), argument, "--gtest_fail_fast"], cwd=ROOT, timeout=600, check=False,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
@@ -66,14 +129,15 @@ def noticed_by(build):
     return None
 
 
-def try_one(build, path, old, new):
+def try_one(build, file, old, new):
     """The test that noticed, or a sentence in capitals."""
+    path = ROOT / file
     text = path.read_text()
     if old not in text:
         return "THE LINE IS NOT THERE"
     try:
         path.write_text(text.replace(old, new, 1))
-        return (noticed_by(build) or "NOBODY NOTICED") if built(build) else "DOES NOT COMPILE"
+        return (noticed_by(build, TESTS[file]) or "NOBODY NOTICED") if built(build) else "DOES NOT COMPILE"
     finally:
         path.write_text(text)
 
@@ -83,13 +147,15 @@ def main():
     if subprocess.run(["git", "diff", "--quiet", "HEAD", "--", "Sources"], cwd=ROOT, check=False).returncode != 0:
         print("commit the sources first: they are changed and put back")
         return 1
-    if not built(build, "foundation_tests", "system_tests") or noticed_by(build):
+    chosen = [mutation for mutation in MUTATIONS if not sys.argv[2:] or Path(mutation[1]).name in sys.argv[2:]]
+    tests = sorted({words for mutation in chosen for words in TESTS[mutation[1]]})
+    if not built(build, "foundation_tests", "system_tests") or noticed_by(build, tests):
         print("the tests fail before anything is broken")
         return 1
     print("| broken so that | in | noticed by |\n|---|---|---|")
     unnoticed = 0
-    for what, file, old, new in MUTATIONS:
-        answer = try_one(build, ROOT / file, old, new)
+    for what, file, old, new in chosen:
+        answer = try_one(build, file, old, new)
         unnoticed += 1 if answer.isupper() else 0
         print(f"| {what} | {Path(file).name} | {answer} |", flush=True)
     built(build)
