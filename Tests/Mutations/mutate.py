@@ -72,7 +72,7 @@ MUTATIONS = [
     ("recognition leaves the page turned", OCR, "{ page_.setRotation(before_); }", "{}"),
     ("the original page comes before the image", OCR, "if (meta.originalImage) {",
      "if (meta.originalImage && !meta.originalPage) {"),
-    ("qualities are checked only when there is an image", ENCODE,
+    ("the quality of a JPEG is not checked", ENCODE,
      "    checkJPEGQuality(quality); // also when there is nothing to encode\n", ""),
     ("JPEG 2000 takes a quality of zero in silence", ENCODE, "if (!(quality > 0 && quality <= 1)) {",
      "if (!(quality >= 0 && quality <= 1)) {"),
