@@ -11,9 +11,9 @@ namespace orvex {
 constexpr int deepestPageTree = 2000;
 
 struct PageList {
-    static constexpr signed char unknownTurn = -1;
+    static constexpr unsigned char unknownTurn = 0xFF;
     std::vector<QPDFObjGen> ids;
-    std::vector<signed char> turns; ///< quarter turns clockwise, own or inherited; unknown ones are to be looked up
+    std::vector<unsigned char> turns; ///< quarter turns clockwise, own or inherited; unknown ones are to be looked up
     bool repaired = false; ///< qpdf changed its parse to come to these: another parse has to list its pages itself
 };
 

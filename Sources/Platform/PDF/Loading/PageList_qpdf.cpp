@@ -53,7 +53,7 @@ private:
         QPDFObjGen node;
         TextScanner kids;
         std::shared_ptr<const void> owner; ///< of their text
-        signed char turn;
+        unsigned char turn;
     };
 
     /// Reads an object of the tree that was not there yet.
@@ -70,7 +70,7 @@ private:
     bool take(QPDFObjGen id, PageList& list) {
         const Level& parent = levels_.back();
         const bool knowsParent = referenceOf(findEntry(object_.entries, "/Parent")) == parent.node;
-        const signed char turn = ownTurn(knowsParent ? parent.turn : PageList::unknownTurn);
+        const unsigned char turn = ownTurn(knowsParent ? parent.turn : PageList::unknownTurn);
         if (hasEntry(object_.entries, "/Kids")) {
             return enter(id, turn);
         }
@@ -79,7 +79,7 @@ private:
         return isOfType("/Page");
     }
 
-    bool enter(QPDFObjGen id, signed char turn) {
+    bool enter(QPDFObjGen id, unsigned char turn) {
         const auto* kids = findEntry(object_.entries, "/Kids");
         if (!isOfType("/Pages") || kids == nullptr || kids->kind != TextKind::array) {
             return false;
@@ -97,7 +97,7 @@ private:
         return value != nullptr && value->text == type;
     }
 
-    signed char ownTurn(signed char inherited) const {
+    unsigned char ownTurn(unsigned char inherited) const {
         if (!hasEntry(object_.entries, "/Rotate")) {
             return inherited;
         }
@@ -105,7 +105,7 @@ private:
         if (!degrees) {
             return PageList::unknownTurn;
         }
-        return static_cast<signed char>(*degrees % 90 == 0 ? (*degrees / 90 % 4 + 4) % 4 : 0);
+        return static_cast<unsigned char>(*degrees % 90 == 0 ? (*degrees / 90 % 4 + 4) % 4 : 0);
     }
 
     QPDF& pdf_;
