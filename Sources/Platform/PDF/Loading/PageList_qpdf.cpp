@@ -13,7 +13,6 @@ namespace {
 
 /// Above it, looking up an attribute gives up at another level than going down would.
 constexpr std::size_t deepestTurn = 60;
-constexpr int mostRepeats = 64;
 
 [[noreturn]] void refuseDepth() {
     throw QPDFExc(qpdf_e_pages, "input", "", 0,
@@ -63,7 +62,7 @@ private:
             return false;
         }
         seen_[*position] = true;
-        return objects_.read(pdf_, id, object_) && object_.data == 0 && objects_.repeats() <= mostRepeats;
+        return objects_.read(pdf_, id, object_) && object_.data == 0 && !objects_.wastesTime();
     }
 
     /// A page goes into the list; of a node the kids are next.

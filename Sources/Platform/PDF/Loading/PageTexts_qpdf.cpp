@@ -9,8 +9,6 @@ namespace {
 constexpr std::array inherited{"/MediaBox", "/CropBox", "/Resources"};
 constexpr std::array own{"/BleedBox", "/TrimBox", "/ArtBox"};
 constexpr int treeDepthLimit = 64;
-/// Objects that are packed so that each page needs another stream are better left to the parser, which keeps them.
-constexpr int mostRepeats = 64;
 /// Longer ones are shared by pages, and would take long to parse for each.
 constexpr std::size_t longestResources = 8192;
 
@@ -27,7 +25,7 @@ void append(std::string& dictionary, std::string_view key, std::string_view valu
 } // namespace
 
 bool PageTexts::read(QPDF& pdf, QPDFObjGen page, Wanted wanted, PageText& text) {
-    if (objects_.repeats() > mostRepeats || !objects_.read(pdf, page, text.object) || text.object.data != 0) {
+    if (objects_.wastesTime() || !objects_.read(pdf, page, text.object) || text.object.data != 0) {
         return false;
     }
     Node attributes;

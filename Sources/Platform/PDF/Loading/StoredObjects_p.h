@@ -15,6 +15,9 @@
 
 namespace orvex {
 
+/// From where a file's offsets count: its header, which junk may precede.
+[[nodiscard]] std::size_t headerOffset(std::string_view file);
+
 /// Where a file's objects stand: what its cross-reference table says, in a fraction of the memory.
 class ObjectTable {
 public:
@@ -52,8 +55,9 @@ public:
     bool read(QPDF& pdf, QPDFObjGen id, StoredObject& object);
     /// None for an object that is no plainly spelled integer in the file itself.
     [[nodiscard]] std::optional<int> integer(QPDFObjGen id) const;
-    /// Streams that had to be unpacked more than once.
-    [[nodiscard]] int repeats() const { return repeats_; }
+    /// Whether object streams are unpacked again and again, because what is asked for lies about in many of them:
+    /// better left to the parser then, which keeps it.
+    [[nodiscard]] bool wastesTime() const { return repeats_ > 64 + reads_ / 8; }
 
 private:
     struct Unpacked {
@@ -72,8 +76,9 @@ private:
     const ObjectTable& table_;
     std::array<Unpacked, 8> kept_;
     std::size_t oldest_ = 0;
-    std::vector<int> seen_; ///< streams that were unpacked before, by number
-    int repeats_ = 0;
+    std::vector<int> seen_;   ///< streams that were unpacked before, by number
+    std::size_t repeats_ = 0; ///< streams that were unpacked before
+    std::size_t reads_ = 0;
 };
 
 } // namespace orvex

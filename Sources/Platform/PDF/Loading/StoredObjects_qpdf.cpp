@@ -14,13 +14,6 @@ namespace {
 
 constexpr int mostPacked = 1'000'000; // objects of one stream
 
-/// Offsets count from the header, which junk may precede.
-std::size_t headerOf(std::string_view file) {
-    constexpr std::size_t window = 1024;
-    const auto found = file.substr(0, window).find("%PDF-");
-    return found == std::string_view::npos ? 0 : found;
-}
-
 std::string_view textOf(const Buffer& buffer) {
     return {reinterpret_cast<const char*>(const_cast<Buffer&>(buffer).getBuffer()), buffer.getSize()};
 }
@@ -55,6 +48,12 @@ bool readDictionary(TextScanner& scanner, StoredObject& object) {
 
 } // namespace
 
+std::size_t headerOffset(std::string_view file) {
+    constexpr std::size_t window = 1024;
+    const auto found = file.substr(0, window).find("%PDF-");
+    return found == std::string_view::npos ? 0 : found;
+}
+
 ObjectTable::ObjectTable(QPDF& pdf) {
     const auto table = pdf.getXRefTable();
     places_.reserve(table.size());
@@ -80,12 +79,13 @@ std::optional<std::size_t> ObjectTable::position(QPDFObjGen id) const {
 }
 
 StoredObjects::StoredObjects(const Bytes& file, const ObjectTable& table)
-    : file_(file.text()), header_(headerOf(file.text())), table_(table) {
+    : file_(file.text()), header_(headerOffset(file.text())), table_(table) {
     file_.remove_prefix(header_);
 }
 
 bool StoredObjects::read(QPDF& pdf, QPDFObjGen id, StoredObject& object) {
     object = {std::move(object.entries), {}, 0, nullptr};
+    ++reads_;
     const auto position = table_.position(id);
     if (!position) {
         return false;

@@ -94,13 +94,6 @@ bool holds(const Keys& keys, const std::set<std::string>& wanted) {
                        [&](const std::string& key) { return std::find(keys.begin(), keys.end(), key) != keys.end(); });
 }
 
-/// Offsets count from the header, which junk may precede.
-std::size_t headerOffset(const Bytes& file) {
-    constexpr std::size_t window = 1024;
-    const auto found = file.text().substr(0, window).find("%PDF-");
-    return found == std::string_view::npos ? 0 : found;
-}
-
 /// The decoded object stream that holds an object. Empty for an object that stands in the file itself.
 std::shared_ptr<Buffer> objectStream(const PDFSource& source, QPDFObjGen object) {
     const auto table = source.pdf().getXRefTable();
@@ -118,7 +111,7 @@ Keys keysInText(const PDFSource& source, const QPDFObjectHandle& dictionary, QPD
         return {};
     }
     const auto place = static_cast<std::size_t>(offset);
-    Keys keys = readKeys(source.bytes().span(), headerOffset(source.bytes()) + place);
+    Keys keys = readKeys(source.bytes().span(), headerOffset(source.bytes().text()) + place);
     if (holds(keys, wanted)) {
         return keys;
     }

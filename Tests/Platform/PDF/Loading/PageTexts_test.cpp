@@ -197,6 +197,24 @@ TEST(PageTexts, AreThoseOfPagesInObjectStreams) {
     EXPECT_EQ(counts.contents, 300);
 }
 
+TEST(PageTexts, AreLeftToTheParserWhenPagesLieAboutInManyStreams) {
+    const auto source = PDFSource::open(inObjectStreams(longFile(2000)), {});
+    PageText text;
+    int plain = 0;
+    for (int i = 0; i < source->pageCount(); ++i) {
+        plain += source->readPage(i * 601 % source->pageCount(), PageTexts::Wanted::boxes, text) ? 1 : 0;
+    }
+    EXPECT_GT(plain, 64);
+    EXPECT_LT(plain, 200);
+    EXPECT_EQ(source->box(1234, PDFDisplayBox::media), (Rect{0, 0, 612, 792}));
+    const auto inOrder = PDFSource::open(source->bytes(), {});
+    for (int pass = 0; pass < 3; ++pass) {
+        for (int i = 0; i < inOrder->pageCount(); ++i) {
+            ASSERT_TRUE(inOrder->readPage(i, PageTexts::Wanted::boxes, text));
+        }
+    }
+}
+
 /// Heap that is in use.
 std::size_t heap() {
     const auto info = mallinfo2();
