@@ -72,14 +72,35 @@ void OrvexPDFDocumentManager::_insert(OrvexPDFPagePtr page, std::int64_t atIndex
         if (index > static_cast<std::int64_t>(pagesMeta.size())) {
             fatalError("there are fewer page records than pages before index " + std::to_string(index));
         }
-        pdfDoc->insertPage(std::move(page), index);
-        pagesMeta.insert(static_cast<std::size_t>(index), std::move(meta));
-        registerUndo([index, function](OrvexPDFDocumentManager& manager) {
-            debugLine(function, "Undo step insert at:", index);
-            manager._remove(index);
-        });
+        insertInStep(std::move(page), index, std::move(meta));
+        try {
+            registerUndo([index, function](OrvexPDFDocumentManager& manager) {
+                debugLine(function, "Undo step insert at:", index);
+                manager._remove(index);
+            });
+        } catch (...) {
+            takeInStep(index);
+            throw;
+        }
         didChangeDocument();
     });
+}
+
+/// Page and record, or neither.
+void OrvexPDFDocumentManager::insertInStep(OrvexPDFPagePtr page, std::int64_t at, OrvexPDFPageMetaPtr meta) {
+    pdfDoc->insertPage(std::move(page), at);
+    try {
+        pagesMeta.insert(static_cast<std::size_t>(at), std::move(meta));
+    } catch (...) {
+        pdfDoc->removePage(at);
+        throw;
+    }
+}
+
+/// Needs no memory.
+void OrvexPDFDocumentManager::takeInStep(std::int64_t at) {
+    pagesMeta.take(static_cast<std::size_t>(at));
+    pdfDoc->removePage(at);
 }
 
 // Removing
@@ -105,8 +126,7 @@ void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
             debugLine(function, "Undo step remove at:", pageAt);
             manager._insert(page, pageAt, meta);
         });
-        pagesMeta.take(static_cast<std::size_t>(pageAt));
-        pdfDoc->removePage(pageAt);
+        takeInStep(pageAt);
         didChangeDocument();
     });
 }
@@ -151,22 +171,40 @@ void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePt
 // Moving and turning
 
 void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std::int64_t to) {
-    batch([&] {
-        std::vector<std::pair<OrvexPDFPagePtr, OrvexPDFPageMetaPtr>> moved;
+    std::vector<std::pair<OrvexPDFPagePtr, OrvexPDFPageMetaPtr>> moved;
+    auto falling = pagesAt;
+    std::sort(falling.rbegin(), falling.rend());
+    const auto target = to - std::count_if(pagesAt.begin(), pagesAt.end(), [to](auto index) { return index < to; });
+    const auto count = pdfDoc->pageCount();
+    bool areOut = false;
+    const auto block = [&] {
         for (const auto index : pagesAt) {
             moved.emplace_back(page(index), isPageIndexOrEnd(index) ? metaOrDie(index) : nullptr);
         }
-        auto target = to - std::count_if(pagesAt.begin(), pagesAt.end(), [to](auto index) { return index < to; });
-        auto falling = pagesAt;
-        std::sort(falling.rbegin(), falling.rend());
         for (const auto index : falling) {
             _remove(index);
         }
-        for (auto& [page, meta] : moved) {
+        areOut = true;
+        auto next = target;
+        for (const auto& [page, meta] : moved) {
             if (!page || !meta) {
                 fatalError("a page that does not exist was to be moved");
             }
-            _insert(std::move(page), target++, std::move(meta));
+            _insert(page, next++, meta);
+        }
+    };
+    wholeBatch(block, [&] {
+        const auto missing = count - pdfDoc->pageCount();
+        const auto size = static_cast<std::int64_t>(moved.size());
+        for (auto inserted = areOut ? size - missing : 0; inserted > 0; --inserted) {
+            takeInStep(target);
+        }
+        // From the last that was removed, so that each finds its place.
+        for (auto out = areOut ? size : missing; out > 0; --out) {
+            const auto index = falling[static_cast<std::size_t>(out - 1)];
+            const auto which = std::find(pagesAt.begin(), pagesAt.end(), index) - pagesAt.begin();
+            auto& [page, meta] = moved[static_cast<std::size_t>(which)];
+            insertInStep(page, index, meta);
         }
     });
 }

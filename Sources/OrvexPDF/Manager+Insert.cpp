@@ -64,11 +64,18 @@ std::vector<std::string> OrvexPDFDocumentManager::insert(const OrvexPDFDocumentP
             std::cout << "Tried to insert a page out of index: " << index << std::endl;
             return;
         }
-        batch([&] {
+        const auto first = index;
+        const auto count = pdfDoc->pageCount();
+        const auto block = [&] {
             for (const auto& page : pagesOf(document)) {
                 const ImagePtr image = sidecar ? lastEmbeddedImage(*page) : nullptr;
                 ids.push_back(image ? insert(image, index, {}) : insertPageOfDocument(page, index));
                 index = addOrDie(index, 1, "the index of an inserted page");
+            }
+        };
+        wholeBatch(block, [&] {
+            while (pdfDoc->pageCount() > count) {
+                takeInStep(first);
             }
         });
     });

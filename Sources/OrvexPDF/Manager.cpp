@@ -206,26 +206,46 @@ void OrvexPDFDocumentManager::batch(const std::function<void()>& block) {
     syncOnMain([this] { endBatch(); });
 }
 
+void OrvexPDFDocumentManager::wholeBatch(const std::function<void()>& block, const std::function<void()>& takeBack) {
+    batch([&] {
+        const bool wasMarked = batchIsMarked_;
+        try {
+            block();
+        } catch (...) {
+            if (undoManager && isBatchGroupOpen()) {
+                undoManager->forgetUndoGroup(); // makes room for what is put back
+                batchIsMarked_ = wasMarked;
+            }
+            takeBack();
+            throw;
+        }
+    });
+}
+
 void OrvexPDFDocumentManager::beginBatch() {
-    silent = addOrDie(silent, 1, "the depth of batches");
-    if (!undoManager) {
-        return;
+    const auto deeper = addOrDie(silent, 1, "the depth of batches");
+    if (undoManager) {
+        undoManager->beginUndoGrouping();
+        if (batchDepth_++ == 0) {
+            batchGroupLevel_ = undoManager->groupingLevel();
+            batchIsMarked_ = false;
+        }
     }
-    undoManager->beginUndoGrouping();
-    if (batchDepth_++ == 0) {
-        batchGroupLevel_ = undoManager->groupingLevel();
-        batchIsMarked_ = false;
-    }
+    silent = deeper;
 }
 
 void OrvexPDFDocumentManager::endBatch() {
+    silent = addOrDie(silent, -1, "the depth of batches");
     if (undoManager) {
         if (--batchDepth_ == 0 && batchIsMarked_ && isBatchGroupOpen()) {
-            registerSilenceStart();
+            try {
+                registerSilenceStart();
+            } catch (const std::bad_alloc&) { // then undoing tells of each edit
+                debugLine("batch(_:)", [] { return std::string("Not enough memory to undo silently"); });
+            }
         }
         undoManager->endUndoGrouping();
     }
-    silent = addOrDie(silent, -1, "the depth of batches");
     didChangeDocument();
 }
 
@@ -238,28 +258,34 @@ void OrvexPDFDocumentManager::registerUndo(std::function<void(OrvexPDFDocumentMa
     if (!undoManager) {
         return;
     }
-    // A batch's step is undone last action first: the marker registered first ends its silence, the one registered last
-    // starts it. They come with the first edit, so that a batch without edits leaves no step.
-    if (batchDepth_ > 0 && !batchIsMarked_ && isBatchGroupOpen() && undoManager->isUndoRegistrationEnabled()) {
-        batchIsMarked_ = true;
-        registerSilenceEnd();
+    // A batch's step is undone last action first: the first edit ends its silence, a marker behind the last one starts
+    // it. A batch without edits leaves no step.
+    const bool marks =
+        batchDepth_ > 0 && !batchIsMarked_ && isBatchGroupOpen() && undoManager->isUndoRegistrationEnabled();
+    if (marks) {
+        handler = [edit = std::move(handler)](OrvexPDFDocumentManager& manager) {
+            edit(manager);
+            manager.endSilence();
+        };
     }
     undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), std::move(handler));
+    batchIsMarked_ = batchIsMarked_ || marks;
 }
 
 void OrvexPDFDocumentManager::registerSilenceStart() {
-    undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), [](OrvexPDFDocumentManager& manager) {
-        manager.silent = addOrDie(manager.silent, 1, "the depth of batches");
-        manager.registerSilenceEnd();
+    registerUndo([](OrvexPDFDocumentManager& manager) {
+        const auto deeper = addOrDie(manager.silent, 1, "the depth of batches");
+        manager.registerUndo([](OrvexPDFDocumentManager& again) { again.endSilence(); });
+        manager.silent = deeper;
     });
 }
 
-void OrvexPDFDocumentManager::registerSilenceEnd() {
-    undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), [](OrvexPDFDocumentManager& manager) {
-        manager.silent = addOrDie(manager.silent, -1, "the depth of batches");
-        manager.registerSilenceStart();
-        manager.didChangeDocument();
-    });
+void OrvexPDFDocumentManager::endSilence() {
+    if (silent > 0) { // memory may have run out when the start was to be registered
+        registerSilenceStart();
+        silent = addOrDie(silent, -1, "the depth of batches");
+    }
+    didChangeDocument();
 }
 
 // Lookups

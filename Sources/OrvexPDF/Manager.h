@@ -157,17 +157,21 @@ private:
     // Records that left the list are nobody's but the history's: it keeps them and puts them back, uncopied.
     void _insert(OrvexPDFPagePtr page, std::int64_t atIndex, OrvexPDFPageMetaPtr meta);
     void _remove(std::int64_t pageAt);
+    void insertInStep(OrvexPDFPagePtr page, std::int64_t at, OrvexPDFPageMetaPtr meta);
+    void takeInStep(std::int64_t at);
     enum class Origin { caller, history };
     void _replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMetaPtr& withMeta, bool force,
                   Origin origin);
     std::string insertPageOfDocument(const OrvexPDFPagePtr& page, std::int64_t atIndex);
 
+    /// As batch(), but whole or not at all: when `block` throws, `takeBack` undoes what it did and no step is left.
+    void wholeBatch(const std::function<void()>& block, const std::function<void()>& takeBack);
     void beginBatch();
     void endBatch();
     [[nodiscard]] bool isBatchGroupOpen() const;
     void registerUndo(std::function<void(OrvexPDFDocumentManager&)> handler);
     void registerSilenceStart();
-    void registerSilenceEnd();
+    void endSilence();
 
     [[nodiscard]] static OrvexPDFPagePtr pageFromOriginalImage(const OrvexPDFPageMeta& meta);
     [[nodiscard]] static OrvexPDFPagePtr pageFromOriginalPage(const OrvexPDFPageMeta& meta);

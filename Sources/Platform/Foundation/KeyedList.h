@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Platform/Foundation/HashTable.h"
+#include "Platform/Foundation/Room.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -21,10 +22,10 @@
 namespace orvex {
 
 /// `KeyOf` is a stateless function object that gives a value's key. Keys need not be unique. Positions count from 0.
-/// Values stay where they are in memory. They may be changed in place, keys included; position() takes notice of what
-/// was changed through a reference that was handed out since it was last called. A value whose pointer somebody else
-/// holds is copied before it is handed out for changing: what was kept stays as it was. Not for use by several threads
-/// at once, unless all of them only read and none calls position().
+/// Values stay where they are in memory and may be changed in place, keys included: position() notices what was changed
+/// through references handed out since it was last called. What throws changes nothing; taking and exchanging need no
+/// memory. A value whose pointer somebody else holds is copied before it is handed out for changing. Not for use by
+/// several threads at once, unless all of them only read and none calls position().
 template <class Value, class KeyOf> class KeyedList {
     struct Block {
         std::vector<std::shared_ptr<Value>> values;
@@ -72,8 +73,8 @@ public:
     [[nodiscard]] Value& back() { return at(size_ - 1); }
     /// For keeping the value as it is now.
     [[nodiscard]] const pointer& shared(std::size_t position) const {
-        const auto found = occupied(position);
-        return blocks_[found.block]->values[found.offset];
+        const auto [block, offset] = occupied(position);
+        return blocks_[block]->values[offset];
     }
 
     [[nodiscard]] const_iterator begin() const { return {*this, 0}; }
@@ -104,9 +105,8 @@ public:
     [[nodiscard]] std::optional<std::size_t> position(const key_type& key) const;
 
 private:
-    // Half full after loading, so that the first insertions find room.
     static constexpr std::size_t blockLimit = 128;
-    static constexpr std::size_t appendLimit = blockLimit / 2;
+    static constexpr std::size_t appendLimit = blockLimit / 2; ///< so that insertions find room
     static constexpr std::size_t touchedLimit = 100;
 
     static std::uint32_t hashOf(const key_type& key) { return spreadHash(std::hash<key_type>()(key)); }
@@ -135,8 +135,7 @@ private:
 
     [[nodiscard]] Place occupied(std::size_t position) const {
         if (position >= size_) {
-            throw std::out_of_range("there is no position " + std::to_string(position) + " among " +
-                                    std::to_string(size_));
+            throw std::out_of_range("no position " + std::to_string(position) + " among " + std::to_string(size_));
         }
         return place(position);
     }
@@ -168,12 +167,10 @@ private:
     }
 
     /// The table is made when somebody first asks for a key.
-    std::uint32_t enter(Block& block, const pointer& value) const {
-        if (!hasTable_) {
-            return 0;
+    std::uint32_t enter(Block& block, std::uint32_t hash) const {
+        if (hasTable_) {
+            table_.add(hash, &block);
         }
-        const auto hash = hashOf(value);
-        table_.add(hash, &block);
         return hash;
     }
 
@@ -184,9 +181,9 @@ private:
     }
 
     void reenter(Block& block, std::size_t offset) const {
-        if (hashOf(block.values[offset]) != block.hashes[offset]) {
+        if (const auto hash = hashOf(block.values[offset]); hash != block.hashes[offset]) {
             leave(block, offset);
-            block.hashes[offset] = enter(block, block.values[offset]);
+            block.hashes[offset] = enter(block, hash);
         }
     }
 
@@ -267,6 +264,8 @@ template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::insert(std::si
     if (position > size_) {
         throw std::out_of_range("cannot insert at " + std::to_string(position) + " among " + std::to_string(size_));
     }
+    const auto hash = hasTable_ ? hashOf(value) : 0;
+    table_.reserve(hasTable_ ? size_ + 1 : 0); // entering below needs no memory
     if (blocks_.empty() || (position == size_ && blocks_.back()->values.size() >= appendLimit)) {
         addBlock(blocks_.size());
     }
@@ -277,7 +276,7 @@ template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::insert(std::si
     }
     auto& block = *blocks_[at.block];
     const auto offset = static_cast<std::ptrdiff_t>(at.offset);
-    block.hashes.insert(block.hashes.begin() + offset, enter(block, value));
+    block.hashes.insert(block.hashes.begin() + offset, enter(block, hash));
     block.values.insert(block.values.begin() + offset, std::move(value));
     shiftStartsBehind(at.block, 1);
 }
@@ -286,8 +285,9 @@ template <class Value, class KeyOf>
 auto KeyedList<Value, KeyOf>::exchange(std::size_t position, pointer value) -> pointer {
     const auto at = occupied(position);
     auto& block = *blocks_[at.block];
+    const auto hash = hasTable_ ? hashOf(value) : 0;
     leave(block, at.offset);
-    block.hashes[at.offset] = enter(block, value);
+    block.hashes[at.offset] = enter(block, hash);
     return std::exchange(block.values[at.offset], std::move(value));
 }
 
@@ -328,11 +328,11 @@ std::optional<std::size_t> KeyedList<Value, KeyOf>::position(const key_type& key
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::makeTable() const {
-    hasTable_ = true;
     table_.reserve(size_);
+    hasTable_ = true;
     for (const auto& block : blocks_) {
         for (std::size_t i = 0; i < block->values.size(); ++i) {
-            block->hashes[i] = enter(*block, block->values[i]);
+            block->hashes[i] = enter(*block, hashOf(block->values[i]));
         }
     }
 }
@@ -363,12 +363,14 @@ template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::numberBlocks(s
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::addBlock(std::size_t ordinal) {
-    const auto offset = static_cast<std::ptrdiff_t>(ordinal);
+    const auto at = static_cast<std::ptrdiff_t>(ordinal);
     auto block = std::make_unique<Block>();
     block->values.reserve(blockLimit);
     block->hashes.reserve(blockLimit);
-    starts_.insert(starts_.begin() + offset, ordinal < starts_.size() ? starts_[ordinal] : size_);
-    blocks_.insert(blocks_.begin() + offset, std::move(block));
+    makeRoom(blocks_);
+    makeRoom(starts_);
+    starts_.insert(starts_.begin() + at, ordinal < starts_.size() ? starts_[ordinal] : size_);
+    blocks_.insert(blocks_.begin() + at, std::move(block));
     numberBlocks(ordinal);
 }
 

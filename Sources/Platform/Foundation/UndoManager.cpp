@@ -1,5 +1,6 @@
 #include "Platform/Foundation/UndoManager.h"
 #include "Platform/Foundation/MainQueue.h"
+#include "Platform/Foundation/Room.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,24 +17,24 @@ enum class GroupKind { event, asked, replay };
 
 struct Group {
     GroupKind kind;
-    Step actions;
+    std::size_t first; ///< of the actions that were registered in it
 };
-
-void append(Step& actions, Step&& more) {
-    std::move(more.begin(), more.end(), std::back_inserter(actions));
-}
 
 } // namespace
 
 struct UndoManager::State {
     std::vector<Step> undoStack;
     std::vector<Step> redoStack;
-    std::vector<Group> open; ///< outermost first
+    std::vector<Group> open;   ///< outermost first
+    Step actions;              ///< of all open groups: those of an inner one become the outer one's
+    std::vector<Step> dropped; ///< redo steps that the open groups emptied the stack of
     std::size_t levels = 0;
     std::size_t disabled = 0;
     bool groupsByEvent = true;
     bool undoing = false;
     bool redoing = false;
+    bool takingBack = false;         ///< a replay failed: its handlers' inverses run, and what they register is ignored
+    std::size_t ignored = 0;         ///< of these, so far
     bool dropsReplay = false;        ///< removeAllActions() inside a handler: what the handlers still register is lost
     std::size_t forgivenEnds = 0;    ///< groups that removeAllActions() closed before their end was asked for
     std::size_t forgivenEnables = 0; ///< the same for disabled registration
@@ -42,12 +43,12 @@ struct UndoManager::State {
 
     [[nodiscard]] bool replaying() const { return undoing || redoing; }
 
+    /// There must be room.
     void push(std::vector<Step>& stack, Step&& step) const {
-        if (step.empty()) {
-            return;
+        if (!step.empty()) {
+            stack.push_back(std::move(step));
+            trim(stack);
         }
-        stack.push_back(std::move(step));
-        trim(stack);
     }
 
     void trim(std::vector<Step>& stack) const {
@@ -56,27 +57,61 @@ struct UndoManager::State {
         }
     }
 
-    /// Closes the innermost group: into its parent, or onto `stack`.
+    /// Closes the innermost group; the outermost one becomes a step on `stack`, which must have room.
     void closeGroup(std::vector<Step>& stack) {
-        Group group = std::move(open.back());
         open.pop_back();
         if (open.empty()) {
-            push(stack, std::move(group.actions));
-        } else {
-            append(open.back().actions, std::move(group.actions));
+            push(stack, std::exchange(actions, {}));
+            dropped.clear();
         }
     }
 
+    void openGroup(GroupKind kind) { open.push_back({kind, actions.size()}); }
+
     /// The event group stays open while a loop will end the event; without a loop every edit is an event.
-    void settleEventGroup() {
+    void settleEventGroup() noexcept {
         if (open.size() != 1 || open.front().kind != GroupKind::event) {
             return;
         }
-        if (!MainQueue::shared().isAttached()) {
-            closeGroup(undoStack);
-        } else if (!std::exchange(endScheduled, true)) {
-            MainQueue::shared().async([] {}); // the loop's own callbacks end without telling: the next turn does
+        try {
+            if (!scheduleEnd()) {
+                closeGroup(undoStack);
+            }
+        } catch (const std::bad_alloc&) { // the next event's end closes it as well
+            return;
         }
+    }
+
+    /// Whether a loop will end the event.
+    bool scheduleEnd() {
+        auto& queue = MainQueue::shared();
+        if (queue.isAttached() && !endScheduled) {
+            queue.async([] {}); // the loop's own callbacks end without telling: the next turn does
+            endScheduled = true;
+        }
+        return queue.isAttached();
+    }
+
+    /// Runs the inverses of what a failed replay did. Those that fail in turn, and what comes before them, stay
+    /// registered. Who registered something had done it before he failed.
+    void takeBack() {
+        takingBack = true;
+        while (!actions.empty()) {
+            auto inverse = std::move(actions.back());
+            actions.pop_back();
+            const auto before = ignored;
+            try {
+                inverse();
+            } catch (...) {
+                if (ignored != before || open.empty()) { // somebody removed all actions
+                    continue;
+                }
+                takingBack = false;
+                actions.push_back(std::move(inverse));
+                throw;
+            }
+        }
+        takingBack = false;
     }
 };
 
@@ -93,10 +128,8 @@ public:
               }
               flag = false;
           }) {
-        if (target.size() == target.capacity()) { // room for the step, which is pushed where nothing may be thrown
-            target.reserve(2 * target.size() + 1);
-        }
-        state.open.push_back({GroupKind::replay, {}});
+        makeRoom(target);
+        state.openGroup(GroupKind::replay);
         flag = true;
         state.dropsReplay = false;
     }
@@ -107,14 +140,6 @@ public:
 private:
     std::function<void()> finish_;
 };
-
-/// Last registered first. An action that throws stays, with those before it, in `step`.
-void runBackwards(Step& step) {
-    while (!step.empty()) {
-        step.back()();
-        step.pop_back();
-    }
-}
 
 } // namespace
 
@@ -129,25 +154,46 @@ void UndoManager::registerAction(Action action) {
     if (s.disabled > 0 || (s.dropsReplay && s.replaying())) {
         return;
     }
+    if (s.takingBack) {
+        ++s.ignored;
+        return;
+    }
+    if (s.open.empty() && !s.groupsByEvent) {
+        throw UndoError("registerUndo without an open group while groups are not made by event");
+    }
+    // Whatever may fail comes first: then nothing was registered.
+    makeRoom(s.undoStack);
+    makeRoom(s.actions);
     if (s.open.empty()) {
-        if (!s.groupsByEvent) {
-            throw UndoError("registerUndo without an open group while groups are not made by event");
-        }
-        s.open.push_back({GroupKind::event, {}});
+        (void)s.scheduleEnd();
+        s.openGroup(GroupKind::event);
     }
-    if (!s.replaying()) {
-        s.redoStack.clear();
+    if (!s.replaying() && !s.redoStack.empty()) {
+        s.dropped = std::exchange(s.redoStack, {});
     }
-    s.open.back().actions.push_back(std::move(action));
+    s.actions.push_back(std::move(action));
     s.settleEventGroup();
 }
 
 void UndoManager::beginUndoGrouping() {
     auto& s = *state_;
+    s.open.reserve(s.open.size() + 2);
     if (s.open.empty() && s.groupsByEvent && !s.replaying()) {
-        s.open.push_back({GroupKind::event, {}});
+        (void)s.scheduleEnd();
+        s.openGroup(GroupKind::event);
     }
-    s.open.push_back({GroupKind::asked, {}});
+    s.openGroup(GroupKind::asked);
+}
+
+void UndoManager::forgetUndoGroup() {
+    auto& s = *state_;
+    if (s.open.empty() || s.open.back().kind == GroupKind::replay) {
+        return;
+    }
+    s.actions.resize(std::min(s.actions.size(), s.open.back().first));
+    if (s.actions.empty() && !s.replaying() && !s.dropped.empty()) {
+        s.redoStack = std::exchange(s.dropped, {});
+    }
 }
 
 void UndoManager::endUndoGrouping() {
@@ -211,21 +257,29 @@ void UndoManager::replay(std::vector<std::vector<Action>>& from, std::vector<std
     auto& s = *state_;
     Step step = std::move(from.back());
     from.pop_back();
+    std::size_t left = step.size();
     try {
         const Replay collecting(s, flag, to);
-        runBackwards(step);
+        try {
+            for (; left > 0; --left) {
+                step[left - 1]();
+            }
+        } catch (...) {
+            s.takeBack();
+            left = step.size();
+            throw;
+        }
     } catch (...) {
         if (!s.dropsReplay) {
-            s.push(from, std::move(step)); // what did not run can be tried again
+            step.erase(step.begin() + static_cast<std::ptrdiff_t>(left), step.end());
+            s.push(from, std::move(step)); // what did not run, or was taken back, can be tried again
         }
         throw;
     }
 }
 
 bool UndoManager::canUndo() const {
-    const auto& s = *state_;
-    return !s.undoStack.empty() ||
-           std::any_of(s.open.begin(), s.open.end(), [](const Group& group) { return !group.actions.empty(); });
+    return !state_->undoStack.empty() || !state_->actions.empty();
 }
 
 bool UndoManager::canRedo() const {
@@ -242,6 +296,8 @@ void UndoManager::removeAllActions() {
     auto& s = *state_;
     s.undoStack.clear();
     s.redoStack.clear();
+    s.actions.clear();
+    s.dropped.clear();
     s.forgivenEnds += static_cast<std::size_t>(
         std::count_if(s.open.begin(), s.open.end(), [](const Group& group) { return group.kind == GroupKind::asked; }));
     s.open.clear();

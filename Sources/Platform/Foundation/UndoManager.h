@@ -37,15 +37,21 @@ public:
         });
     }
 
+    /// Registering and grouping do all or, where memory runs out, nothing.
     /// Groups nest; closing an inner group folds its actions into the outer one, closing the outermost makes one step.
     void beginUndoGrouping();
     /// Throws UndoError without an open group, except for a group that removeAllActions() closed.
     void endUndoGrouping();
+    /// Drops what was registered in the innermost open group, which stays open: what it would undo was taken back. Redo
+    /// steps that only these registrations dropped are there again. Nothing without an open group.
+    void forgetUndoGroup();
     [[nodiscard]] std::size_t groupingLevel() const;
     /// Closes the event group, if one is open.
     void endEvent();
 
-    /// Runs the newest step's actions, last registered first. Nothing to undo: does nothing.
+    /// Runs the newest step's actions, last registered first. Nothing to undo: does nothing. When an action throws,
+    /// what those before it did is taken back by the inverses that they registered, and the step stays whole; where
+    /// that fails too, what was not run stays.
     void undo();
     void redo();
     [[nodiscard]] bool canUndo() const;

@@ -360,7 +360,7 @@ TEST_F(UndoManagerTest, EndingTheGroupOfTheUndoItselfThrows) {
     undo.undo();
 }
 
-TEST_F(UndoManagerTest, AHandlerThatThrowsLeavesWhatDidNotRunToBeTriedAgain) {
+TEST_F(UndoManagerTest, AHandlerThatThrowsLeavesTheWholeStepToBeTriedAgain) {
     bool broken = true;
     undo.beginUndoGrouping();
     editor->add('a');
@@ -372,15 +372,86 @@ TEST_F(UndoManagerTest, AHandlerThatThrowsLeavesWhatDidNotRunToBeTriedAgain) {
     editor->add('b');
     undo.endUndoGrouping();
     EXPECT_THROW(undo.undo(), std::runtime_error);
-    EXPECT_EQ(text, "a");
+    EXPECT_EQ(text, "ab") << "what ran before it was taken back";
     EXPECT_FALSE(undo.isUndoing());
+    EXPECT_FALSE(undo.canRedo());
     EXPECT_EQ(undo.groupingLevel(), 0U);
     broken = false;
     undo.undo();
     EXPECT_EQ(text, "");
     undo.redo();
+    EXPECT_EQ(text, "ab");
+    EXPECT_FALSE(undo.canRedo());
+}
+
+TEST_F(UndoManagerTest, WhereTakingBackFailsTooWhatDidNotRunIsLeft) {
+    bool broken = true;
+    const auto fail = [&](Editor&) {
+        if (broken) {
+            throw std::runtime_error("disk");
+        }
+    };
+    undo.beginUndoGrouping();
+    editor->add('a');
+    undo.registerUndo<Editor>(editor, fail);
+    undo.registerUndo<Editor>(editor,
+                              [&](Editor& target) { undo.registerUndo<Editor>(target.shared_from_this(), fail); });
+    editor->add('b');
+    undo.endUndoGrouping();
+    EXPECT_THROW(undo.undo(), std::runtime_error);
+    EXPECT_EQ(text, "a");
+    EXPECT_EQ(undo.groupingLevel(), 0U);
+    broken = false;
+    undo.undo();
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(UndoManagerTest, AnActionThatThrowsAfterItRegisteredItsInverseWasDone) {
+    int throws = 2;
+    std::function<void(Editor&)> toggle = [&](Editor& target) {
+        undo.registerUndo<Editor>(target.shared_from_this(), toggle);
+        text += '!';
+        if (throws-- > 0) {
+            throw std::runtime_error("news");
+        }
+    };
+    undo.registerUndo<Editor>(editor, toggle);
+    EXPECT_THROW(undo.undo(), std::runtime_error);
+    EXPECT_EQ(text, "!!") << "it ran, and its inverse";
+    EXPECT_TRUE(undo.canUndo());
+    EXPECT_FALSE(undo.canRedo());
+}
+
+TEST_F(UndoManagerTest, AForgottenGroupLeavesNoStepAndTheRedoThatThereWas) {
+    editor->add('a');
+    editor->add('b');
+    undo.undo();
+    undo.beginUndoGrouping();
+    editor->add('x');
+    text.pop_back();
+    undo.forgetUndoGroup();
+    undo.endUndoGrouping();
     undo.redo();
     EXPECT_EQ(text, "ab");
+    undo.undo();
+    undo.undo();
+    EXPECT_EQ(text, "");
+    EXPECT_FALSE(undo.canUndo());
+    undo.forgetUndoGroup(); // none is open
+}
+
+TEST_F(UndoManagerTest, AForgottenInnerGroupLeavesTheOuterOnesActions) {
+    undo.beginUndoGrouping();
+    editor->add('a');
+    undo.beginUndoGrouping();
+    editor->add('x');
+    text.pop_back();
+    undo.forgetUndoGroup();
+    undo.endUndoGrouping();
+    undo.endUndoGrouping();
+    undo.undo();
+    EXPECT_EQ(text, "");
+    EXPECT_FALSE(undo.canUndo());
 }
 
 TEST_F(UndoManagerTest, RemoveAllActionsEmptiesClosesAndEnables) {
