@@ -8,6 +8,7 @@
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
+#include "Platform/PDF/Saving/PicturedPlaces_p.h"
 #include "Platform/PDF/Saving/Pictures_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 #include "Platform/PDF/Saving/StructureTree_p.h"
@@ -91,6 +92,7 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         mergeLayers(document_);
         if (purpose == Purpose::file) {
             carryDocument(document_);
+            movePlacesOnPictures(document_, pages_);
         }
         for (std::size_t i = 0; i < pages_.size(); ++i) {
             drawPage(*pages_[i], objects_[i]);

@@ -21,6 +21,8 @@ public:
         std::function<QPDFObjectHandle(const QPDFObjectHandle& name)> byName;
         /// The page that had this number, from 0; null when it is gone.
         std::function<QPDFObjectHandle(long long number)> byNumber;
+        /// Is given each destination that leads to a page, as an array, to change; may be empty.
+        std::function<void(QPDFObjectHandle destination)> found = {};
     };
     explicit Destinations(Lookup lookup) : lookup_(std::move(lookup)) {}
 

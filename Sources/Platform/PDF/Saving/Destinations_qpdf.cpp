@@ -80,14 +80,16 @@ QPDFObjectHandle Destinations::revised(QPDFObjectHandle destination) const {
     if (page.isNull()) {
         return null();
     }
-    if (!page.isInteger()) {
-        return destination;
+    if (page.isInteger()) {
+        auto object = lookup_.byNumber(page.getIntValue());
+        if (object.isNull()) {
+            return object;
+        }
+        destination.setArrayItem(0, object);
     }
-    auto object = lookup_.byNumber(page.getIntValue());
-    if (object.isNull()) {
-        return object;
+    if (lookup_.found) {
+        lookup_.found(destination);
     }
-    destination.setArrayItem(0, object);
     return destination;
 }
 

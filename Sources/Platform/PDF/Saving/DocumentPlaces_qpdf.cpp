@@ -12,10 +12,20 @@ namespace {
 
 class PlaceReviser {
 public:
-    PlaceReviser(QPDF& target, const std::vector<QPDFObjectHandle>& numbered)
+    PlaceReviser(QPDF& target, const std::vector<QPDFObjectHandle>& numbered,
+                 std::function<void(QPDFObjectHandle)> found = {})
         : target_(target), root_(target.getRoot()), numbered_(numbered),
           destinations_({[this](const QPDFObjectHandle& name) { return leftOf(name); },
-                         [this](long long number) { return pageNumbered(number); }}) {}
+                         [this](long long number) { return pageNumbered(number); }, std::move(found)}) {}
+
+    void all(const std::vector<QPDFObjectHandle>& pages) {
+        names();
+        catalogue();
+        outline();
+        for (const auto& page : pages) {
+            this->page(page);
+        }
+    }
 
     void names() {
         if (auto dictionary = root_.getKey("/Dests"); dictionary.isDictionary()) {
@@ -108,12 +118,23 @@ private:
 
 void revisePlaces(QPDF& target, const std::vector<QPDFObjectHandle>& numbered,
                   const std::vector<QPDFObjectHandle>& kept) {
-    PlaceReviser reviser(target, numbered);
-    reviser.names();
-    reviser.catalogue();
-    reviser.outline();
-    for (const auto& page : kept) {
-        reviser.page(page);
+    PlaceReviser(target, numbered).all(kept);
+}
+
+void changePlaces(QPDF& target, const std::vector<QPDFObjectHandle>& numbered,
+                  const std::vector<QPDFObjectHandle>& pages,
+                  const std::function<void(QPDFObjectHandle destination)>& found) {
+    // Several may share one: while it is under way a changed one names no page.
+    std::vector<std::pair<QPDFObjectHandle, QPDFObjectHandle>> changed;
+    PlaceReviser(target, numbered, [&](QPDFObjectHandle destination) {
+        if (auto page = destination.getArrayItem(0); page.isDictionary()) {
+            found(destination);
+            changed.emplace_back(destination, page);
+            destination.setArrayItem(0, QPDFObjectHandle::newName("/Changed"));
+        }
+    }).all(pages);
+    for (auto& [destination, page] : changed) {
+        destination.setArrayItem(0, page);
     }
 }
 

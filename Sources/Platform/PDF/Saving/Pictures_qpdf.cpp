@@ -162,6 +162,10 @@ private:
 
 } // namespace
 
+AffineTransform placeInPicture(const QPDFObjectHandle& page, int rotation, Size size) {
+    return placement(pageBox(page, PDFDisplayBox::media), rotation, size);
+}
+
 const PicturedPage* picturedPage(const PDFPage& page) {
     const auto* image = std::get_if<ImagePageContent>(&page.content());
     return image != nullptr && image->of ? &*image->of : nullptr;
@@ -173,7 +177,7 @@ const LoadedPageContent* placeInFile(const PDFPage& page) {
 }
 
 void becomePicture(QPDFObjectHandle page, int rotation, Size size) {
-    const AffineTransform place = placement(pageBox(page, PDFDisplayBox::media), rotation, size);
+    const AffineTransform place = placeInPicture(page, rotation, size);
     if (!place.isIdentity()) {
         Mover mover(place, rotation);
         for (const auto& annotation : items(page.getKey("/Annots"))) {

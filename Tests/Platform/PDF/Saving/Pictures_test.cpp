@@ -58,7 +58,10 @@ Bytes annotated(const std::string& mediaBox, const std::string& more) {
 struct Case {
     const char* mediaBox;
     const char* more;
+    int pixels = 0; ///< that may differ
 };
+/// Of the last one a single pixel differs, at a corner of the stamp: by 18 of 255 here, at 36 dpi, by 4 at 72 and 144,
+/// by nothing at 300. That is poppler's rounding of half pixels; what stood elsewhere would differ along its edges.
 const Case shownCases[] = {
     {"[0 0 300 240]", ""},
     {"[10 20 310 260]", ""},
@@ -66,14 +69,41 @@ const Case shownCases[] = {
     {"[0 0 300 240]", "/Rotate 180"},
     {"[10 20 310 260]", "/Rotate 270"},
     {"[-4 16 296 256]", "/Rotate 90 /CropBox [-4 16 296 256]"},
+    {"[-5 15 295 255]", "/Rotate 90 /CropBox [-5 15 295 255]", 1},
 };
 
+/// Pixels of two PPM files that differ; all of them where the sizes differ or a difference is no rounding.
+int differingPixels(const std::string& a, const std::string& b) {
+    constexpr int rounding = 20;
+    const auto first = test::fromNetpbm(Bytes::copyOf(a));
+    const auto second = test::fromNetpbm(Bytes::copyOf(b));
+    const auto all = static_cast<int>(first.width * first.height);
+    if (first.width != second.width || first.height != second.height) {
+        return all;
+    }
+    int count = 0;
+    for (std::int64_t y = 0; y < first.height; ++y) {
+        for (std::int64_t x = 0; x < first.width; ++x) {
+            int most = 0;
+            for (std::int64_t i = 3 * x; i < 3 * x + 3; ++i) {
+                most = std::max(most, std::abs(first.row(y)[i] - second.row(y)[i]));
+            }
+            if (most > rounding) {
+                return all;
+            }
+            count += most > 0 ? 1 : 0;
+        }
+    }
+    return count;
+}
+
 TEST(PageThatBecamePicture, ShowsItsAnnotationsAndFieldsWhereTheyWere) {
-    for (const auto& [mediaBox, more] : shownCases) {
+    for (const auto& [mediaBox, more, pixels] : shownCases) {
         const auto file = annotated(mediaBox, more);
         const auto document = opened(file);
         becomePicture(*document, 0);
-        EXPECT_EQ(SavedDocument(*document).picture(1), SavedDocument(*opened(file)).picture(1)) << mediaBox << more;
+        EXPECT_LE(differingPixels(SavedDocument(*document).picture(1), SavedDocument(*opened(file)).picture(1)), pixels)
+            << mediaBox << more;
     }
 }
 
@@ -95,6 +125,82 @@ TEST(PageThatBecamePicture, KeepsLinksNamesOutlineAndField) {
     EXPECT_EQ(saved.show("trailer/Root/AcroForm/Fields/1/V"), "(Ada)\n");
     EXPECT_THAT(saved.show("pages/1/Annots/1/Dest"), HasSubstr("/Fit"));
     EXPECT_THAT(saved.show("pages/2/Annots/1/Dest"), HasSubstr("/Fit"));
+}
+
+struct PlaceCase {
+    const char* name;
+    const char* mediaBox; ///< 300 x 240 points
+    const char* more;
+    const char* point; ///< what becomes of (50, 100, zoom 2) of a page from (0, 0)
+    const char* level;
+    const char* upright;
+    const char* rectangle; ///< 20 30 to 60 90
+};
+const PlaceCase placeCases[] = {
+    {"AsItWas", "[0 0 300 240]", "", "/XYZ 50 100 2", "/FitH 100", "/FitV 50", "/FitR 20 30 60 90"},
+    {"Offset", "[-10 -20 290 220]", "", "/XYZ 60 120 2", "/FitH 120", "/FitV 60", "/FitR 30 50 70 110"},
+    {"Right", "[0 0 300 240]", "/Rotate 90", "/XYZ 100 250 2", "/FitV 100", "/FitH 250", "/FitR 30 240 90 280"},
+    {"Over", "[0 0 300 240]", "/Rotate 180", "/XYZ 250 140 2", "/FitH 140", "/FitV 250", "/FitR 240 150 280 210"},
+    {"Left", "[0 0 300 240]", "/Rotate 270", "/XYZ 140 50 2", "/FitV 140", "/FitH 50", "/FitR 150 20 210 60"},
+};
+
+class PlacesOnAPicture : public testing::TestWithParam<PlaceCase> {
+protected:
+    /// A destination of the first page by each kind, in the outline, a link, an action, names old and new.
+    static Bytes file() {
+        const auto& c = GetParam();
+        return pdfFromPages(
+            {{"", c.mediaBox, c.more}, {"", "[0 0 612 792]", "/Annots [9 0 R 10 0 R 14 0 R]"}}, {},
+            "/Outlines 11 0 R /OpenAction [5 0 R /FitV 50] /Dests << /old << /D [5 0 R /FitR 20 30 60 90] >> >> "
+            "/Names << /Dests << /Names [(both) 13 0 R (edge) [5 0 R /FitBH 100] (elsewhere) [7 0 R /XYZ 50 100 2] "
+            "(page) [5 0 R /Fit]] >> >>",
+            {"<< /Type /Annot /Subtype /Link /Rect [0 0 9 9] /Dest [5 0 R /FitH 100] >>",
+             "<< /Type /Annot /Subtype /Link /Rect [0 0 9 9] /A << /S /URI /URI (x) /Next << /S /GoTo /D [5 0 R /XYZ "
+             "50 null 0] "
+             ">> >> >>",
+             "<< /Type /Outlines /First 12 0 R /Last 12 0 R /Count 1 >>",
+             "<< /Title (First) /Parent 11 0 R /Dest 13 0 R >>", "[5 0 R /XYZ 50 100 2]",
+             "<< /Type /Annot /Subtype /Link /Rect [0 0 9 9] /Dest 13 0 R >>"});
+    }
+    static std::string withoutPage(const std::string& destination) {
+        const auto kind =
+            destination.find("/Fit") != std::string::npos ? destination.find("/Fit") : destination.find("/XYZ");
+        return destination.substr(kind, destination.find_last_of(']') - kind -
+                                            (destination[destination.find_last_of(']') - 1] == ' ' ? 1U : 0U));
+    }
+};
+
+TEST_P(PlacesOnAPicture, AreThoseOfWhatTheyShowed) {
+    const auto document = opened(file());
+    becomePicture(*document, 0);
+    const SavedDocument saved(*document);
+    const auto& c = GetParam();
+    const std::string root = "trailer/Root/";
+    EXPECT_EQ(withoutPage(saved.show(root + "Outlines/First/Dest")), c.point);
+    EXPECT_EQ(withoutPage(saved.show(root + "Names/Dests/Names/2")), c.point);
+    EXPECT_EQ(withoutPage(saved.show("pages/2/Annots/3/Dest")), c.point) << "shared, changed once";
+    EXPECT_EQ(withoutPage(saved.show("pages/2/Annots/1/Dest")), c.level);
+    EXPECT_EQ(withoutPage(saved.show(root + "OpenAction")), c.upright);
+    EXPECT_EQ(withoutPage(saved.show(root + "Dests/old/D")), c.rectangle);
+    EXPECT_EQ(withoutPage(saved.show(root + "Names/Dests/Names/6")), "/XYZ 50 100 2") << "of another page";
+    EXPECT_EQ(withoutPage(saved.show(root + "Names/Dests/Names/8")), "/Fit");
+    const std::string edge = withoutPage(saved.show(root + "Names/Dests/Names/4"));
+    EXPECT_EQ(edge, "/FitB" + std::string(c.level).substr(4));
+}
+
+INSTANTIATE_TEST_SUITE_P(Turned, PlacesOnAPicture, testing::ValuesIn(placeCases),
+                         [](const auto& tested) { return tested.param.name; });
+
+/// Poppler reads the moved points; one coordinate alone changes places with the other.
+TEST(PageThatBecamePicture, HasItsDestinationsWherePopplerFindsThem) {
+    const auto document = opened(pdfFromPages({{"", "[0 0 300 240]", "/Rotate 90"}}, {},
+                                              "/Names << /Dests << /Names [(half) [5 0 R /XYZ 50 null null] "
+                                              "(point) [5 0 R /XYZ 50 100 1] (rect) [5 0 R /FitR 20 30 60 90]] >> >>"));
+    becomePicture(*document, 0);
+    const auto places = SavedDocument(*document).tool("pdfinfo -dests");
+    EXPECT_THAT(places, testing::ContainsRegex("XYZ +null +250 +null +. +\"half\""));
+    EXPECT_THAT(places, testing::ContainsRegex("XYZ +100 +250 +1.00 +. +\"point\""));
+    EXPECT_THAT(places, testing::ContainsRegex("FitR +30 +240 +90 +280. +\"rect\""));
 }
 
 TEST(PageThatBecamePicture, BringsWhatStandsOnItFromAnotherFile) {
