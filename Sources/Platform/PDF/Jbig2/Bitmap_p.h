@@ -29,7 +29,7 @@ public:
     /// White outside.
     [[nodiscard]] unsigned at(std::int64_t x, std::int64_t y) const {
         const bool inside = x >= 0 && x < width_ && y >= 0 && y < height_;
-        return inside ? row(y)[x / 8] >> (7 - x % 8) & 1U : 0U;
+        return inside ? static_cast<unsigned>(row(y)[x / 8]) >> (7 - x % 8) & 1U : 0U;
     }
     void blacken(std::int64_t x, std::int64_t y) {
         row(y)[x / 8] = static_cast<std::uint8_t>(row(y)[x / 8] | 0x80U >> x % 8);

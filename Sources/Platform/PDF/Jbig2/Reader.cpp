@@ -25,7 +25,7 @@ std::uint32_t Reader::bits(unsigned count) {
         if (usedBits_ == 0) {
             bytes(1);
         }
-        value = value << 1 | (data_[at_ - 1] >> (7 - usedBits_) & 1U);
+        value = value << 1 | (static_cast<unsigned>(data_[at_ - 1]) >> (7 - usedBits_) & 1U);
         usedBits_ = (usedBits_ + 1) % 8;
     }
     return value;
