@@ -107,7 +107,8 @@ public:
     [[nodiscard]] double dpi() const;
     /// Clockwise degrees that show the first representation upright: 0, 90, 180 or 270.
     [[nodiscard]] int orientationDegrees() const;
-    /// For log lines, under the name that their readers know: <NSImage 0x... Size={w, h} Reps=(Size={w, h} Pixels=WxH, ...)>
+    /// For log lines, under the name that their readers know: <NSImage 0x... Size={w, h} Reps=(Size={w, h} Pixels=WxH,
+    /// ...)>
     [[nodiscard]] std::string description() const;
 
 private:
