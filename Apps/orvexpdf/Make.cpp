@@ -130,7 +130,7 @@ std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path, con
     std::int64_t size = 0;
     try {
         writeOutput(path, [&](ByteSink& sink) {
-            ByteMeter meter(&sink);
+            ByteMeter meter(sink);
             manager.write(meter);
             size = meter.count();
         });

@@ -5,6 +5,8 @@
 #include "Messages.h"
 #include "Output.h"
 
+#include <vector>
+
 #include <CLI/CLI.hpp>
 
 namespace orvex::tool {
@@ -20,6 +22,9 @@ std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const 
     if (!manager->load(readInput(path), password)) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
     }
+    // The process ends with the command: taking a long document apart object by object would only take time.
+    static auto& kept = *new std::vector<std::shared_ptr<OrvexPDFDocumentManager>>;
+    kept.push_back(manager);
     return manager;
 }
 
@@ -44,7 +49,7 @@ std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, 
     const std::string& path = output.inPlace ? input : output.path;
     std::int64_t size = 0;
     writeOutput(path, [&](ByteSink& sink) {
-        ByteMeter meter(&sink);
+        ByteMeter meter(sink);
         manager.write(meter);
         size = meter.count();
     });

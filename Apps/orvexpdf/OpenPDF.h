@@ -20,20 +20,18 @@ namespace orvex::tool {
 /// The option --password.
 void addPassword(CLI::App& app, std::string& password, const std::string& what = "Opens the PDF");
 
-/// Counts what is written, and passes it on when there is a target.
+/// Counts what it passes on.
 class ByteMeter final : public ByteSink {
 public:
-    explicit ByteMeter(ByteSink* target = nullptr) : target_(target) {}
+    explicit ByteMeter(ByteSink& target) : target_(target) {}
     void write(std::span<const std::uint8_t> bytes) override {
         count_ += static_cast<std::int64_t>(bytes.size());
-        if (target_ != nullptr) {
-            target_->write(bytes);
-        }
+        target_.write(bytes);
     }
     [[nodiscard]] std::int64_t count() const { return count_; }
 
 private:
-    ByteSink* target_;
+    ByteSink& target_;
     std::int64_t count_ = 0;
 };
 

@@ -43,9 +43,7 @@ struct Outcome {
 };
 
 std::int64_t savedSize(OrvexPDFPage& page) {
-    ByteMeter meter;
-    page.createDocumentFromPage()->write(meter);
-    return meter.count();
+    return page.createDocumentFromPage()->measuredSize().value_or(0);
 }
 
 /// A preset that no image of the page wins under leaves a copy of the page: then it may as well stay.

@@ -1,7 +1,6 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Images.h"
 #include "OrvexPDF/Manager.h"
-#include "OrvexPDF/Manager_p.h"
 #include "Platform/Foundation/Strings.h"
 
 namespace orvex {
@@ -10,9 +9,9 @@ namespace {
 
 /// Whether the page, saved by itself, takes fewer than `count` bytes.
 bool isSmallerThan(std::int64_t count, OrvexPDFPage& page) {
-    ByteCounter counter;
     try {
-        return page.createDocumentFromPage()->write(counter) && counter.count() < count;
+        const auto size = page.createDocumentFromPage()->measuredSize();
+        return size && *size < count;
     } catch (const PDFWriteError&) {
         return false;
     }

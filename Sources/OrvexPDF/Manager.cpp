@@ -1,7 +1,6 @@
 #include "OrvexPDF/Manager.h"
 
 #include "OrvexPDF/Alias.h"
-#include "OrvexPDF/Manager_p.h"
 #include "Platform/Foundation/Strings.h"
 
 #include <utility>
@@ -29,6 +28,11 @@ OrvexPDFPageMeta recordOfLoadedPage(OrvexPDFPagePtr page) {
         meta.originalPage = std::move(page);
     }
     return meta;
+}
+
+void stamp(OrvexPDFDocument& document, const std::string& producer) {
+    document.setProducer(producer);
+    document.setCreator(producer);
 }
 
 /// A page that cannot be written makes the whole file "nothing"; the log says which.
@@ -124,14 +128,12 @@ void OrvexPDFDocumentManager::replaceDocument(const Bytes& data) {
 // Saving and size
 
 std::optional<Bytes> OrvexPDFDocumentManager::dataRepresentation() {
-    pdfDoc->setProducer(pdfProducer);
-    pdfDoc->setCreator(pdfProducer);
+    stamp(*pdfDoc, pdfProducer);
     return serialise(*pdfDoc, "dataRepresentation()");
 }
 
 bool OrvexPDFDocumentManager::write(ByteSink& sink) {
-    pdfDoc->setProducer(pdfProducer);
-    pdfDoc->setCreator(pdfProducer);
+    stamp(*pdfDoc, pdfProducer);
     return pdfDoc->write(sink);
 }
 
@@ -147,10 +149,10 @@ void OrvexPDFDocumentManager::updateDocumentBytes() {
 }
 
 void OrvexPDFDocumentManager::measure() {
-    ByteCounter counter; // what dataRepresentation() would hold, without holding it
+    stamp(*pdfDoc, pdfProducer);
     try {
-        if (write(counter)) {
-            setDocumentBytes(counter.count());
+        if (const auto size = pdfDoc->measuredSize()) {
+            setDocumentBytes(*size);
         }
     } catch (const PDFWriteError& error) {
         warningLine("updateDocumentBytes()", [&] { return std::string("Error ") + error.what(); });

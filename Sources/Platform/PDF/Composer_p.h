@@ -4,11 +4,13 @@
 
 #include "Platform/PDF/ContentStream_p.h"
 #include "Platform/PDF/ContentStreams_p.h"
+#include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/ImageObjects_p.h"
 #include "Platform/PDF/InvisibleFont_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 #include "Platform/PDF/Saving/Composition_p.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -17,7 +19,7 @@
 
 namespace orvex {
 
-/// One use: construct, write. Keeps the sources of foreign pages locked meanwhile.
+/// One use: construct, write or measure. Keeps the sources of foreign pages locked meanwhile.
 class Composer {
 public:
     enum class Purpose {
@@ -33,8 +35,17 @@ public:
     void showFields();
     /// Throws PDFWriteError, and whatever the sink throws.
     void write(ByteSink& sink);
+    /// How many bytes write() would write, instead of it. Throws PDFWriteError.
+    [[nodiscard]] std::size_t measure();
 
 private:
+    /// How the file is written.
+    struct Form {
+        Bytes loaded;
+        StreamPacking packing = StreamPacking::compact;
+        Protection protection = Protection::none;
+    };
+    void finish(const std::function<void(const Form&)>& use);
     void lockSources();
     void requireMemoryOfAll();
     void placePages();

@@ -3,7 +3,6 @@
 #include "Platform/Imaging/Deflate.h"
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/FieldAppearances_p.h"
-#include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
@@ -126,12 +125,22 @@ void Composer::showFields() {
 }
 
 void Composer::write(ByteSink& sink) {
+    finish([&](const Form& form) { writeFile(*target_, form.loaded, form.packing, form.protection, sink); });
+}
+
+std::size_t Composer::measure() {
+    std::size_t size = 0;
+    finish([&](const Form& form) { size = measureFile(*target_, form.loaded, form.packing, form.protection); });
+    return size;
+}
+
+void Composer::finish(const std::function<void(const Form&)>& use) {
     try {
         contents_.pack();
         // Whoever was trusted with a password gets a file that asks for it again.
         const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
-        writeFile(*target_, base_ ? base_->bytes() : Bytes(), base_ ? StreamPacking::keep : StreamPacking::compact,
-                  locked ? Protection::asLoaded : Protection::none, sink);
+        use({base_ ? base_->bytes() : Bytes(), base_ ? StreamPacking::keep : StreamPacking::compact,
+             locked ? Protection::asLoaded : Protection::none});
         requireMemoryOfAll();
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot write the document: ") + error.what());

@@ -7,7 +7,10 @@
 #include <qpdf/Pipeline.hh>
 #include <qpdf/QPDFWriter.hh>
 
+#include <algorithm>
+#include <charconv>
 #include <exception>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -90,25 +93,90 @@ bool compressesStreams(QPDF& pdf, StreamPacking packing) {
     return packing == StreamPacking::compact || usesObjectStreams;
 }
 
-/// Returns the digest of the file.
-std::string writeOnce(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink) {
-    SinkPipeline pipeline(sink);
-    QPDFWriter writer(pdf);
-    writer.setOutputPipeline(&pipeline);
+void setUp(QPDFWriter& writer, QPDF& pdf, StreamPacking packing, Protection protection) {
     writer.setStaticID(true);
     writer.setPreserveEncryption(protection == Protection::asLoaded);
     writer.setDecodeLevel(qpdf_dl_none);
     writer.setObjectStreamMode(packing == StreamPacking::compact ? qpdf_o_generate : qpdf_o_preserve);
     writer.setCompressStreams(compressesStreams(pdf, packing));
     writer.setMinimumPDFVersion("1.5");
+}
+
+/// Returns the digest of the file.
+std::string writeOnce(QPDF& pdf, StreamPacking packing, Protection protection, ByteSink& sink) {
+    SinkPipeline pipeline(sink);
+    QPDFWriter writer(pdf);
+    writer.setOutputPipeline(&pipeline);
+    setUp(writer, pdf, packing, protection);
     writer.write();
     pipeline.rethrowFailure();
     return pipeline.digest();
 }
 
+/// Counts what is written, and keeps the end of it.
+class Measure final : public Pipeline {
+public:
+    Measure() : Pipeline("measure", nullptr) {}
+
+    void write(const unsigned char* data, std::size_t length) override {
+        count_ += length;
+        const std::size_t kept = std::min(length, mostKept);
+        end_.append(reinterpret_cast<const char*>(data) + length - kept, kept);
+        if (end_.size() > 2 * mostKept) {
+            end_.erase(0, end_.size() - mostKept);
+        }
+    }
+    void finish() override {}
+
+    [[nodiscard]] std::size_t count() const { return count_; }
+
+    /// Where the file says that its cross-reference table is.
+    [[nodiscard]] std::size_t tablePlace() const {
+        constexpr std::string_view mark = "startxref\n";
+        const std::size_t at = end_.rfind(mark);
+        std::size_t place = 0;
+        if (at != std::string::npos) {
+            std::from_chars(end_.data() + at + mark.size(), end_.data() + end_.size(), place);
+        }
+        return place;
+    }
+
+private:
+    static constexpr std::size_t mostKept = 64;
+    std::size_t count_ = 0;
+    std::string end_;
+};
+
+std::size_t digitsOf(std::size_t number) {
+    return std::to_string(number).size();
+}
+
+/// Writes the file without its long streams, and adds them up: the rows of a cross-reference table are as long wherever
+/// objects are.
+std::size_t measureWithoutStreams(QPDF& pdf, const Bytes& loaded, StreamPacking packing) {
+    const auto emptied = emptyStoredStreams(pdf, loaded, false);
+    Measure measure;
+    QPDFWriter writer(pdf);
+    writer.setOutputPipeline(&measure);
+    setUp(writer, pdf, packing, Protection::none);
+    writer.write();
+    std::size_t missing = 0;
+    for (const auto& [object, size] : emptied) {
+        if (writer.getRenumberedObjGen(object).getObj() != 0) { // else nothing refers to it, and it is not written
+            missing += size + digitsOf(size) - digitsOf(0);
+        }
+    }
+    const std::size_t place = measure.tablePlace();
+    return measure.count() + missing + digitsOf(place + missing) - digitsOf(place);
+}
+
 class NoSink final : public ByteSink {
 public:
-    void write(std::span<const std::uint8_t> /*bytes*/) override {}
+    void write(std::span<const std::uint8_t> bytes) override { count_ += bytes.size(); }
+    [[nodiscard]] std::size_t count() const { return count_; }
+
+private:
+    std::size_t count_ = 0;
 };
 
 } // namespace
@@ -129,6 +197,16 @@ void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection
     }
     const DerivedVectors vectors(seed + key);
     writeOnce(pdf, packing, protection, sink);
+}
+
+std::size_t measureFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection) {
+    // Cross-reference streams are compressed and as long as the places in them let them be; encryption adds to streams.
+    if (protection == Protection::none && !compressesStreams(pdf, packing)) {
+        return measureWithoutStreams(pdf, loaded, packing);
+    }
+    NoSink counter;
+    writeFile(pdf, loaded, packing, protection, counter);
+    return counter.count();
 }
 
 } // namespace orvex

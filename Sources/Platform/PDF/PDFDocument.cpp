@@ -58,16 +58,28 @@ std::optional<Bytes> PDFDocument::dataRepresentation() const {
 }
 
 bool PDFDocument::write(ByteSink& sink) const {
-    if (pages_.empty()) {
-        return false;
+    const auto pages = allPages();
+    if (!pages.empty()) {
+        Composer(source_, pages, info_).write(sink);
     }
+    return !pages.empty();
+}
+
+std::optional<std::int64_t> PDFDocument::measuredSize() const {
+    const auto pages = allPages();
+    if (pages.empty()) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(Composer(source_, pages, info_).measure());
+}
+
+std::vector<PDFPagePtr> PDFDocument::allPages() const {
     std::vector<PDFPagePtr> pages;
     pages.reserve(pages_.size());
     for (std::size_t i = 0; i < pages_.size(); ++i) {
         pages.push_back(pages_.shared(i));
     }
-    Composer(source_, pages, info_).write(sink);
-    return true;
+    return pages;
 }
 
 void PDFDocument::open(const Bytes& data, const std::string& password) {

@@ -68,6 +68,9 @@ public:
     [[nodiscard]] std::optional<Bytes> dataRepresentation() const;
     /// The same bytes, streamed. False, with nothing written, for a document without pages.
     bool write(ByteSink& sink) const;
+    /// How many bytes these are, mostly without passing the long streams of the loaded file. None for a document
+    /// without pages. Throws PDFWriteError.
+    [[nodiscard]] std::optional<std::int64_t> measuredSize() const;
 
     [[nodiscard]] const std::shared_ptr<PDFSource>& source() const { return source_; }
 
@@ -78,6 +81,7 @@ protected:
     [[nodiscard]] virtual PDFPagePtr makePage(PDFPageContent content) const;
 
 private:
+    [[nodiscard]] std::vector<PDFPagePtr> allPages() const;
     std::shared_ptr<PDFSource> source_;
     struct Identity {
         const PDFPage* operator()(const PDFPage& page) const { return &page; }

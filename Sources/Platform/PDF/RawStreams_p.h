@@ -6,7 +6,10 @@
 #include <qpdf/Buffer.hh>
 #include <qpdf/QPDF.hh>
 
+#include <cstddef>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace orvex {
 
@@ -16,5 +19,9 @@ namespace orvex {
 
 /// Lets the writer of `pdf` take streams so, but for those that it is to compress.
 void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams);
+
+/// Takes the data out of those streams instead, for a file that is only measured. Returns which, and how long each was.
+std::vector<std::pair<QPDFObjGen, std::size_t>> emptyStoredStreams(QPDF& pdf, const Bytes& file,
+                                                                   bool compressesStreams);
 
 } // namespace orvex

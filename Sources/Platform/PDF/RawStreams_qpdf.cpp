@@ -1,5 +1,6 @@
 #include "Platform/PDF/RawStreams_p.h"
 
+#include <functional>
 #include <string_view>
 
 namespace orvex {
@@ -28,6 +29,24 @@ std::string_view dataOf(QPDFObjectHandle stream, const Bytes& file) {
     return behind.starts_with("endstream") ? file.text().substr(offset, size) : std::string_view{};
 }
 
+using UseStored = std::function<void(QPDFObjectHandle& object, const std::shared_ptr<Buffer>& data)>;
+
+/// Streams that the writer of `pdf` takes from `file` as they are.
+void forEachStored(QPDF& pdf, const Bytes& file, bool compressesStreams, const UseStored& use) {
+    for (auto& object : pdf.getAllObjects()) {
+        const bool staysAsItIs = object.isStream() && (!compressesStreams || object.getDict().hasKey("/Filter"));
+        if (const auto data = staysAsItIs ? storedInPlace(object, file) : nullptr) {
+            use(object, data);
+        }
+    }
+}
+
+void replaceData(QPDFObjectHandle& stream, const std::shared_ptr<Buffer>& data) {
+    auto dictionary = stream.getDict();
+    stream.replaceStreamData(data, dictionary.getKey("/Filter"), dictionary.getKey("/DecodeParms"));
+    stream.setFilterOnWrite(false);
+}
+
 } // namespace
 
 std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file) {
@@ -40,17 +59,18 @@ std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file
 }
 
 void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams) {
-    for (auto& object : pdf.getAllObjects()) {
-        if (!object.isStream()) {
-            continue;
-        }
-        auto dictionary = object.getDict();
-        const bool staysAsItIs = !compressesStreams || dictionary.hasKey("/Filter");
-        if (const auto data = staysAsItIs ? storedInPlace(object, file) : nullptr) {
-            object.replaceStreamData(data, dictionary.getKey("/Filter"), dictionary.getKey("/DecodeParms"));
-            object.setFilterOnWrite(false);
-        }
-    }
+    forEachStored(pdf, file, compressesStreams, replaceData);
+}
+
+std::vector<std::pair<QPDFObjGen, std::size_t>> emptyStoredStreams(QPDF& pdf, const Bytes& file,
+                                                                   bool compressesStreams) {
+    std::vector<std::pair<QPDFObjGen, std::size_t>> emptied;
+    const auto nothing = std::make_shared<Buffer>(0);
+    forEachStored(pdf, file, compressesStreams, [&](QPDFObjectHandle& object, const std::shared_ptr<Buffer>& data) {
+        emptied.emplace_back(object.getObjGen(), data->getSize());
+        replaceData(object, nothing);
+    });
+    return emptied;
 }
 
 } // namespace orvex
