@@ -113,6 +113,13 @@ std::string writeOnce(QPDF& pdf, StreamPacking packing, Protection protection, B
     return pipeline.digest();
 }
 
+/// Some files have both kinds of cross-reference, and are written with a stream if they have objects in streams.
+bool hasObjectStreams(QPDF& pdf) {
+    constexpr int inStream = 2;
+    const auto table = pdf.getXRefTable();
+    return std::ranges::any_of(table, [](const auto& entry) { return entry.second.getType() == inStream; });
+}
+
 /// Counts what is written, and keeps the end of it.
 class Measure final : public Pipeline {
 public:
@@ -201,7 +208,7 @@ void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection
 
 std::size_t measureFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection) {
     // Cross-reference streams are compressed and as long as the places in them let them be; encryption adds to streams.
-    if (protection == Protection::none && !compressesStreams(pdf, packing)) {
+    if (protection == Protection::none && !compressesStreams(pdf, packing) && !hasObjectStreams(pdf)) {
         return measureWithoutStreams(pdf, loaded, packing);
     }
     NoSink counter;
