@@ -4,7 +4,6 @@
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/FieldAppearances_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
-#include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
 #include "Platform/PDF/Saving/PicturedPlaces_p.h"
@@ -49,23 +48,6 @@ std::string freePrefix(QPDFObjectHandle page) {
         prefix = "Orvex" + std::to_string(i) + "x";
     }
     return prefix;
-}
-
-/// Nobody's page is as long; a few kilobytes can claim to be.
-constexpr std::size_t longestContent = std::size_t{256} << 20;
-
-/// A page's content, decoded; damaged streams give what can be decoded of them. Throws PDFWriteError for what is longer
-/// than a page can be.
-std::string joinedContent(QPDFObjectHandle page) {
-    std::string content;
-    for (auto& stream : page.getPageContents()) {
-        content += decodedBytes(stream, longestContent - content.size());
-        if (content.size() >= longestContent) {
-            throw PDFWriteError("a page's content is too long to draw over: more than 256 MB");
-        }
-        content += '\n';
-    }
-    return content;
 }
 
 QPDFObjectHandle rectangleArray(const Rect& rect) {

@@ -1,6 +1,8 @@
 // What a page's content leaves open when it ends, so that what is appended starts from a clean state.
 #pragma once
 
+#include <qpdf/QPDFObjectHandle.hh>
+
 #include <string>
 #include <string_view>
 
@@ -19,6 +21,9 @@ struct ContentBalance {
     [[nodiscard]] std::string closing() const;
 };
 
+/// A page's content, decoded; damaged streams give what can be decoded of them. Throws PDFWriteError for what is longer
+/// than a page can be.
+[[nodiscard]] std::string joinedContent(QPDFObjectHandle page);
 /// `content` is a page's content, decoded and joined.
 [[nodiscard]] ContentBalance measureBalance(std::string_view content);
 

@@ -1,5 +1,8 @@
 #include "Platform/PDF/ContentBalance_p.h"
 
+#include "Platform/PDF/PDFDocument.h"
+#include "Platform/PDF/Reading/StreamBytes_p.h"
+
 #include <qpdf/BufferInputSource.hh>
 #include <qpdf/QPDFTokenizer.hh>
 
@@ -9,6 +12,9 @@
 namespace orvex {
 
 namespace {
+
+/// Nobody's page is as long; a few kilobytes can claim to be.
+constexpr std::size_t longestContent = std::size_t{256} << 20;
 
 void count(ContentBalance& balance, const std::string& name) {
     if (name == "q") {
@@ -42,6 +48,18 @@ std::string ContentBalance::opening() const {
 std::string ContentBalance::closing() const {
     return "\n" + repeated("ET\n", openText ? 1 : 0) + repeated("EMC\n", openMarkedContent) +
            repeated("Q\n", openSaves);
+}
+
+std::string joinedContent(QPDFObjectHandle page) {
+    std::string content;
+    for (auto& stream : page.getPageContents()) {
+        content += decodedBytes(stream, longestContent - content.size());
+        if (content.size() >= longestContent) {
+            throw PDFWriteError("a page's content is too long to draw over: more than 256 MB");
+        }
+        content += '\n';
+    }
+    return content;
 }
 
 ContentBalance measureBalance(std::string_view content) {
