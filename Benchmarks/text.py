@@ -33,9 +33,9 @@ from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parent.parent
 BIN = PROJECT / "build/release/bin"
-READERS = ("ours", "poppler", "mupdf", "pdfium")
+READERS = ("ours", "poppler", "MuPDF", "PDFium")
 SECONDS = 120
-SECONDS_OF_A_RACE = 40
+SECONDS_OF_A_RACE = {"files": 40, "pages": 400}
 NUMBER = r"(-?[\d.]+(?:e[-+]?\d+)?)"
 
 Line = collections.namedtuple("Line", "text box")  # the box: left, top, right, bottom from the page's top left corner
@@ -194,7 +194,7 @@ def read_all(path):
         if prepared is None:
             return None
         boxes = [tuple(map(float, line.split("\t"))) for line in prepared.splitlines()]
-        read = {name: globals()[name](file, boxes) for name in READERS}
+        read = {name: globals()[name.lower()](file, boxes) for name in READERS}
     if any(pages is None or len(pages) != len(boxes) for pages in read.values()):
         return None
     return read
@@ -224,10 +224,11 @@ def agree(options):
         results = list(pool.map(compare, files))
     unread = [path for path, scores in results if scores is None]
     texts = {path: scores for path, scores in results if scores}
-    print(f"{len(files)} files: {len(texts)} with text, {len(unread)} that not all of the four read")
-    for kind, what in enumerate(("words", "lines")):
-        means = {name: statistics.mean(scores[name][kind] for scores in texts.values()) for name in READERS}
-        print(f"  {what}  " + "  ".join(f"{name} {mean:.4f}" for name, mean in means.items()))
+    print(f"{len(files)} files: {len(texts)} with text, {len(unread)} that not all of the four read.\n")
+    print(f"| | {' | '.join(READERS)} |\n|---" + "|---" * len(READERS) + "|")
+    for kind, what in enumerate(("words", "lines with boxes")):
+        means = [statistics.mean(scores[name][kind] for scores in texts.values()) for name in READERS]
+        print(f"| {what} | " + " | ".join(f"{mean:.3f}" for mean in means) + " |")
     if options.list:
         for path, scores in sorted(texts.items(), key=lambda entry: entry[1]["ours"][0]):
             values = " ".join(f"{name} {scores[name][0]:.2f}/{scores[name][1]:.2f}" for name in READERS)
@@ -311,33 +312,33 @@ def commands_for(file):
 Cost = collections.namedtuple("Cost", "seconds processor peak")  # peak memory in MiB
 
 
-def timed(command):
+def timed(command, limit):
     """What a process costs; its failures are not ours to judge. None when it takes too long."""
     start = time.perf_counter()
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    watch = threading.Timer(SECONDS_OF_A_RACE, process.kill)
+    watch = threading.Timer(limit, process.kill)
     watch.start()
     _, status, usage = os.wait4(process.pid, 0)
     watch.cancel()
     process.returncode = os.waitstatus_to_exitcode(status)
     seconds = time.perf_counter() - start
-    if seconds >= SECONDS_OF_A_RACE:
+    if seconds >= limit:
         return None
     return Cost(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024)
 
 
-def race(files, runs, left_out=()):
+def race(files, runs, limit, left_out=()):
     """Medians over the runs of the sums over the files; the readers take turns at each file."""
     sums = collections.defaultdict(lambda: [[0.0, 0.0] for _ in range(runs)])
     peaks = collections.defaultdict(float)
     for file in files:
         commands = {name: command for name, command in commands_for(str(file)).items() if name not in left_out}
-        costs = [{name: timed(command) for name, command in commands.items()}]
+        costs = [{name: timed(command, limit) for name, command in commands.items()}]
         late = [name for name, cost in costs[0].items() if cost is None]
         if late:
-            print(f"  left out: {file.name}, on which {', '.join(late)} took more than {SECONDS_OF_A_RACE} s")
+            print(f"Left out: {file.name}, on which {', '.join(late)} took more than {limit} s.\n")
             continue
-        costs += [{name: timed(command) for name, command in commands.items()} for _ in range(runs - 1)]
+        costs += [{name: timed(command, limit) for name, command in commands.items()} for _ in range(runs - 1)]
         for run, cost_of in enumerate(costs):
             for name, cost in cost_of.items():
                 if cost is not None:
@@ -349,25 +350,28 @@ def race(files, runs, left_out=()):
 
 
 def print_race(title, results):
-    print(title)
+    print(title + ":\n")
+    print("| | s | processor s | peak MiB | times found | times text |\n|---|---|---|---|---|---|")
     found, text = results["orvexpdf found"], results["orvexpdf text"]
     for name, cost in results.items():
-        print(f"  {name:24} {cost.seconds:7.2f} s, {cost.processor:7.2f} s of processors, {cost.peak:5.0f} MiB; as fast: "
-              f"found {cost.seconds / found.seconds:5.1f} ({cost.processor / found.processor:5.1f}), "
-              f"text {cost.seconds / text.seconds:5.1f} ({cost.processor / text.processor:5.1f})")
+        print(f"| `{name}` | {cost.seconds:.2f} | {cost.processor:.2f} | {cost.peak:.0f} | "
+              f"{cost.seconds / found.seconds:.1f} ({cost.processor / found.processor:.1f}) | "
+              f"{cost.seconds / text.seconds:.1f} ({cost.processor / text.processor:.1f}) |")
+    print()
 
 
 def speed(options):
     if options.corpus:
         files = list(pdfs_of([options.corpus]))
-        print_race(f"{len(files)} files, a process each", race(files, options.runs))
+        print_race(f"{len(files)} files, a process each", race(files, options.runs, SECONDS_OF_A_RACE["files"]))
         return
     with tempfile.TemporaryDirectory() as folder:
         for count in (options.pages // 4, options.pages):
             file = Path(folder) / f"{count}.pdf"
             many_pages(file, count)
             left_out = ("PDFium (Qt PDF)",) if count > 100 else ()  # it opens the file anew for every line
-            print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", race([file], options.runs, left_out))
+            results = race([file], options.runs, SECONDS_OF_A_RACE["pages"], left_out)
+            print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", results)
 
 
 def main():
