@@ -3,8 +3,8 @@
 
 Usage: mutate.py BUILD_FOLDER [SOURCE...]
 
-Takes all mutations, or those of the sources named, like Images.cpp. Each mutation is applied to the source, the library is built, the unit tests run until one fails, and the source is put
-back. Prints a table; fails when a mutation goes unnoticed or its line is not found. Sources must be committed.
+Takes all mutations, or those of the sources named, like Images.cpp. Each mutation is applied to the source, the library is
+built, the unit tests run until one fails, and the source is put back. Prints a table; fails when a mutation goes unnoticed or its line is not found. Sources must be committed.
 """
 
 import subprocess
@@ -25,15 +25,15 @@ REPORT = "Sources/OrvexPDF/Utils.cpp"
 
 # What is broken, where, the text as it stands and as it is changed. The first occurrence counts.
 MUTATIONS = [
-    ("a new edit leaves what could be redone", UNDO, "        s.redoStack.clear();\n    }\n    s.open", "    }\n    s.open"),
-    ("a step is undone first action first", UNDO, "step.back()();\n        step.pop_back();",
-     "step.front()();\n        step.erase(step.begin());"),
+    ("a new edit leaves what could be redone", UNDO, "s.dropped = std::exchange(s.redoStack, {});",
+     "s.dropped = s.redoStack;"),
+    ("a step is undone first action first", UNDO, "step[left - 1]();", "step[step.size() - left]();"),
     ("beyond the limit the newest steps go", UNDO,
      "stack.erase(stack.begin(), stack.end() - static_cast<std::ptrdiff_t>(levels));",
      "stack.erase(stack.begin() + static_cast<std::ptrdiff_t>(levels), stack.end());"),
-    ("empty groups leave a step", UNDO, "if (step.empty()) {", "if (step.size() == 12345) {"),
-    ("an inner group's actions are lost", UNDO, "append(open.back().actions, std::move(group.actions));",
-     "append(open.back().actions, {});"),
+    ("empty groups leave a step", UNDO, "if (!step.empty()) {", "if (step.size() != 12345) {"),
+    ("the end of an inner group makes a step", UNDO, "open.pop_back();\n        if (open.empty()) {",
+     "open.pop_back();\n        if (open.empty() || !actions.empty()) {"),
     ("disabled registration registers", UNDO, "if (s.disabled > 0 || ", "if ("),
     ("undo goes on inside an open group", UNDO, "if (s.open.size() > 1) {", "if (s.open.size() > 2) {"),
     ("the undo of an insertion removes the next page", EDIT, "manager._remove(index);", "manager._remove(index + 1);"),
@@ -47,7 +47,7 @@ MUTATIONS = [
     ("an edit leaves the size fresh", MANAGER, "    needsUpdateDocumentBytes = true;\n", ""),
     ("loading keeps the history", MANAGER, "        undoManager->removeAllActions();\n", ""),
     ("the undo of a batch tells of every edit", MANAGER, "            registerSilenceStart();\n", ""),
-    ("a page as small as its picture is copied", GENERATE, "counter.count() < count", "counter.count() <= count"),
+    ("a page as small as its picture is copied", GENERATE, "size && *size < count", "size && *size <= count"),
     ("a copy keeps the text of its source", GENERATE,
      "clone();\n    if (page) {\n        page->foundPage = meta.foundPage;\n", "clone();\n    if (page) {\n"),
     ("a picture's text is turned as its source was", GENERATE, "multiplyOrDie(meta.originalPageRotation, -1,",
