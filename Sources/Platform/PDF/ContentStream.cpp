@@ -19,7 +19,7 @@ void appendNumber(std::string& content, double value) {
         value = 0;
     }
     constexpr std::uint64_t unit = 1'000'000; // whole millionths print several times faster than a double does
-    const auto millionths = static_cast<std::uint64_t>(std::min(std::abs(value), largest) * unit + 0.5);
+    const auto millionths = static_cast<std::uint64_t>(std::llround(std::min(std::abs(value), largest) * unit));
     std::array<char, 24> text{};
     char* const begin = text.data();
     char* end = begin;

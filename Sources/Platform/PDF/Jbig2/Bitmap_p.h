@@ -22,9 +22,9 @@ public:
     [[nodiscard]] std::int64_t height() const { return height_; }
     [[nodiscard]] std::size_t rowBytes() const { return rowBytes_; }
     [[nodiscard]] const std::uint8_t* row(std::int64_t y) const {
-        return &bits_[static_cast<std::size_t>(y) * rowBytes_];
+        return bits_.data() + static_cast<std::size_t>(y) * rowBytes_;
     }
-    [[nodiscard]] std::uint8_t* row(std::int64_t y) { return &bits_[static_cast<std::size_t>(y) * rowBytes_]; }
+    [[nodiscard]] std::uint8_t* row(std::int64_t y) { return bits_.data() + static_cast<std::size_t>(y) * rowBytes_; }
 
     /// White outside.
     [[nodiscard]] unsigned at(std::int64_t x, std::int64_t y) const {

@@ -342,6 +342,11 @@ TEST(Jbig2Data, OfAnotherSizeThanTheImageAreCutOrGoOnInWhite) {
     EXPECT_EQ((*larger)[11], 0);
     EXPECT_EQ((*larger)[12], 0xFF);
     EXPECT_EQ(larger->back(), 0xFF);
+    const std::string noColumns =
+        segment(0, 48, bigEndian(0) + bigEndian(height) + bigEndian(0) + bigEndian(0) + "\4\0\0"s);
+    EXPECT_EQ(decoded(noColumns + generic(1, {}, 1)), ByteBuffer(width / 8 * height, 0xFF));
+    EXPECT_EQ(decoded(page() + generic(1, {0, 0, 0, 10}, 1) + generic(2, {0, 0, 10, 0}, 2)),
+              ByteBuffer(width / 8 * height, 0xFF));
 }
 
 } // namespace
