@@ -112,9 +112,7 @@ std::shared_ptr<OrvexPDFDocument> documentOfLoadedPages() {
 class TextLayerPages : public testing::TestWithParam<Reader> {};
 
 TEST_P(TextLayerPages, StandsRightOnTurnedAndOffsetPages) {
-    if (!test::hasReader(GetParam())) {
-        GTEST_SKIP() << test::name(GetParam()) << " is not installed";
-    }
+    ASSERT_TRUE(test::hasReader(GetParam())) << test::name(GetParam()) << " is not installed";
     const test::SavedDocument saved(*documentOfLoadedPages());
     const auto pages = test::read(GetParam(), saved.path());
     ASSERT_GE(pages.size(), loadedPages.size());
@@ -131,9 +129,7 @@ TEST_P(TextLayerPages, StandsRightOnTurnedAndOffsetPages) {
 }
 
 TEST(TextLayerPagesLook, IsTheSameWithAndWithoutTheLayer) {
-    if (!test::hasReader(Reader::poppler) || !test::hasReader(Reader::mupdf)) {
-        GTEST_SKIP() << "poppler or MuPDF is not installed";
-    }
+    ASSERT_TRUE(test::hasReader(Reader::poppler) && test::hasReader(Reader::mupdf));
     const auto bare = documentOfLoadedPages();
     for (const auto& page : bare->orvexPages()) {
         page->foundPage = nullptr;

@@ -213,9 +213,7 @@ std::shared_ptr<OrvexPDFDocument> documentOf(const std::vector<Case>& cases) {
 class TextLayer : public testing::TestWithParam<Reader> {};
 
 TEST_P(TextLayer, IsReadBackExactly) {
-    if (!test::hasReader(GetParam())) {
-        GTEST_SKIP() << test::name(GetParam()) << " is not installed";
-    }
+    ASSERT_TRUE(test::hasReader(GetParam())) << test::name(GetParam()) << " is not installed";
     const auto cases = allCases();
     const test::SavedDocument saved(*documentOf(cases));
     const auto pages = test::read(GetParam(), saved.path());
@@ -234,9 +232,7 @@ INSTANTIATE_TEST_SUITE_P(InEveryReader, TextLayer,
                              return name;
                          });
 TEST(TextLayerLook, IsTheSameWithAndWithoutIt) {
-    if (!test::hasReader(Reader::poppler) || !test::hasReader(Reader::mupdf)) {
-        GTEST_SKIP() << "poppler or MuPDF is not installed";
-    }
+    ASSERT_TRUE(test::hasReader(Reader::poppler) && test::hasReader(Reader::mupdf));
     auto cases = allCases();
     const auto with = documentOf(cases);
     for (auto& c : cases) {
@@ -248,9 +244,7 @@ TEST(TextLayerLook, IsTheSameWithAndWithoutIt) {
 class PDFAConversion : public testing::TestWithParam<int> {};
 
 TEST_P(PDFAConversion, KeepsTheLayerAndKeepsItInvisible) {
-    if (!test::hasReader(Reader::ghostscript) || !test::hasReader(Reader::poppler)) {
-        GTEST_SKIP() << "Ghostscript or poppler is not installed";
-    }
+    ASSERT_TRUE(test::hasReader(Reader::ghostscript) && test::hasReader(Reader::poppler));
     auto cases = scriptCases();
     std::erase_if(cases,
                   [](const Case& c) { return c.others.contains(Reader::ghostscript); }); // it writes what it reads

@@ -177,7 +177,8 @@ std::size_t measureWithoutStreams(QPDF& pdf, const Bytes& loaded, StreamPacking 
     return measure.count() + missing + digitsOf(place + missing) - digitsOf(place);
 }
 
-class NoSink final : public ByteSink {
+/// Keeps nothing.
+class Counter final : public ByteSink {
 public:
     void write(std::span<const std::uint8_t> bytes) override { count_ += bytes.size(); }
     [[nodiscard]] std::size_t count() const { return count_; }
@@ -199,7 +200,7 @@ void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection
     std::string seed;
     {
         const DerivedVectors fixed("pass" + key);
-        NoSink nowhere;
+        Counter nowhere;
         seed = writeOnce(pdf, packing, protection, nowhere);
     }
     const DerivedVectors vectors(seed + key);
@@ -211,7 +212,7 @@ std::size_t measureFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, P
     if (protection == Protection::none && !compressesStreams(pdf, packing) && !hasObjectStreams(pdf)) {
         return measureWithoutStreams(pdf, loaded, packing);
     }
-    NoSink counter;
+    Counter counter;
     writeFile(pdf, loaded, packing, protection, counter);
     return counter.count();
 }

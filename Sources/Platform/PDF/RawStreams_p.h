@@ -8,10 +8,14 @@
 
 #include <cstddef>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace orvex {
+
+/// The `size` bytes from `start` on, when they lie between "stream" and "endstream" and nothing else does; else none.
+[[nodiscard]] std::string_view streamData(std::string_view file, std::size_t start, std::size_t size);
 
 /// The stored bytes of a long stream inside `file`, which its document was parsed from and which has to outlive them.
 /// Null for short streams, encrypted ones, and where the stated length is wrong.

@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::size_t worthIt = 16'384; // shorter ones go through in one or two pieces anyway
 
-/// Empty unless the data begin and end where the parser and the dictionary say.
 std::string_view dataOf(QPDFObjectHandle stream, const Bytes& file) {
     long long length = 0;
     const auto offset = static_cast<std::size_t>(stream.getParsedOffset());
@@ -17,16 +16,7 @@ std::string_view dataOf(QPDFObjectHandle stream, const Bytes& file) {
         return {};
     }
     const auto size = static_cast<std::size_t>(length);
-    if (size < worthIt || offset == 0 || offset > file.size() || size > file.size() - offset) {
-        return {};
-    }
-    const std::string_view before = file.text().substr(0, offset);
-    if (!before.ends_with("stream\n") && !before.ends_with("stream\r\n")) { // junk ahead of the header shifts offsets
-        return {};
-    }
-    std::string_view behind = file.text().substr(offset + size, 11);
-    behind.remove_prefix(behind.starts_with("\r\n") ? 2 : behind.starts_with("\n") || behind.starts_with("\r") ? 1 : 0);
-    return behind.starts_with("endstream") ? file.text().substr(offset, size) : std::string_view{};
+    return size < worthIt ? std::string_view{} : streamData(file.text(), offset, size);
 }
 
 using UseStored = std::function<void(QPDFObjectHandle& object, const std::shared_ptr<Buffer>& data)>;
@@ -48,6 +38,19 @@ void replaceData(QPDFObjectHandle& stream, const std::shared_ptr<Buffer>& data) 
 }
 
 } // namespace
+
+std::string_view streamData(std::string_view file, std::size_t start, std::size_t size) {
+    if (start == 0 || start > file.size() || size > file.size() - start) {
+        return {};
+    }
+    const std::string_view before = file.substr(0, start);
+    if (!before.ends_with("stream\n") && !before.ends_with("stream\r\n")) { // junk ahead of the header shifts offsets
+        return {};
+    }
+    std::string_view behind = file.substr(start + size, 11);
+    behind.remove_prefix(behind.starts_with("\r\n") ? 2 : behind.starts_with("\n") || behind.starts_with("\r") ? 1 : 0);
+    return behind.starts_with("endstream") ? file.substr(start, size) : std::string_view{};
+}
 
 std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file) {
     const auto data = dataOf(stream, file);

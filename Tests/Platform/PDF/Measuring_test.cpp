@@ -7,9 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <set>
@@ -123,29 +120,19 @@ TEST(MeasuredSize, IsThereForEmptyAndOwnDocumentsToo) {
     expectMeasured(document, "a blank page");
 }
 
-/// Every so many of the shared files; all of them with CHECK_EVERY=1.
 TEST(MeasuredSize, IsThatOfTheFileForRealFiles) {
-    const auto folder = test::sharedFolder() / "corpus";
-    if (!std::filesystem::exists(folder)) {
+    const auto files = test::sharedPDFs(23, 20'001);
+    if (files.empty()) {
         GTEST_SKIP() << "the shared files are not there";
     }
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        if (entry.path().extension() == ".pdf" && entry.file_size() > 20'000) {
-            files.push_back(entry.path());
-        }
-    }
-    std::ranges::sort(files);
-    const char* wanted = std::getenv("CHECK_EVERY");
-    const std::size_t step = wanted != nullptr ? std::strtoul(wanted, nullptr, 10) : 23;
     std::size_t measured = 0;
-    for (std::size_t i = 0; i < files.size(); i += step) {
-        const Bytes data = readFile(files[i]);
+    for (const auto& path : files) {
+        const Bytes data = readFile(path);
         try {
             if (test::opened(data)->pageCount() == 0) {
                 continue;
             }
-            expectMeasuredAfterEdits([&] { return test::opened(data); }, files[i].filename().string());
+            expectMeasuredAfterEdits([&] { return test::opened(data); }, path.filename().string());
             ++measured;
         } catch (const PDFOpenError&) { // what cannot be opened has no size
         } catch (const PDFWriteError&) {

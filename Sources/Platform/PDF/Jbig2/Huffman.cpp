@@ -86,11 +86,7 @@ std::optional<std::int32_t> HuffmanTable::decode(Reader& reader) const {
 }
 
 std::int32_t HuffmanTable::number(Reader& reader) const {
-    const auto value = decode(reader);
-    if (!value) {
-        throw Damage("a number is missing");
-    }
-    return *value;
+    return present(decode(reader));
 }
 
 } // namespace orvex::jbig2

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <stdexcept>
 
@@ -11,6 +12,14 @@ namespace orvex::jbig2 {
 struct Damage : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+/// A number that the data have to hold.
+inline std::int32_t present(std::optional<std::int32_t> number) {
+    if (!number) {
+        throw Damage("a number is missing");
+    }
+    return *number;
+}
 
 /// A few bytes can ask for any number of pixels: each kind of work is paid for ahead.
 class Budget {

@@ -98,11 +98,7 @@ private:
         return header_.isTabulated ? table->decode(reader_) : contexts.decode(*decoder_);
     }
     std::int32_t number(const HuffmanTablePtr& table, IntegerContexts& contexts) {
-        const auto value = decode(table, contexts);
-        if (!value) {
-            throw Damage("a number is missing");
-        }
-        return *value;
+        return present(decode(table, contexts));
     }
 
     /// The symbols of one height.
@@ -144,24 +140,17 @@ private:
 
     Bitmap refinedSymbol(std::int64_t width, std::int64_t height) {
         if (!header_.isTabulated) {
-            const auto& symbol = symbolOf(texts_.ids.decode(*decoder_));
+            const auto& symbol = symbolOf(symbols_, texts_.ids.decode(*decoder_));
             const std::int32_t x = number(nullptr, texts_.refinedX);
             const std::int32_t y = number(nullptr, texts_.refinedY);
             return decodeRefinement(width, height, {symbol, x, y}, header_.refinement, *decoder_, refinement_, budget_);
         }
-        const auto& symbol = symbolOf(reader_.bits(idBits_));
+        const auto& symbol = symbolOf(symbols_, reader_.bits(idBits_));
         const std::int32_t x = tables_.refinedX->number(reader_);
         const std::int32_t y = tables_.refinedY->number(reader_);
         const std::int32_t size = tables_.refinedSize->number(reader_);
         ArithmeticDecoder decoder(reader_.bytes(static_cast<std::size_t>(std::max(size, 0))));
         return decodeRefinement(width, height, {symbol, x, y}, header_.refinement, decoder, refinement_, budget_);
-    }
-
-    const Bitmap& symbolOf(std::uint32_t id) {
-        if (id >= symbols_.size()) {
-            throw Damage("a symbol that there is not");
-        }
-        return *symbols_[id];
     }
 
     /// All symbols of a class side by side.

@@ -13,13 +13,6 @@ struct SizeChange {
     std::int32_t y = 0;
 };
 
-std::int32_t present(std::optional<std::int32_t> value) {
-    if (!value) {
-        throw Damage("a number is missing");
-    }
-    return *value;
-}
-
 Bitmap refined(const Bitmap& symbol, const SizeChange& change, const RefinementCoding& coding,
                ArithmeticDecoder& decoder, Contexts& contexts, Budget& budget) {
     const std::int64_t dx = (change.width >> 1) + std::int64_t{change.x};
@@ -125,12 +118,8 @@ private:
     void place(std::int64_t t, std::int64_t& s) {
         budget_.spend(unitsOfAStep);
         t += layout_.stripBits == 0 ? 0 : values_.t(layout_.stripBits);
-        const std::uint32_t id = values_.id();
-        if (id >= symbols_.size()) {
-            throw Damage("a symbol that there is not");
-        }
+        const Bitmap* symbol = &symbolOf(symbols_, values_.id());
         Bitmap changed;
-        const Bitmap* symbol = symbols_[id].get();
         if (layout_.refines && values_.isRefined()) {
             changed = values_.refine(*symbol, layout_.refinement, budget_);
             symbol = &changed;
@@ -155,6 +144,13 @@ private:
 };
 
 } // namespace
+
+const Bitmap& symbolOf(const Symbols& symbols, std::uint32_t id) {
+    if (id >= symbols.size()) {
+        throw Damage("a symbol that there is not");
+    }
+    return *symbols[id];
+}
 
 Bitmap decodeText(const TextLayout& layout, const Symbols& symbols, ArithmeticDecoder& decoder, TextContexts& contexts,
                   Contexts& refinement, Budget& budget) {

@@ -11,6 +11,8 @@
 namespace orvex::jbig2 {
 
 using Symbols = std::vector<BitmapPtr>;
+/// Throws Damage when there is none of that number.
+[[nodiscard]] const Bitmap& symbolOf(const Symbols& symbols, std::uint32_t id);
 
 /// By their numbers in the data.
 enum class Corner : std::uint8_t { bottomLeft, topLeft, bottomRight, topRight };

@@ -1,5 +1,6 @@
 #include "Platform/PDF/Reading/ContentBytes_p.h"
 
+#include "Platform/PDF/RawStreams_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 
 #include <qpdf/Buffer.hh>
@@ -29,18 +30,6 @@ Packing packingOf(QPDFObjectHandle dictionary) {
     return flate && dictionary.getKey("/DecodeParms").isNull() ? Packing::flate : Packing::other;
 }
 
-/// What lies in the file between "stream" and "endstream"; none where these are not just there.
-std::string_view bytesBetween(std::string_view file, std::size_t start, std::size_t size) {
-    if (start > file.size() || size > file.size() - start) {
-        return {};
-    }
-    const auto before = file.substr(start - std::min<std::size_t>(start, 8), std::min<std::size_t>(start, 8));
-    auto after = file.substr(start + size, 16);
-    after.remove_prefix(std::min(after.find_first_not_of("\r\n "), after.size()));
-    const bool sure = before.find("stream") != before.npos && after.starts_with("endstream");
-    return sure ? file.substr(start, size) : std::string_view{};
-}
-
 /// The stream's bytes in the file that lies in memory.
 std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
     const auto offset = stream.getParsedOffset();
@@ -48,8 +37,8 @@ std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
     if (offset <= 0 || !length.isInteger() || length.getIntValue() < 0 || source.pdf().isEncrypted()) {
         return {};
     }
-    return bytesBetween(source.bytes().text(), static_cast<std::size_t>(offset),
-                        static_cast<std::size_t>(length.getIntValue()));
+    return streamData(source.bytes().text(), static_cast<std::size_t>(offset),
+                      static_cast<std::size_t>(length.getIntValue()));
 }
 
 Packing packingOf(const std::vector<TextEntry>& entries) {
@@ -83,7 +72,7 @@ std::optional<StoredStream> streamFrom(const PDFSource& source, const TextValue&
     if (!size || *size <= 0 || packing == Packing::other) {
         return std::nullopt;
     }
-    const auto bytes = bytesBetween(source.bytes().text(), object.data, static_cast<std::size_t>(*size));
+    const auto bytes = streamData(source.bytes().text(), object.data, static_cast<std::size_t>(*size));
     return bytes.empty() ? std::nullopt : std::optional(StoredStream{nullptr, bytes, packing == Packing::flate});
 }
 

@@ -10,8 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -279,24 +277,15 @@ TEST(PageList, LeavesTheParseWithoutPages) {
 // Real files
 
 TEST(PageList, IsTheLibrarysForRealFiles) {
-    const auto corpus = test::sharedFolder() / "corpus";
-    if (!std::filesystem::is_directory(corpus)) {
+    const auto files = test::sharedPDFs(12);
+    if (files.empty()) {
         GTEST_SKIP() << "no shared files here";
     }
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus)) {
-        if (entry.path().extension() == ".pdf") {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    const char* const wanted = std::getenv("CHECK_EVERY"); // 1: all of them
-    const std::size_t every = wanted != nullptr ? std::stoul(wanted) : 12;
     std::size_t plain = 0;
     std::size_t looked = 0;
-    for (std::size_t i = 0; i < files.size(); i += every) {
-        const Bytes file = readFile(files[i]);
-        SCOPED_TRACE(files[i].filename().string());
+    for (const auto& path : files) {
+        const Bytes file = readFile(path);
+        SCOPED_TRACE(path.filename().string());
         expectSameAsLibrary(file);
         try {
             plain += listed(file).repaired ? 0U : 1U;
