@@ -10,7 +10,8 @@ them have it with the same text and a box that is the same for the most part. An
 taken away first, so that all read the same page. --list names the files where ours is the odd one out.
 
 `speed` times whole processes in turns, on a file of many pages made here or on the files of a folder, one after the other;
-ratios are by the wall clock and, in brackets, by processor time.
+ratios are by the wall clock and, in brackets, by processor time. A file that one of the readers fails on, or takes too long
+for, is named and counts for none of them.
 """
 
 import argparse
@@ -35,8 +36,7 @@ PROJECT = Path(__file__).resolve().parent.parent
 BIN = PROJECT / "build/release/bin"
 READERS = ("ours", "poppler", "MuPDF", "PDFium")
 SECONDS = 120
-SECONDS_OF_A_RACE = {"files": 8, "pages": 400}
-SLOW = ("PDFium (Qt PDF)",)  # it opens the file anew for every line
+SECONDS_OF_A_RACE = {"files": 3, "pages": 400}
 NUMBER = r"(-?[\d.]+(?:e[-+]?\d+)?)"
 
 Line = collections.namedtuple("Line", "text box")  # the box: left, top, right, bottom from the page's top left corner
@@ -306,7 +306,7 @@ def commands_for(file):
         "pdftotext": ["pdftotext", file, "-"],
         "mutool -F stext": ["mutool", "draw", "-q", "-F", "stext", file],
         "mutool -F txt": ["mutool", "draw", "-q", "-F", "txt", file],
-        "PDFium (Qt PDF)": [str(BIN / "bench_text_qtpdf"), file],
+        "PDFium (Qt PDF)": [str(BIN / "bench_text_qtpdf"), "--plain", file],
     }
 
 
@@ -314,7 +314,7 @@ Cost = collections.namedtuple("Cost", "seconds processor peak")  # peak memory i
 
 
 def timed(command, limit):
-    """What a process costs; its failures are not ours to judge. None when it takes too long."""
+    """What a process costs, or in words why that is not to be compared."""
     start = time.perf_counter()
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     watch = threading.Timer(limit, process.kill)
@@ -324,30 +324,53 @@ def timed(command, limit):
     process.returncode = os.waitstatus_to_exitcode(status)
     seconds = time.perf_counter() - start
     if seconds >= limit:
-        return None
+        return f"takes more than {limit} s"
+    if process.returncode != 0:
+        return "fails"
     return Cost(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024)
 
 
-def race(files, runs, limit, left_out=()):
-    """Medians over the runs of the sums over the files; the readers take turns at each file."""
+def first_turns(commands, limit):
+    """The costs of the first run, up to the first reader that is out; and what it did."""
+    costs = {}
+    for name, command in commands.items():
+        cost = timed(command, limit)
+        if isinstance(cost, str):
+            return costs, f"{name} {cost}"
+        costs[name] = cost
+    return costs, None
+
+
+def race(files, runs, limit):
+    """Medians over the runs of the sums over the files, in turns at each file; and the files left out, with the reason."""
     sums = collections.defaultdict(lambda: [[0.0, 0.0] for _ in range(runs)])
     peaks = collections.defaultdict(float)
+    left_out = {}
     for file in files:
-        commands = {name: command for name, command in commands_for(str(file)).items() if name not in left_out}
-        costs = [{name: timed(command, limit) for name, command in commands.items()}]
-        late = [name for name, cost in costs[0].items() if cost is None]
-        if late:
-            print(f"Left out: {file.name}, on which {', '.join(late)} took more than {limit} s.\n")
+        commands = commands_for(str(file))
+        costs, reason = first_turns(commands, limit)
+        if reason:
+            left_out[file.name] = reason
             continue
-        costs += [{name: timed(command, limit) for name, command in commands.items()} for _ in range(runs - 1)]
-        for run, cost_of in enumerate(costs):
-            for name, cost in cost_of.items():
-                if cost is not None:
-                    sums[name][run][0] += cost.seconds
-                    sums[name][run][1] += cost.processor
-                    peaks[name] = max(peaks[name], cost.peak)
+        again = [{name: timed(command, limit) for name, command in commands.items()} for _ in range(runs - 1)]
+        if any(isinstance(cost, str) for turns in again for cost in turns.values()):
+            left_out[file.name] = "not the same in every run"
+            continue
+        for run, turns in enumerate([costs, *again]):
+            for name, cost in turns.items():
+                sums[name][run][0] += cost.seconds
+                sums[name][run][1] += cost.processor
+                peaks[name] = max(peaks[name], cost.peak)
     median = lambda name, kind: statistics.median(sum_[kind] for sum_ in sums[name])
-    return {name: Cost(median(name, 0), median(name, 1), peaks[name]) for name in sums}
+    return {name: Cost(median(name, 0), median(name, 1), peaks[name]) for name in sums}, left_out
+
+
+def print_left_out(left_out):
+    by_reason = collections.defaultdict(list)
+    for name, reason in left_out.items():
+        by_reason[reason].append(name)
+    for reason, names in sorted(by_reason.items()):
+        print(f"Left out, {reason}: {', '.join(names)}.\n")
 
 
 def print_race(title, results):
@@ -364,15 +387,18 @@ def print_race(title, results):
 def speed(options):
     if options.corpus:
         files = list(pdfs_of([options.corpus]))
-        print_race(f"{len(files)} files, a process each", race(files, options.runs, SECONDS_OF_A_RACE["files"], SLOW))
+        results, left_out = race(files, options.runs, SECONDS_OF_A_RACE["files"])
+        print_left_out(left_out)
+        print_race(f"{len(files) - len(left_out)} of {len(files)} files, a process each", results)
         return
     with tempfile.TemporaryDirectory() as folder:
         for count in (options.pages // 4, options.pages):
             file = Path(folder) / f"{count}.pdf"
             many_pages(file, count)
-            left_out = SLOW if count > 100 else ()
-            results = race([file], options.runs, SECONDS_OF_A_RACE["pages"], left_out)
-            print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", results)
+            results, left_out = race([file], options.runs, SECONDS_OF_A_RACE["pages"])
+            print_left_out(left_out)
+            if results:
+                print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", results)
 
 
 def main():
