@@ -4,11 +4,11 @@
 
 #include "Platform/PDF/ContentStream_p.h"
 #include "Platform/PDF/ContentStreams_p.h"
-#include "Platform/PDF/FileWriter_p.h"
 #include "Platform/PDF/ImageObjects_p.h"
 #include "Platform/PDF/InvisibleFont_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 #include "Platform/PDF/Saving/Composition_p.h"
+#include "Platform/PDF/Writing/FileWriter_p.h"
 
 #include <functional>
 #include <map>

@@ -1,7 +1,7 @@
 #include "Platform/PDF/Reading/ContentBytes_p.h"
 
-#include "Platform/PDF/RawStreams_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
+#include "Platform/PDF/Writing/RawStreams_p.h"
 
 #include <qpdf/Buffer.hh>
 #include <qpdf/Pl_Flate.hh>
@@ -28,17 +28,6 @@ Packing packingOf(QPDFObjectHandle dictionary) {
     }
     const bool flate = filter.isName() && (filter.getName() == "/FlateDecode" || filter.getName() == "/Fl");
     return flate && dictionary.getKey("/DecodeParms").isNull() ? Packing::flate : Packing::other;
-}
-
-/// The stream's bytes in the file that lies in memory.
-std::string_view bytesInFile(const PDFSource& source, QPDFObjectHandle stream) {
-    const auto offset = stream.getParsedOffset();
-    auto length = stream.getDict().getKey("/Length");
-    if (offset <= 0 || !length.isInteger() || length.getIntValue() < 0 || source.pdf().isEncrypted()) {
-        return {};
-    }
-    return streamData(source.bytes().text(), static_cast<std::size_t>(offset),
-                      static_cast<std::size_t>(length.getIntValue()));
 }
 
 Packing packingOf(const std::vector<TextEntry>& entries) {
@@ -100,7 +89,7 @@ StoredStream storedStream(const PDFSource& source, QPDFObjectHandle stream, std:
         return unpackedByLibrary(stream, limit);
     }
     const bool deflated = packing == Packing::flate;
-    if (const auto bytes = bytesInFile(source, stream); !bytes.empty()) {
+    if (const auto bytes = storedData(stream, source.bytes()); !bytes.empty()) {
         return {nullptr, bytes, deflated};
     }
     try {

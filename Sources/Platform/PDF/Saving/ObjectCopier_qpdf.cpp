@@ -1,6 +1,6 @@
 #include "Platform/PDF/Saving/ObjectCopier_p.h"
 
-#include "Platform/PDF/RawStreams_p.h"
+#include "Platform/PDF/Writing/RawStreams_p.h"
 
 #include <qpdf/Pipeline.hh>
 

@@ -21,7 +21,7 @@ enum class Protection {
 /// the bytes that `pdf` was parsed from, if it was.
 void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection, ByteSink& sink);
 
-/// How many bytes writeFile() would write. `pdf` may have lost long streams afterwards.
+/// How many bytes writeFile() would write, instead of it.
 [[nodiscard]] std::size_t measureFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection);
 
 } // namespace orvex

@@ -9,23 +9,20 @@
 #include <cstddef>
 #include <memory>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace orvex {
 
 /// The `size` bytes from `start` on, when they lie between "stream" and "endstream" and nothing else does; else none.
 [[nodiscard]] std::string_view streamData(std::string_view file, std::size_t start, std::size_t size);
 
-/// The stored bytes of a long stream inside `file`, which its document was parsed from and which has to outlive them.
-/// Null for short streams, encrypted ones, and where the stated length is wrong.
+/// The stored bytes of a stream inside `file`, which its document was parsed from. Empty for new and encrypted
+/// ones, and where the stated length is wrong. Data of a loaded stream must never be replaced: nothing would tell.
+[[nodiscard]] std::string_view storedData(QPDFObjectHandle stream, const Bytes& file);
+
+/// The same of long streams, for qpdf to take; `file` has to outlive it. Null for short ones.
 [[nodiscard]] std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file);
 
 /// Lets the writer of `pdf` take streams so, but for those that it is to compress.
 void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams);
-
-/// Takes the data out of those streams instead, for a file that is only measured. Returns which, and how long each was.
-std::vector<std::pair<QPDFObjGen, std::size_t>> emptyStoredStreams(QPDF& pdf, const Bytes& file,
-                                                                   bool compressesStreams);
 
 } // namespace orvex

@@ -1,0 +1,205 @@
+#include "Platform/PDF/Writing/PlainWriter_p.h"
+
+#include "Platform/PDF/PDFDocument.h"
+#include "Platform/PDF/Writing/OutputPipeline_p.h"
+#include "Platform/PDF/Writing/RawStreams_p.h"
+
+#include <qpdf/PDFVersion.hh>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <stdexcept>
+
+namespace orvex {
+
+namespace {
+
+constexpr std::size_t rowLength = 20;           // of the cross-reference table
+constexpr std::size_t farthest = 9'999'999'999; // ten digits
+
+/// They tell how the loaded file was written.
+bool belongsToLoadedFile(std::string_view key) {
+    constexpr std::array keys{"/ID", "/Encrypt", "/Prev",        "/XRefStm", "/Size",  "/Index",
+                              "/W",  "/Length",  "/DecodeParms", "/Type",    "/Filter"};
+    return std::ranges::find(keys, key) != keys.end();
+}
+
+bool isPlain(char c) {
+    constexpr std::string_view special = "#()<>[]{}/%";
+    return c > ' ' && c < '\x7F' && special.find(c) == std::string_view::npos;
+}
+
+/// A zero is what qpdf makes of a # that no digits follow. It would write both that and a true # without digits, and
+/// then could not read them.
+void appendName(std::string& text, std::string_view name) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    text += '/';
+    for (const char c : name.substr(std::min<std::size_t>(name.size(), 1))) {
+        if (isPlain(c)) {
+            text += c;
+        } else {
+            const auto code = static_cast<unsigned char>(c == '\0' ? '#' : c);
+            (text += '#').append({digits[code / 16], digits[code % 16]});
+        }
+    }
+}
+
+/// The data as the file is to hold them, without their being kept.
+void pipe(QPDFObjectHandle stream, FileOutput& output) {
+    OutputPipeline pipeline(output);
+    stream.pipeStreamData(&pipeline, 0, qpdf_dl_none);
+    pipeline.rethrowFailure();
+}
+
+} // namespace
+
+void PlainWriter::write() {
+    writeHeader();
+    const std::string entries = trailerEntries();
+    for (std::size_t number = 1; number <= numbers_.count(); ++number) {
+        writeObject(number);
+    }
+    writeEnd(entries);
+    output_.flush();
+}
+
+void PlainWriter::writeHeader() {
+    PDFVersion version(1, 5);
+    version.updateIfGreater(pdf_.getVersionAsPDFVersion());
+    std::string number;
+    int extensionLevel = 0;
+    version.getVersion(number, extensionLevel);
+    output_.write("%PDF-" + number + "\n%\xBF\xF7\xA2\xFE\n");
+}
+
+/// The catalogue becomes the first object.
+std::string PlainWriter::trailerEntries() {
+    std::string entries = " /Root ";
+    auto trailer = pdf_.getTrailer();
+    appendValue(entries, trailer.getKey("/Root"));
+    for (const auto& [key, value] : trailer.getDictAsMap()) {
+        if (key != "/Root" && !belongsToLoadedFile(key) && !holdsNothing(value)) {
+            appendName(entries += ' ', key);
+            appendValue(entries += ' ', value);
+        }
+    }
+    return entries;
+}
+
+void PlainWriter::writeObject(std::size_t number) {
+    places_.push_back(output_.position());
+    text_ = std::to_string(number) + " 0 obj\n";
+    auto object = pdf_.getObject(numbers_.object(number));
+    if (object.isStream()) {
+        writeStream(object);
+    } else {
+        appendDirect(text_, object);
+        output_.write(text_);
+    }
+    output_.write("\nendobj\n");
+}
+
+void PlainWriter::writeStream(QPDFObjectHandle stream) {
+    auto dictionary = stream.getDict();
+    text_ += "<<";
+    appendEntries(text_, dictionary, "/Length");
+    const auto stored = storedData(stream, loaded_);
+    FileOutput length;
+    if (stored.empty()) {
+        pipe(stream, length);
+    }
+    const std::size_t size = stored.empty() ? length.position() : stored.size();
+    text_ += " /Length " + std::to_string(size) + " >>\nstream\n";
+    output_.write(text_);
+    const std::size_t start = output_.position();
+    if (stored.empty()) {
+        pipe(stream, output_);
+    } else {
+        output_.write(stored);
+    }
+    if (output_.position() - start != size) {
+        throw PDFWriteError("cannot write the document: a stream came in another length than before");
+    }
+    output_.write("\nendstream");
+}
+
+void PlainWriter::writeEnd(const std::string& entries) {
+    const std::size_t table = output_.position();
+    std::string rows = "xref\n0 " + std::to_string(places_.size() + 1) + "\n0000000000 65535 f \n";
+    for (const auto place : places_) {
+        if (place > farthest) {
+            throw PDFWriteError("cannot write the document: it would be larger than 10 GB");
+        }
+        std::array<char, rowLength + 1> row{};
+        std::snprintf(row.data(), row.size(), "%010zu 00000 n \n", place);
+        rows.append(row.data(), rowLength);
+    }
+    output_.write(rows);
+    output_.write("trailer\n<<" + entries + " /Size " + std::to_string(places_.size() + 1) + " /ID [");
+    const std::string id = output_.id();
+    output_.write(firstID().value_or(id) + id + "] >>\nstartxref\n" + std::to_string(table) + "\n%%EOF\n");
+}
+
+/// What the file was called when it was first written.
+std::optional<std::string> PlainWriter::firstID() {
+    auto ids = pdf_.getTrailer().getKey("/ID");
+    const bool known = ids.isArray() && ids.getArrayNItems() > 0 && ids.getArrayItem(0).isString();
+    return known ? std::optional(ids.getArrayItem(0).unparseBinary()) : std::nullopt;
+}
+
+void PlainWriter::appendValue(std::string& text, const QPDFObjectHandle& value) {
+    if (value.isIndirect()) {
+        appendReference(text, value);
+    } else {
+        appendDirect(text, value);
+    }
+}
+
+void PlainWriter::appendDirect(std::string& text, QPDFObjectHandle value) {
+    if (value.isDictionary()) {
+        text += "<<";
+        appendEntries(text, value, {});
+        text += " >>";
+    } else if (value.isArray()) {
+        text += '[';
+        const int count = value.getArrayNItems();
+        for (int i = 0; i < count; ++i) {
+            appendValue(text += ' ', value.getArrayItem(i));
+        }
+        text += " ]";
+    } else if (value.isName()) {
+        appendName(text, value.getName());
+    } else {
+        text += value.unparseResolved();
+    }
+}
+
+void PlainWriter::appendEntries(std::string& text, QPDFObjectHandle dictionary, std::string_view without) {
+    for (const auto& [key, value] : dictionary.getDictAsMap()) {
+        if (key != without && !holdsNothing(value)) {
+            appendName(text += ' ', key);
+            appendValue(text += ' ', value);
+        }
+    }
+}
+
+void PlainWriter::appendReference(std::string& text, const QPDFObjectHandle& object) {
+    if (object.getOwningQPDF() != &pdf_) {
+        throw std::logic_error("an object of another document");
+    }
+    auto number = numbers_.of(object.getObjGen());
+    if (number == 0 && holdsNothing(object)) {
+        text += "null";
+        return;
+    }
+    number = number == 0 ? numbers_.add(object.getObjGen()) : number;
+    text.append(std::to_string(number)).append(" 0 R");
+}
+
+/// References that lead nowhere hold nothing. What has a number is not looked into.
+bool PlainWriter::holdsNothing(QPDFObjectHandle value) const {
+    return (!value.isIndirect() || numbers_.of(value.getObjGen()) == 0) && value.isNull();
+}
+
+} // namespace orvex
