@@ -1,10 +1,11 @@
-# What `cmake --install` puts where: the library and the module that it loads, its public headers in the layout of
+# What `cmake --install` puts where: the library and the modules that it loads, its public headers in the layout of
 # Sources, the tool, a CMake package and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS OrvexPDF EXPORT OrvexPDFTargets)
-set_target_properties(orvex_pdfium PROPERTIES INSTALL_RPATH "$ORIGIN/..")
-install(TARGETS orvex_pdfium DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvexpdf)
+get_property(modules GLOBAL PROPERTY ORVEX_MODULES)
+set_target_properties(${modules} PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+install(TARGETS ${modules} DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvexpdf)
 if(TARGET orvexpdf)
     set_target_properties(orvexpdf PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     install(TARGETS orvexpdf)

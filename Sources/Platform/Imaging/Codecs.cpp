@@ -1,5 +1,6 @@
 // Recognises formats by content and hands each to its codec.
 #include "Platform/Imaging/Codecs_p.h"
+#include "Platform/Imaging/ImagingModule_p.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,7 +34,7 @@ std::vector<ImageInfo> readHeaders(const Bytes& data, ImageFormat format) {
     case ImageFormat::png:
         return {png::readInfo(data)};
     case ImageFormat::tiff:
-        return tiff::readInfo(data);
+        return imagingModule().tiffInfo(data);
     case ImageFormat::jpeg2000:
         return {jpeg2000::readInfo(data)};
     }
@@ -85,7 +86,7 @@ void verifyEncoded(const Bytes& data, const ImageInfo& info) {
     case ImageFormat::png:
         return png::verify(data);
     case ImageFormat::tiff:
-        return tiff::verify(data, info.page);
+        return imagingModule().verifyTIFF(data, info.page);
     case ImageFormat::jpeg2000:
         return jpeg2000::verify(data);
     }
@@ -98,9 +99,9 @@ Bitmap decodeImage(const Bytes& data, const ImageInfo& info) {
     case ImageFormat::png:
         return png::decode(data, info);
     case ImageFormat::tiff:
-        return tiff::decode(data, info);
+        return imagingModule().decodeTIFF(data, info);
     case ImageFormat::jpeg2000:
-        return jpeg2000::decode(data, info);
+        return imagingModule().decodeJPEG2000(data, info);
     }
     throw ImageError("not an image");
 }

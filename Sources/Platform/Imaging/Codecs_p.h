@@ -55,16 +55,9 @@ void verify(const Bytes& data);
 [[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info);
 } // namespace png
 
-namespace tiff {
-[[nodiscard]] std::vector<ImageInfo> readInfo(const Bytes& data);
-void verify(const Bytes& data, int page);
-[[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info);
-} // namespace tiff
-
 namespace jpeg2000 {
 [[nodiscard]] ImageInfo readInfo(const Bytes& data);
 void verify(const Bytes& data);
-[[nodiscard]] Bitmap decode(const Bytes& data, const ImageInfo& info);
 } // namespace jpeg2000
 
 /// Colours that alpha was multiplied into, without it.

@@ -1,4 +1,5 @@
 // JPEG 2000 around its codestream: the boxes of a JP2 file, read and written, and the codestream's first markers.
+#include "Platform/Imaging/ImagingModule_p.h"
 #include "Platform/Imaging/Jpeg2000_p.h"
 #include "Platform/Imaging/Simplify_p.h"
 
@@ -344,7 +345,7 @@ std::optional<Bytes> encodeJPEG2000(const Bitmap& bitmap, const JPEGOptions& opt
         .apply(jpeg2000::bitsAsBytes)
         .apply(withoutUnusedAlpha)
         .apply(withoutUnusedColor);
-    const auto codestream = jpeg2000::encodeCodestream(simplified.bitmap(), options.quality);
+    const auto codestream = imagingModule().encodeJPEG2000(simplified.bitmap(), options.quality);
     return codestream ? std::optional(jpeg2000::wrapped(*codestream, simplified.bitmap(), options)) : std::nullopt;
 }
 

@@ -1,4 +1,5 @@
 // OpenJPEG. It keeps samples as planes of 32-bit integers; its messages stay here, the first error becomes the reason.
+#include "Platform/Imaging/ImagingModule_p.h"
 #include "Platform/Imaging/Jpeg2000_p.h"
 
 #include <algorithm>

@@ -16,7 +16,4 @@ struct Header {
 /// Throws ImageError, also for what no decoder here takes.
 [[nodiscard]] Header readHeader(const Bytes& data);
 
-/// The codestream of a bitmap without 1-bit samples; empty when it is refused. `quality` as for JPEGOptions.
-[[nodiscard]] std::optional<std::vector<std::uint8_t>> encodeCodestream(const Bitmap& bitmap, double quality);
-
 } // namespace orvex::jpeg2000

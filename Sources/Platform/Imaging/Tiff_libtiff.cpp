@@ -1,5 +1,6 @@
 // libtiff. Messages stay here: the first error becomes the ImageError's reason. Samples are read raw where we know
 // their meaning (bilevel, grey, palette, RGB, CMYK) and through libtiff's own RGBA conversion elsewhere (YCbCr, Lab).
+#include "Platform/Imaging/ImagingModule_p.h"
 #include "Platform/Imaging/Tiff_p.h"
 
 #include <algorithm>

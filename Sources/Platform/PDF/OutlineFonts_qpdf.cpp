@@ -2,7 +2,7 @@
 
 #include "Platform/PDF/ContentStream_p.h"
 #include "Platform/PDF/FontObjects_p.h"
-#include "Platform/PDF/FontSubset_p.h"
+#include "Platform/Text/FontSubset.h"
 
 #include <qpdf/QPDF.hh>
 

@@ -1,12 +1,10 @@
 #include "Platform/PDF/PDFium_p.h"
 
+#include "Platform/Foundation/Module.h"
 #include "Platform/PDF/PDFSource_p.h"
 #include "Platform/PDF/PDFiumModule_p.h"
 
 #include <atomic>
-#include <dlfcn.h>
-#include <filesystem>
-#include <stdexcept>
 
 namespace orvex {
 
@@ -14,30 +12,10 @@ namespace {
 
 std::atomic<const PDFiumModule*> loaded{nullptr};
 
-/// Stands in a folder beside the library, wherever that was installed.
-std::string modulePath() {
-    Dl_info library{};
-    if (dladdr(&loaded, &library) == 0 || library.dli_fname == nullptr) {
-        return ORVEX_PDFIUM_MODULE;
-    }
-    return std::filesystem::path(library.dli_fname).replace_filename(ORVEX_PDFIUM_MODULE).string();
-}
-
-/// Never unloaded: Qt leaves statics behind.
-const PDFiumModule& load() {
-    void* library = dlopen(modulePath().c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* entry = library == nullptr ? nullptr : dlsym(library, pdfiumModuleEntry);
-    if (entry == nullptr) {
-        const char* why = dlerror();
-        throw std::runtime_error(std::string("cannot load what renders pages: ") + (why != nullptr ? why : "no entry"));
-    }
-    loaded = reinterpret_cast<PDFiumModuleEntry>(entry)();
-    return *loaded;
-}
-
 const PDFiumModule& module() {
-    static const PDFiumModule& once = load();
-    return once;
+    static const PDFiumModule* once = loaded =
+        static_cast<const PDFiumModule*>(loadModule(ORVEX_PDFIUM_MODULE, "orvexPDFiumModule", "what renders pages"));
+    return *once;
 }
 
 } // namespace

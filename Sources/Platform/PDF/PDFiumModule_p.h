@@ -1,9 +1,9 @@
-// How the library and its module with PDFium find each other. The module is loaded when the first page is rendered: its
-// libraries take longer to load than most files take to be read.
+// The module with PDFium, which is loaded when the first page is rendered.
 #pragma once
 
 #include "Platform/PDF/PDFium_p.h"
 
+#include <optional>
 #include <string>
 
 namespace orvex {
@@ -14,9 +14,5 @@ struct PDFiumModule {
     std::optional<Bitmap> (*rasterFirstPage)(const Bytes& file, const PageRaster& request);
     void (*close)(const Bytes& file);
 };
-
-/// The one function of the module that is looked up by its name.
-inline constexpr const char* pdfiumModuleEntry = "orvexPDFiumModule";
-using PDFiumModuleEntry = const PDFiumModule* (*)();
 
 } // namespace orvex

@@ -164,9 +164,9 @@ void closeFile(const Bytes& file) {
 
 } // namespace
 
-extern "C" const PDFiumModule* orvexPDFiumModule() {
-    static constexpr PDFiumModule entries{rasterOfPage, rasterOfFirstPage, closeFile};
-    return &entries;
-}
-
 } // namespace orvex
+
+extern "C" {
+extern const orvex::PDFiumModule orvexPDFiumModule;
+constinit const orvex::PDFiumModule orvexPDFiumModule{orvex::rasterOfPage, orvex::rasterOfFirstPage, orvex::closeFile};
+}

@@ -4,7 +4,7 @@
 #include "Platform/Foundation/Strings.h"
 #include "Platform/Text/Bidi.h"
 #include "Platform/Text/FontFace_p.h"
-#include "Platform/Text/FontFiles_p.h"
+#include "Platform/Text/FontsModule_p.h"
 #include "Platform/Text/Scripts.h"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ bool hasMetricsOfHelvetica(const FaceAdvances& advances, bool bold) {
 
 std::shared_ptr<const Font> Font::find(bool bold) {
     for (const char* family : families) {
-        std::string path = installedFontFile(family, bold);
+        std::string path = fontsModule().installedFontFile(family, bold);
         auto advances = path.empty() ? std::nullopt : readFaceAdvances(path);
         if (advances && hasMetricsOfHelvetica(*advances, bold)) {
             return std::shared_ptr<const Font>(new Font(std::move(path), std::move(*advances), bold));

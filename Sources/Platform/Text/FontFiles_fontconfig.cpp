@@ -1,4 +1,4 @@
-#include "Platform/Text/FontFiles_p.h"
+#include "Platform/Text/FontsModule_p.h"
 
 #include <fontconfig/fontconfig.h>
 

@@ -1,8 +1,6 @@
-#include "Platform/Text/Shaping.h"
-
 #include "Platform/Foundation/Strings.h"
 #include "Platform/Text/Bidi.h"
-#include "Platform/Text/FontFiles_p.h"
+#include "Platform/Text/FontsModule_p.h"
 
 #include <hb.h>
 
@@ -169,7 +167,7 @@ void appendRuns(ShapedLine& shaped, const Line& line, const DirectionRun& direct
 
 } // namespace
 
-ShapedLine shapeLine(std::string_view utf8, const Font& font) {
+ShapedLine shaped(std::string_view utf8, const Font& font) {
     Line line;
     line.text = decoded(utf8);
     line.shown = line.text;
@@ -184,15 +182,6 @@ ShapedLine shapeLine(std::string_view utf8, const Font& font) {
         }
     }
     return shaped;
-}
-
-TextExtent measureShownText(std::string_view utf8, const Font& font, double size) {
-    TextExtent extent;
-    for (const auto line : textLines(utf8)) {
-        extent.width = std::max(extent.width, shapeLine(line, font).width * size);
-        extent.height += size;
-    }
-    return extent;
 }
 
 } // namespace orvex

@@ -16,7 +16,8 @@ struct FontSubset {
     double descent = 0; ///< ems, below zero
 };
 
-/// Glyphs keep their ids. Outlines only: no hinting, no layout tables. Empty when the file cannot be read.
+/// Glyphs keep their ids. Outlines only: no hinting, no layout tables. Empty when the file cannot be read. Threads:
+/// any.
 [[nodiscard]] std::optional<FontSubset> subsetFont(const FontFile& font, const std::set<std::uint32_t>& glyphs);
 
 } // namespace orvex

@@ -1,4 +1,4 @@
-#include "Platform/PDF/FontSubset_p.h"
+#include "Platform/Text/FontsModule_p.h"
 
 #include <hb-subset.h>
 #include <hb.h>
@@ -43,7 +43,7 @@ Bytes contents(hb_blob_t* blob) {
 
 } // namespace
 
-std::optional<FontSubset> subsetFont(const FontFile& font, const std::set<std::uint32_t>& glyphs) {
+std::optional<FontSubset> cutDown(const FontFile& font, const std::set<std::uint32_t>& glyphs) {
     const HbBlob file(hb_blob_create_from_file_or_fail(font.path.c_str()));
     if (!file) {
         return std::nullopt;
