@@ -118,6 +118,66 @@ INSTANTIATE_TEST_SUITE_P(
         Compared{"Caption", "/FT /Btn /Ff 65536 /MK << /CA (Push) >>", 2}),
     [](const auto& tested) { return tested.param.name; });
 
+/// How far apart two pictures of the page are, as a part of what they could be.
+double differenceOf(const Bitmap& one, const Bitmap& other) {
+    double sum = 0;
+    for (std::int64_t y = 0; y < height * scale; ++y) {
+        for (std::int64_t x = 0; x < std::int64_t{width} * scale * 3; ++x) {
+            const auto at = x / 3 * one.channels() + x % 3;
+            sum += std::abs(one.row(y)[at] - other.row(y)[x / 3 * other.channels() + x % 3]);
+        }
+    }
+    return sum / (255.0 * width * scale * height * scale * 3);
+}
+
+TEST(FieldAppearances, PlainAndDashedFramesLookAsInPoppler) {
+    constexpr double tolerance = 0.002;
+    for (const char* field : {"/FT /Tx /MK << /BC [1 0 0] /BG [0 1 0] >> /BS << /W 4 /S /S >>",
+                              "/FT /Tx /MK << /BC [1 0 0] >> /BS << /W 4 /S /D /D [9 5] >>",
+                              "/FT /Tx /MK << /BC [0 0 1] >> /Border [0 0 3 [6 2]]"}) {
+        const auto file = fieldFile(field);
+        const auto other = popplers(file);
+        EXPECT_GT(differenceOf(other, popplers(fieldFile("/FT /Tx"))), 10 * tolerance) << field;
+        EXPECT_LT(differenceOf(ours(file), other), tolerance) << field;
+    }
+}
+
+TEST(FieldAppearances, ACombHasALineBetweenItsCells) {
+    const auto comb = ours(fieldFile("/FT /Tx /Ff 16777216 /MaxLen 6 /MK << /BC [0] >> /BS << /W 2 >>"));
+    for (int x = 40; x < 190; x += 30) {
+        EXPECT_EQ(shadeAt(comb, x, 30), (Shade{0, 0, 0})) << x;
+        EXPECT_EQ(shadeAt(comb, x - 15, 30), (Shade{255, 255, 255})) << x;
+    }
+}
+
+TEST(FieldAppearances, RaisedAndSunkFieldsAreLitFromTheUpperLeft) {
+    const std::string look = "/FT /Tx /MK << /BC [0] /BG [0.8] >> ";
+    const auto raised = ours(fieldFile(look + "/BS << /W 4 /S /B >>"));
+    const auto sunk = ours(fieldFile(look + "/BS << /W 4 /S /I >>"));
+    for (const auto* picture : {&raised, &sunk}) {
+        EXPECT_EQ(shadeAt(*picture, 12, 30), (Shade{0, 0, 0}));
+        EXPECT_EQ(shadeAt(*picture, 100, 30), (Shade{204, 204, 204}));
+    }
+    for (const auto& [x, y] : {std::pair(16, 30), std::pair(100, 44)}) {
+        EXPECT_EQ(shadeAt(raised, x, y), (Shade{255, 255, 255}));
+        EXPECT_EQ(shadeAt(sunk, x, y), (Shade{128, 128, 128}));
+    }
+    for (const auto& [x, y] : {std::pair(184, 30), std::pair(100, 16)}) {
+        EXPECT_EQ(shadeAt(raised, x, y), (Shade{128, 128, 128}));
+        EXPECT_EQ(shadeAt(sunk, x, y), (Shade{191, 191, 191}));
+    }
+}
+
+TEST(FieldAppearances, ARoundButtonIsARingAroundItsMiddle) {
+    const auto round =
+        ours(fieldFile("/FT /Btn /Ff 32768 /AS /Off /MK << /BC [1 0 0] /BG [1 1 0] /CA (l) >> /BS << /W 4 >>"));
+    EXPECT_EQ(shadeAt(round, 100, 30), (Shade{255, 255, 0}));
+    for (const auto& [x, y] : {std::pair(82, 30), std::pair(118, 30), std::pair(100, 12), std::pair(100, 48)}) {
+        EXPECT_EQ(shadeAt(round, x, y), (Shade{255, 0, 0}));
+    }
+    EXPECT_EQ(shadeAt(round, 83, 47), (Shade{255, 255, 255})); // a corner of the square around it
+}
+
 /// Poppler shows none of the first and fills the box with the second, over its frame.
 TEST(FieldAppearances, CharactersThatTheFormsFontLacksAndTextOfAnySizeShowAsInMuPDF) {
     for (const char* field : {"/FT /Tx /V <FEFF041F04400438043204350442>", "/FT /Tx /V (Ada) /DA (/Helv 0 Tf 0 g)"}) {
