@@ -20,8 +20,7 @@ constexpr double mostOff = 0.1;
 /// the text's natural one at that height.
 void drawText(std::string_view text, const std::shared_ptr<const Font>& font, const Rect& rect,
               const TextExtent& extent, TextMode mode, GraphicsContext& context) {
-    const double k = rect.width / extent.width;
-    context.concatenate(AffineTransform{}.translated(rect.x, rect.y).scaled(k, 1));
+    context.concatenate({rect.width / extent.width, 0, 0, 1, rect.x, rect.y});
     context.drawText(text, font, rect.height, {0, 0, extent.width, extent.height}, mode);
 }
 
@@ -35,26 +34,34 @@ bool speaksForItself(const PlacedText& item) {
     const auto& [text, rect] = item.found;
     const double off = std::max({std::abs(item.rect.x - rect.x), std::abs(item.rect.y - rect.y),
                                  std::abs(item.rect.maxX() - rect.maxX()), std::abs(item.rect.maxY() - rect.maxY())});
-    bool plain = true;
+    if (off >= mostOff) {
+        return false;
+    }
     for (std::size_t at = 0; at < text.size();) {
         const char32_t c = nextCodePoint(text, at);
         const bool joined = c >= 0xFB00 && c <= 0xFEFF;
-        plain = plain && c >= 0x20 && !joined && !runsLeftwards(c);
+        if (c < 0x20 || joined || runsLeftwards(c)) {
+            return false;
+        }
     }
-    return plain && off < mostOff;
+    return true;
 }
 
 void drawLayer(const std::vector<PlacedText>& items, const std::shared_ptr<const Font>& font,
                GraphicsContext& context) {
     for (const auto& item : items) {
         const double size = item.rect.height;
-        const TextExtent extent{item.width * size, measureText(item.text, *font, size).height};
+        const TextExtent extent{item.extent.width * size, item.extent.height * size};
         const ScopedState state(context);
         const bool plain = speaksForItself(item);
         if (!plain) {
             context.beginFoundText(item.found.text, item.found.rect);
         }
-        drawText(item.text, font, item.rect, extent, TextMode::invisible, context);
+        if (item.wordBreak) {
+            drawText(std::string(item.found.text) + ' ', font, item.rect, extent, TextMode::invisible, context);
+        } else {
+            drawText(item.found.text, font, item.rect, extent, TextMode::invisible, context);
+        }
         if (!plain) {
             context.endFoundText();
         }

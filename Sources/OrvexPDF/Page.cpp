@@ -1,9 +1,11 @@
 #include "OrvexPDF/Page.h"
 
+#include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Document.h"
 #include "Platform/Foundation/UserDefaults.h"
 
 #include <numbers>
+#include <typeinfo>
 
 namespace orvex {
 
@@ -42,6 +44,12 @@ void OrvexPDFPage::draw(PDFDisplayBox box, GraphicsContext& context) {
     }
     const ScopedState overlay(context);
     drawOverlay(box, context);
+}
+
+bool OrvexPDFPage::isDrawnBesideOthers() const {
+    const bool settled = debug || !isDebugWanted(); // else drawing changes the page
+    return foundPage && layers().empty() && settled && typeid(*this) == typeid(OrvexPDFPage) &&
+           !moduleLogger().isEnabled(LogLevel::debug);
 }
 
 void OrvexPDFPage::drawOverlay(PDFDisplayBox box, GraphicsContext& context) const {

@@ -53,6 +53,8 @@ public:
 
     /// Page.cpp: content, then, turned by textRotation, text layer and watermark.
     void draw(PDFDisplayBox box, GraphicsContext& context) override;
+    /// Pages with recognised text are, while nothing is logged of it; those of a class of the host's are not.
+    [[nodiscard]] bool isDrawnBesideOthers() const override;
     /// A new document that holds this page.
     [[nodiscard]] std::shared_ptr<OrvexPDFDocument> createDocumentFromPage();
     /// An independent copy with the settings, without the id.

@@ -45,12 +45,12 @@ std::optional<Rect> pageRect(const Rect& box, Size found, Size drawn) {
 void settle(PlacedText& item) {
     Rect& rect = item.rect;
     if (rect.height < smallestExtent) {
-        const double height = std::max({rect.height, rect.width / (mostStretch * item.width), leastHeight});
+        const double height = std::max({rect.height, rect.width / (mostStretch * item.extent.width), leastHeight});
         rect.y -= (height - rect.height) * Font::descent();
         rect.height = height;
     }
-    if (rect.width < smallestExtent && item.width > 1) {
-        rect.width = std::max(rect.width, leastStretch * item.width * rect.height);
+    if (rect.width < smallestExtent && item.extent.width > 1) {
+        rect.width = std::max(rect.width, leastStretch * item.extent.width * rect.height);
     }
     rect.width = std::max(rect.width, leastWidth);
 }
@@ -72,7 +72,7 @@ void join(PlacedText& left, const PlacedText& right, bool wide) {
 
 /// The horizontal em or the vertical one, whichever is larger: readers differ in which they compare gaps with.
 double largestEm(const PlacedText& item) {
-    return std::max(item.rect.height, item.rect.width / item.width);
+    return std::max(item.rect.height, item.rect.width / item.extent.width);
 }
 
 /// Words whose boxes touch draw back from each other, the wider one more, far enough for a word break.
@@ -93,16 +93,14 @@ void adjustNeighbours(PlacedText& first, PlacedText& second) {
     if (!onOneRow(first.rect, second.rect)) {
         return;
     }
-    const char32_t end = lastCodePoint(first.text);
-    const char32_t start = firstCodePoint(second.text);
+    const char32_t end = lastCodePoint(first.found.text);
+    const char32_t start = firstCodePoint(second.found.text);
     const bool forward = second.rect.midX() >= first.rect.midX();
     if (forward && isWrittenWithoutSpaces(end) && isWrittenWithoutSpaces(start)) {
         join(first, second, isWide(end) && isWide(start));
         return;
     }
-    if (isWrittenWithoutSpaces(end)) {
-        first.text += ' ';
-    }
+    first.wordBreak = isWrittenWithoutSpaces(end);
     part(forward ? first : second, forward ? second : first);
 }
 
@@ -110,6 +108,7 @@ void adjustNeighbours(PlacedText& first, PlacedText& second) {
 
 std::vector<FoundText> foundTexts(const std::vector<OrvexFoundItem>& items, Size found, Size drawn) {
     std::vector<FoundText> texts;
+    texts.reserve(items.size());
     for (const auto& item : items) {
         const auto box = item.box ? item.box->cgRect() : std::nullopt;
         const auto rect = box && item.text ? pageRect(*box, found, drawn) : std::nullopt;
@@ -123,9 +122,10 @@ std::vector<FoundText> foundTexts(const std::vector<OrvexFoundItem>& items, Size
 
 std::vector<PlacedText> placeTexts(const std::vector<FoundText>& found, const Font& font) {
     std::vector<PlacedText> placed;
-    for (const auto& [text, rect] : found) {
-        if (const double width = measureText(text, font, 1).width; width > 0) {
-            placed.push_back({std::string(text), rect, width, {text, rect}});
+    placed.reserve(found.size());
+    for (const auto& item : found) {
+        if (const TextExtent extent = measureText(item.text, font, 1); extent.width > 0) {
+            placed.push_back({item, item.rect, extent});
             settle(placed.back());
         }
     }

@@ -5,7 +5,6 @@
 #include "OrvexPDF/FoundContent.h"
 #include "Platform/Text/Font.h"
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,10 +20,10 @@ struct FoundText {
 std::vector<FoundText> foundTexts(const std::vector<OrvexFoundItem>& items, Size found, Size drawn);
 
 struct PlacedText {
-    std::string text; ///< a blank at the end is a word break that readers would miss
+    FoundText found; ///< what was to be placed
     Rect rect;
-    double width = 0; ///< of the text, in ems
-    FoundText found;  ///< what was to be placed
+    TextExtent extent;      ///< of the text at one point
+    bool wordBreak = false; ///< a blank goes behind the text, which readers would miss
 };
 /// Where the texts stand in the layer; those without width stand nowhere.
 std::vector<PlacedText> placeTexts(const std::vector<FoundText>& found, const Font& font);

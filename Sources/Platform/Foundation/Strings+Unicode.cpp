@@ -126,7 +126,9 @@ std::size_t decode(std::string_view text, char32_t& codePoint) {
 
 /// Where the last code point of `text` starts; an invalid byte stands for itself.
 std::size_t lastStart(std::string_view text) {
-    for (std::size_t length = 2; length <= 4 && length <= text.size(); ++length) {
+    const bool ascii = static_cast<unsigned char>(text.back()) < 0x80;
+    const std::size_t longest = ascii ? 1 : std::min<std::size_t>(text.size(), 4);
+    for (std::size_t length = 2; length <= longest; ++length) {
         char32_t codePoint = 0;
         if (decode(text.substr(text.size() - length), codePoint) == length) {
             return text.size() - length;
@@ -137,7 +139,7 @@ std::size_t lastStart(std::string_view text) {
 
 } // namespace
 
-char32_t nextCodePoint(std::string_view text, std::size_t& offset) {
+char32_t nextEncodedCodePoint(std::string_view text, std::size_t& offset) {
     char32_t codePoint = 0;
     const std::size_t length = decode(text.substr(offset), codePoint);
     offset += length == 0 ? 1 : length;
@@ -188,6 +190,10 @@ bool isValidUTF8(std::string_view text) {
 }
 
 std::string_view trimWhitespaceAndNewlines(std::string_view text) {
+    const auto isGraphic = [](char byte) { return byte > ' ' && byte <= '~'; };
+    if (!text.empty() && isGraphic(text.front()) && isGraphic(text.back())) {
+        return text;
+    }
     char32_t c = 0;
     while (!text.empty()) {
         const std::size_t length = decode(text, c);

@@ -35,9 +35,18 @@ std::string fileURL(const std::filesystem::path& path);
 /// invalid bytes count as text.
 std::string_view trimWhitespaceAndNewlines(std::string_view text);
 
+/// As nextCodePoint(), which spares ASCII the way here.
+char32_t nextEncodedCodePoint(std::string_view text, std::size_t& offset);
 /// Decodes the code point at `offset` (which must lie inside `text`) and moves `offset` behind it. Invalid UTF-8 gives
 /// U+FFFD and moves by one byte.
-char32_t nextCodePoint(std::string_view text, std::size_t& offset);
+inline char32_t nextCodePoint(std::string_view text, std::size_t& offset) {
+    const auto byte = static_cast<unsigned char>(text[offset]);
+    if (byte >= 0x80) {
+        return nextEncodedCodePoint(text, offset);
+    }
+    ++offset;
+    return byte;
+}
 /// The first and the last code point of a text that is not empty; U+FFFD where it is invalid UTF-8.
 char32_t firstCodePoint(std::string_view text);
 char32_t lastCodePoint(std::string_view text);

@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -53,7 +54,11 @@ private:
     PageImport& importFor(const LoadedPageContent& content, int copy);
     void copyPages();
     void buildTree();
+    void drawPages();
+    void drawPages(std::size_t first, std::size_t count);
+    [[nodiscard]] bool isDrawnAside(const PDFPage& page) const;
     void drawPage(PDFPage& page, QPDFObjectHandle object);
+    void finishPage(const PDFPage& page, QPDFObjectHandle object, ContentStreamContext& drawn);
     void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn);
     void surroundContent(QPDFObjectHandle object, const std::string& before, const std::string& after);
     void wrapContent(QPDFObjectHandle object);
@@ -65,6 +70,7 @@ private:
 
     std::shared_ptr<PDFSource> base_;
     const std::vector<PDFPagePtr>& pages_;
+    std::set<std::shared_ptr<PDFSource>> lockedSources_;
     std::vector<std::unique_lock<std::recursive_mutex>> locks_;
     std::shared_ptr<QPDF> target_;
     Composition document_;

@@ -13,35 +13,72 @@
 
 namespace orvex {
 
-void appendNumber(std::string& content, double value) {
+namespace {
+
+constexpr std::size_t longestNumber = 24;
+
+constexpr auto digitPairs = [] {
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}();
+
+/// Six places less the zeros at their end.
+char* putFraction(char* at, std::uint32_t millionths) {
+    for (const std::uint32_t pair : {millionths / 10'000, millionths / 100 % 100, millionths % 100}) {
+        at = std::copy_n(digitPairs.data() + std::size_t{2} * pair, 2, at);
+    }
+    while (at[-1] == '0') {
+        --at;
+    }
+    return at;
+}
+
+/// Behind it; there is room for the longest number.
+char* putNumber(char* at, double value) {
     constexpr double largest = 1e9; // beyond it readers disagree; no page is that large
     if (!std::isfinite(value)) {
         value = 0;
     }
     constexpr std::uint64_t unit = 1'000'000; // whole millionths print several times faster than a double does
-    const auto millionths = static_cast<std::uint64_t>(std::llround(std::min(std::abs(value), largest) * unit));
-    std::array<char, 24> text{};
-    char* const begin = text.data();
-    char* end = begin;
-    *end = '-';
-    end += value < 0 && millionths != 0 ? 1 : 0;
-    end = std::to_chars(end, begin + text.size(), millionths / unit).ptr;
-    if (std::uint64_t fraction = millionths % unit; fraction != 0) {
-        *end++ = '.';
-        for (std::uint64_t place = unit / 10; fraction != 0; place /= 10) {
-            *end++ = static_cast<char>('0' + fraction / place);
-            fraction %= place;
-        }
+    const double scaled = std::min(std::abs(value), largest) * unit;
+    auto millionths = static_cast<std::uint64_t>(scaled);
+    millionths += scaled - static_cast<double>(millionths) >= 0.5 ? 1 : 0;
+    if (value < 0 && millionths != 0) {
+        *at++ = '-';
     }
-    content.append(begin, end);
+    const std::uint64_t whole = millionths / unit;
+    if (whole < 10) {
+        *at++ = static_cast<char>('0' + whole);
+    } else {
+        at = std::to_chars(at, at + longestNumber, whole).ptr;
+    }
+    if (const auto fraction = static_cast<std::uint32_t>(millionths % unit); fraction != 0) {
+        *at++ = '.';
+        at = putFraction(at, fraction);
+    }
+    return at;
+}
+
+} // namespace
+
+void appendNumber(std::string& content, double value) {
+    std::array<char, longestNumber> text; // NOLINT(*-member-init): filled as far as it is read
+    content.append(text.data(), putNumber(text.data(), value));
 }
 
 void ContentStreamContext::appendNumbers(std::initializer_list<double> numbers, std::string_view operation) {
+    constexpr std::size_t mostNumbers = 6;
+    std::array<char, mostNumbers*(longestNumber + 1)> text; // NOLINT(*-member-init): filled as far as it is read
+    char* end = text.data();
     for (const double number : numbers) {
-        appendNumber(after_, number);
-        after_ += ' ';
+        end = putNumber(end, number);
+        *end++ = ' ';
     }
-    after_.append(operation).append("\n");
+    after_.append(text.data(), end).append(operation) += '\n';
 }
 
 /// For what follows in a saved state, if there is one.
@@ -149,30 +186,55 @@ void ContentStreamContext::drawPageContent(const PDFPage& /*page*/, PDFDisplayBo
     contentDrawn_ = true;
 }
 
-void ContentStreamContext::drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline) {
-    const auto nameOf = [this](const FontFile& face) {
-        auto& name = resources_.faces[face];
-        if (name.empty()) {
-            name = prefix_ + "Face" + std::to_string(resources_.faces.size());
-        }
-        return name;
-    };
-    outlines_.appendLine(after_, nameOf, line, font, size, baseline.x, baseline.y);
+void ContentStreamContext::finish() {
+    if (gaps_.empty()) {
+        return;
+    }
+    std::string whole;
+    whole.reserve(2 * after_.size());
+    std::size_t done = 0;
+    for (const auto& gap : gaps_) {
+        whole.append(after_, done, gap.place - done);
+        gap.fill(whole);
+        done = gap.place;
+    }
+    after_ = whole.append(after_, done);
+    gaps_.clear();
+}
+
+void ContentStreamContext::drawVisibleLine(std::string line, std::shared_ptr<const Font> font, double size,
+                                           Point baseline) {
+    gaps_.push_back({after_.size(), [=, this, line = std::move(line), font = std::move(font)](std::string& content) {
+                         const auto nameOf = [this](const FontFile& face) {
+                             auto& name = resources_.faces[face];
+                             if (name.empty()) {
+                                 name = prefix_ + "Face" + std::to_string(resources_.faces.size());
+                             }
+                             return name;
+                         };
+                         outlines_.appendLine(content, nameOf, line, *font, size, baseline.x, baseline.y);
+                     }});
     state_.invisibleSize.reset();
     drewMarks_ = true;
 }
 
-void ContentStreamContext::drawInvisibleLine(std::string_view line, const Font& font, double size, Point baseline) {
+void ContentStreamContext::drawInvisibleLine(std::string_view line, const std::shared_ptr<const Font>& font,
+                                             double size, Point baseline) {
     after_ += "BT\n";
     if (std::exchange(state_.invisibleSize, size) != size) {
         resources_.invisibleFont = prefix_ + "Text";
         after_.append("/").append(resources_.invisibleFont).append(" ");
         appendNumbers({size}, "Tf\n3 Tr");
     }
-    const auto place = AffineTransform{}.translated(baseline.x, baseline.y);
+    const AffineTransform place{1, 0, 0, 1, baseline.x, baseline.y};
     const auto [a, b, c, d, x, y] = pending_ ? place.followedBy(*pending_) : place;
     appendNumbers({a, b, c, d, x, y}, "Tm");
-    invisible_.appendLine(after_, line, font);
+    if (!invisible_.appendLine(after_, line)) {
+        gaps_.push_back({after_.size(), [this, line = std::string(line), font](std::string& content) {
+                             invisible_.add(line, *font);
+                             invisible_.appendLine(content, line);
+                         }});
+    }
     after_ += "ET\n";
 }
 
@@ -182,11 +244,11 @@ void ContentStreamContext::drawText(std::string_view utf8, const std::shared_ptr
         prepare();
     }
     Point baseline{rect.x, rect.maxY() - Font::ascent() * size};
-    for (const auto line : textLines(utf8)) {
+    for (const auto line : TextLines(utf8)) {
         if (mode == TextMode::visible) {
-            drawVisibleLine(line, *font, size, baseline);
+            drawVisibleLine(std::string(line), font, size, baseline);
         } else {
-            drawInvisibleLine(line, *font, size, baseline);
+            drawInvisibleLine(line, font, size, baseline);
         }
         baseline.y -= size;
     }

@@ -4,6 +4,7 @@
 #include "Platform/PDF/GraphicsContext.h"
 #include "Platform/PDF/OutlineFonts_p.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -25,7 +26,8 @@ struct DrawnResources {
 
 class ContentStreamContext final : public GraphicsContext {
 public:
-    /// Names in the page's resources start with `prefix`. The fonts collect what is shown.
+    /// Names in the page's resources start with `prefix`. While pages are drawn the fonts are only read, so that
+    /// several can be drawn at a time; finish() adds what is shown.
     ContentStreamContext(InvisibleFont& invisible, OutlineFonts& outlines, std::string prefix)
         : invisible_(invisible), outlines_(outlines), prefix_(std::move(prefix)) {}
 
@@ -42,10 +44,15 @@ public:
     void beginFoundText(std::string_view utf8, const Rect& rect) override;
     void endFoundText() override;
 
+    /// When all is drawn: puts in the text that the fonts have no codes for yet. Codes follow the order of first use,
+    /// so this is called page after page, in their order, while none is being drawn.
+    void finish();
+
     /// Whether anything that shows was drawn over the page's content.
     [[nodiscard]] bool drewMarks() const { return drewMarks_; }
     /// Whether anything was drawn, seen or unseen. If not, nothing needs to be added to the page.
     [[nodiscard]] bool drewAnything() const { return drewMarks_ || !resources_.invisibleFont.empty(); }
+    // After finish():
     [[nodiscard]] const DrawnResources& resources() const { return resources_; }
     [[nodiscard]] const std::string& before() const { return before_; } ///< operators ahead of the page's content
     [[nodiscard]] const std::string& after() const { return after_; }   ///< operators behind it
@@ -59,8 +66,14 @@ private:
     void writePending();
     void setFillAlpha(double alpha);
     void appendNumbers(std::initializer_list<double> numbers, std::string_view operation);
-    void drawVisibleLine(std::string_view line, const Font& font, double size, Point baseline);
-    void drawInvisibleLine(std::string_view line, const Font& font, double size, Point baseline);
+    void drawVisibleLine(std::string line, std::shared_ptr<const Font> font, double size, Point baseline);
+    void drawInvisibleLine(std::string_view line, const std::shared_ptr<const Font>& font, double size, Point baseline);
+
+    /// What finish() has to put in.
+    struct Gap {
+        std::size_t place; ///< in after_
+        std::function<void(std::string& content)> fill;
+    };
 
     InvisibleFont& invisible_;
     OutlineFonts& outlines_;
@@ -70,6 +83,7 @@ private:
     DrawnResources resources_;
     State state_;
     std::vector<State> saved_;
+    std::vector<Gap> gaps_;
     /// A saved state that nothing has needed yet, with what was concatenated in it: invisible text takes it along in
     /// its own matrix, and a page of words becomes half as long.
     std::optional<AffineTransform> pending_;

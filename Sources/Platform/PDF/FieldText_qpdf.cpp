@@ -82,7 +82,7 @@ std::shared_ptr<const Font> standIn(const FieldFont& font) {
 /// Breaks where words end, and inside those that are wider than the box.
 std::vector<std::string> wrapped(std::string_view text, const FieldFont& font, double size, double width) {
     std::vector<std::string> lines;
-    for (const auto paragraph : textLines(text)) {
+    for (const auto paragraph : TextLines(text)) {
         std::string line;
         double used = 0;
         std::size_t lastBlank = std::string::npos;

@@ -13,11 +13,14 @@
 
 namespace orvex {
 
-/// Collects the characters that a document's pages show; used by one thread.
+/// Collects the characters that a document's pages show. Several threads may read it while none adds.
 class InvisibleFont {
 public:
-    /// Appends the operator that shows one line of UTF-8 text in this font, from where the text matrix is.
-    void appendLine(std::string& content, std::string_view utf8, const Font& measuring);
+    /// Appends the operator that shows one line of UTF-8 text in this font, from where the text matrix is. False, with
+    /// the content as it was, as long as a character of the line has no code.
+    bool appendLine(std::string& content, std::string_view utf8) const;
+    /// Gives codes to the characters of such a line that have none, as long as there are codes.
+    void add(std::string_view utf8, const Font& measuring);
     [[nodiscard]] bool isUsed() const { return !glyphs_.empty(); }
     /// The composite font for what was shown so far; its streams become objects of `pdf`.
     [[nodiscard]] QPDFObjectHandle makeObject(QPDF& pdf) const;
@@ -27,7 +30,7 @@ private:
         char32_t character;
         int width; ///< thousandths of an em
     };
-    std::uint16_t codeOf(char32_t character, const Font& measuring);
+    [[nodiscard]] std::uint16_t codeOf(char32_t character) const;
     std::vector<Glyph> glyphs_;        ///< in the order of first use; the first has code 1
     std::vector<std::uint16_t> codes_; ///< by character as far as the highest shown; 0: none yet
 };

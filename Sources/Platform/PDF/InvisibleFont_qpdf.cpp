@@ -15,7 +15,7 @@ namespace orvex {
 
 namespace {
 
-constexpr int mostGlyphs = 0xFFFE; ///< codes are two bytes, the first is the missing glyph's
+constexpr std::size_t mostGlyphs = 0xFFFE; ///< codes are two bytes, the first is the missing glyph's
 
 /// Two bytes of a literal string, which is half as long as a hexadecimal one and takes half the time to compress.
 void appendCode(std::string& literal, std::uint16_t code) {
@@ -23,8 +23,11 @@ void appendCode(std::string& literal, std::uint16_t code) {
         if (byte == '(' || byte == ')' || byte == '\\') {
             literal += '\\';
         }
-        // A reader takes any end of line inside a string for a line feed.
-        literal += byte == '\r' ? "\\r" : std::string_view(&byte, 1);
+        if (byte == '\r') { // a reader takes any end of line inside a string for a line feed
+            literal += "\\r";
+        } else {
+            literal += byte;
+        }
     }
 }
 
@@ -37,33 +40,53 @@ std::u32string decoded(std::string_view utf8) {
     return text;
 }
 
-/// Readers see where a word ends by the blank that follows it, not by gaps alone.
-std::u32string wordBreakAfter(std::u32string_view text) {
-    const bool none = text.empty() || text.back() == U' ' || isWrittenWithoutSpaces(text.back());
-    return none ? U"" : U" ";
+/// Calls `show` with each character of a line from left to right, until it answers false, and with the blank behind
+/// the line: readers see where a word ends by that blank, not by gaps alone.
+template <class Show> bool forEachShown(std::string_view utf8, Show show) {
+    bool ascii = true;
+    for (const char byte : utf8) {
+        ascii = ascii && static_cast<unsigned char>(byte) < 0x80;
+    }
+    if (ascii) { // as most lines are
+        return std::ranges::all_of(utf8, show) && (utf8.ends_with(' ') || utf8.empty() || show(U' '));
+    }
+    const std::u32string text = decoded(utf8);
+    const bool wordBreak = text.back() != U' ' && !isWrittenWithoutSpaces(text.back());
+    return std::ranges::all_of(visualOrder(text), show) && (!wordBreak || show(U' '));
 }
 
 } // namespace
 
-std::uint16_t InvisibleFont::codeOf(char32_t character, const Font& measuring) {
-    if (character < codes_.size() && codes_[character] != 0) {
-        return codes_[character];
-    }
-    if (glyphs_.size() >= mostGlyphs) {
-        return 0;
-    }
-    glyphs_.push_back({character, static_cast<int>(std::lround(measuring.advance(character) * 1000))});
-    codes_.resize(std::max<std::size_t>(codes_.size(), character + std::size_t{1}));
-    return codes_[character] = static_cast<std::uint16_t>(glyphs_.size());
+std::uint16_t InvisibleFont::codeOf(char32_t character) const {
+    return character < codes_.size() ? codes_[character] : 0;
 }
 
-void InvisibleFont::appendLine(std::string& content, std::string_view utf8, const Font& measuring) {
-    const std::u32string text = decoded(utf8);
+bool InvisibleFont::appendLine(std::string& content, std::string_view utf8) const {
+    const std::size_t before = content.size();
+    const bool full = glyphs_.size() >= mostGlyphs;
     content += '(';
-    for (const char32_t character : visualOrder(text) + wordBreakAfter(text)) {
-        appendCode(content, codeOf(character, measuring));
+    const bool shown = forEachShown(utf8, [&](char32_t character) {
+        const std::uint16_t code = codeOf(character);
+        appendCode(content, code);
+        return code != 0 || full;
+    });
+    if (!shown) {
+        content.resize(before);
+        return false;
     }
     content += ") Tj\n";
+    return true;
+}
+
+void InvisibleFont::add(std::string_view utf8, const Font& measuring) {
+    forEachShown(utf8, [&](char32_t character) {
+        if (codeOf(character) == 0 && glyphs_.size() < mostGlyphs) {
+            glyphs_.push_back({character, static_cast<int>(std::lround(measuring.advance(character) * 1000))});
+            codes_.resize(std::max<std::size_t>(codes_.size(), character + std::size_t{1}));
+            codes_[character] = static_cast<std::uint16_t>(glyphs_.size());
+        }
+        return true;
+    });
 }
 
 QPDFObjectHandle InvisibleFont::makeObject(QPDF& pdf) const {

@@ -76,6 +76,9 @@ public:
     /// Draws the page: its content with the layers on it. Subclasses add to it; what they draw is part of every saved
     /// file and rendering.
     virtual void draw(PDFDisplayBox box, GraphicsContext& context);
+    /// Whether draw() takes its time and may be called on any thread while other pages, or the same one, are drawn.
+    /// Otherwise pages are drawn one after the other, in their order, on the thread that saves.
+    [[nodiscard]] virtual bool isDrawnBesideOthers() const { return false; }
 
     [[nodiscard]] const PDFPageContent& content() const { return content_; }
     [[nodiscard]] const PDFPageLayers& layers() const { return layers_; }

@@ -109,7 +109,7 @@ double Font::lineWidth(std::string_view utf8) const {
 
 TextExtent measureText(std::string_view utf8, const Font& font, double size) {
     TextExtent extent;
-    for (const auto line : textLines(utf8)) {
+    for (const auto line : TextLines(utf8)) {
         extent.width = std::max(extent.width, font.lineWidth(line) * size);
         extent.height += size;
     }

@@ -1,7 +1,10 @@
 // Fonts by name: metrics and advances as the layouts need them. Resolved through fontconfig.
 #pragma once
 
+#include <cstddef>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -41,16 +44,44 @@ private:
     bool bold_;
 };
 
-/// The lines of a text: broken at line feeds, CR LF and the Unicode line and paragraph separators, which belong to
-/// none.
-[[nodiscard]] std::vector<std::string_view> textLines(std::string_view utf8);
+/// The lines of a text, one or more: broken at line feeds, CR LF and the Unicode line and paragraph separators, which
+/// belong to none. The text has to outlive them.
+class TextLines {
+public:
+    class Iterator {
+    public:
+        using value_type = std::string_view;
+        using difference_type = std::ptrdiff_t;
+        Iterator() = default;
+        explicit Iterator(std::string_view text) : rest_(text) { ++*this; }
+        [[nodiscard]] std::string_view operator*() const { return line_; }
+        Iterator& operator++();
+        Iterator operator++(int) {
+            const Iterator before = *this;
+            ++*this;
+            return before;
+        }
+        friend bool operator==(const Iterator& iterator, std::default_sentinel_t /*end*/) { return !iterator.onLine_; }
+
+    private:
+        std::string_view line_;
+        std::optional<std::string_view> rest_; ///< behind the break that ends the line; none for the last one
+        bool onLine_ = false;
+    };
+    explicit TextLines(std::string_view utf8) : text_(utf8) {}
+    [[nodiscard]] Iterator begin() const { return Iterator(text_); }
+    [[nodiscard]] static std::default_sentinel_t end() { return {}; }
+
+private:
+    std::string_view text_;
+};
 
 struct TextExtent {
     double width = 0;
     double height = 0;
 };
 /// The rectangle that text takes at `size` points: as wide as its widest line, one size high per line of
-/// textLines().
+/// TextLines.
 [[nodiscard]] TextExtent measureText(std::string_view utf8, const Font& font, double size);
 
 } // namespace orvex

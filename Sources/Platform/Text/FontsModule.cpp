@@ -18,7 +18,7 @@ ShapedLine shapeLine(std::string_view utf8, const Font& font) {
 
 TextExtent measureShownText(std::string_view utf8, const Font& font, double size) {
     TextExtent extent;
-    for (const auto line : textLines(utf8)) {
+    for (const auto line : TextLines(utf8)) {
         extent.width = std::max(extent.width, shapeLine(line, font).width * size);
         extent.height += size;
     }

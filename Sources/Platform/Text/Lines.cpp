@@ -6,7 +6,8 @@ namespace {
 
 /// Length of the line break that `text` starts with; 0 when it starts with something else.
 std::size_t breakLength(std::string_view text) {
-    if (constexpr std::string_view starts = "\n\v\f\r\xC2\xE2"; starts.find(text.front()) == std::string_view::npos) {
+    const char first = text.front();
+    if ((first < '\n' || first > '\r') && first != '\xC2' && first != '\xE2') {
         return 0;
     }
     for (const std::string_view lineBreak : {"\r\n", "\n", "\r", "\u2028", "\u2029", "\u0085", "\v", "\f"}) {
@@ -19,21 +20,22 @@ std::size_t breakLength(std::string_view text) {
 
 } // namespace
 
-std::vector<std::string_view> textLines(std::string_view utf8) {
-    std::vector<std::string_view> lines;
-    std::size_t start = 0;
-    std::size_t at = 0;
-    while (at < utf8.size()) {
-        if (const std::size_t length = breakLength(utf8.substr(at)); length > 0) {
-            lines.push_back(utf8.substr(start, at - start));
-            at += length;
-            start = at;
-        } else {
-            ++at;
+TextLines::Iterator& TextLines::Iterator::operator++() {
+    onLine_ = rest_.has_value();
+    if (!onLine_) {
+        return *this;
+    }
+    const std::string_view text = *rest_;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (const std::size_t length = breakLength(text.substr(at)); length > 0) {
+            line_ = text.substr(0, at);
+            rest_ = text.substr(at + length);
+            return *this;
         }
     }
-    lines.push_back(utf8.substr(start));
-    return lines;
+    line_ = text;
+    rest_.reset();
+    return *this;
 }
 
 } // namespace orvex

@@ -85,9 +85,17 @@ TEST(Font, ALineIsAsWideAsItsAdvances) {
 }
 
 TEST(Text, LinesEndAtEveryKindOfBreak) {
-    EXPECT_THAT(textLines("a\nb\r\nc\rd\u2028e\u2029f"), ElementsAre("a", "b", "c", "d", "e", "f"));
-    EXPECT_THAT(textLines("\n"), ElementsAre("", ""));
-    EXPECT_THAT(textLines(""), ElementsAre(""));
+    const auto lines = [](std::string_view text) {
+        std::vector<std::string> found;
+        for (const auto line : TextLines(text)) {
+            found.emplace_back(line);
+        }
+        return found;
+    };
+    EXPECT_THAT(lines("a\nb\r\nc\rd\u2028e\u2029f\u0085g"), ElementsAre("a", "b", "c", "d", "e", "f", "g"));
+    EXPECT_THAT(lines("\n"), ElementsAre("", ""));
+    EXPECT_THAT(lines(""), ElementsAre(""));
+    EXPECT_THAT(lines("\xC2\u00E2 end\r\n"), ElementsAre("\xC2\u00E2 end", ""));
 }
 
 TEST(Text, IsAsWideAsItsWidestLineAndOneSizeHighPerLine) {
