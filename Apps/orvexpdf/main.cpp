@@ -9,7 +9,10 @@
 #include <algorithm>
 #include <array>
 #include <new>
+#include <span>
 #include <sstream>
+#include <string_view>
+#include <vector>
 
 #include <malloc.h> // mallopt is glibc's
 
@@ -101,16 +104,42 @@ void run(const Command& command) {
     }
 }
 
+struct Entry {
+    std::string_view name;
+    Command (*add)(CLI::App&);
+};
+
+constexpr std::array entries = {
+    Entry{"make", addMake},           Entry{"pages", addPages},         Entry{"squeeze", addSqueeze},
+    Entry{"optimize", addOptimize},   Entry{"diagnose", addDiagnose},   Entry{"images", addImages},
+    Entry{"info", addInfo},           Entry{"found", addFound},         Entry{"text", addText},
+    Entry{"render", addRender},       Entry{"thumbnail", addThumbnail}, Entry{"watermark", addWatermark},
+    Entry{"text-layer", addTextLayer}};
+
+/// The command that the arguments begin with, or all: to describe all of them takes as long as to read a small file.
+std::vector<Command> addCommands(CLI::App& tool, int argc, char** argv) {
+    const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
+    const auto begins = [](std::string_view argument) { return argument != "-q" && argument != "--quiet"; };
+    const auto first = std::find_if(arguments.begin() + 1, arguments.end(), begins);
+    const auto asked = std::ranges::find_if(
+        entries, [&](const Entry& entry) { return first != arguments.end() && entry.name == *first; });
+    if (asked != entries.end()) {
+        return {asked->add(tool)};
+    }
+    std::vector<Command> commands;
+    for (const Entry& entry : entries) {
+        commands.push_back(entry.add(tool));
+    }
+    return commands;
+}
+
 void runTool(int argc, char** argv) {
     CLI::App tool("Makes small, searchable PDFs from scans and recognised text, and looks into PDFs.", "orvexpdf");
     GeneralOptions general;
     addGeneralOptions(tool, general);
     tool.fallthrough(); // general options may stand behind the command, too
     tool.require_subcommand(1);
-    const std::array commands = {addMake(tool),     addPages(tool),  addSqueeze(tool),   addOptimize(tool),
-                                 addDiagnose(tool), addImages(tool), addInfo(tool),      addFound(tool),
-                                 addText(tool),     addRender(tool), addThumbnail(tool), addWatermark(tool),
-                                 addTextLayer(tool)};
+    const auto commands = addCommands(tool, argc, argv);
     tool.footer(footer);
     if (!parse(tool, argc, argv)) {
         return;

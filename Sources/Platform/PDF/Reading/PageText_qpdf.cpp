@@ -25,6 +25,9 @@ Workspace& workspace() {
 // A page with more content is rare: the room that one took is given back.
 constexpr std::size_t keptContent = std::size_t{8} << 20;
 
+// Room for the glyphs of most pages, taken at once: what is never used of it costs nothing, moving to larger room does.
+constexpr std::size_t usualGlyphs = 16'384;
+
 enum class Wanted { everything, firstText };
 
 /// What reading takes of a page before its file is let go.
@@ -57,6 +60,7 @@ void readGlyphs(const PDFSource& source, int page, Wanted wanted, Workspace& spa
         parts = partsOf(source, page, limits.contentBytes);
     }
     unpack(parts.streams, limits.contentBytes, space.content);
+    space.glyphs.glyphs.reserve(std::min(space.content.size() / 2, usualGlyphs));
     ContentResources resources(source, source.readingCache(), parts.resources);
     ContentReader reader(source, source.readingCache(), parts.mediaBox, space.glyphs);
     if (wanted == Wanted::firstText) {

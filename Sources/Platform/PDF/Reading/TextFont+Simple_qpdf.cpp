@@ -197,12 +197,13 @@ void TextFontBuilder::textsFromProgram() {
 
 void TextFontBuilder::addMissingWidths() {
     const StandardFace face = standardFaceLike(name_, flags_);
+    FontProgram* const embedded = isEmbedded() ? program() : nullptr;
     for (std::size_t code = 0; code < texts_.size(); ++code) {
         std::optional<float> advance;
-        if (isEmbedded() && program() != nullptr) {
-            const std::uint32_t named = names_.at(code).empty() ? 0 : program()->glyphNamed(names_.at(code));
-            const std::uint32_t glyph = named != 0 ? named : program()->glyphOfCode(static_cast<std::uint8_t>(code));
-            advance = glyph != 0 ? program()->advance(glyph) : std::nullopt;
+        if (embedded != nullptr) {
+            const std::uint32_t named = names_.at(code).empty() ? 0 : embedded->glyphNamed(names_.at(code));
+            const std::uint32_t glyph = named != 0 ? named : embedded->glyphOfCode(static_cast<std::uint8_t>(code));
+            advance = glyph != 0 ? embedded->advance(glyph) : std::nullopt;
         }
         std::size_t at = 0;
         if (!advance && !texts_.at(code).empty()) {
