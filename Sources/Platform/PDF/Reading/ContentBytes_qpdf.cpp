@@ -16,21 +16,7 @@ namespace {
 
 constexpr std::size_t mostStreams = 100'000; // of one page
 
-enum class Packing { none, flate, other };
-
-Packing packingOf(QPDFObjectHandle dictionary) {
-    auto filter = dictionary.getKey("/Filter");
-    if (filter.isArray() && filter.getArrayNItems() == 1) {
-        filter = filter.getArrayItem(0);
-    }
-    if (filter.isNull() || (filter.isArray() && filter.getArrayNItems() == 0)) {
-        return Packing::none;
-    }
-    const bool flate = filter.isName() && (filter.getName() == "/FlateDecode" || filter.getName() == "/Fl");
-    return flate && dictionary.getKey("/DecodeParms").isNull() ? Packing::flate : Packing::other;
-}
-
-Packing packingOf(const std::vector<TextEntry>& entries) {
+Packing packingIn(const std::vector<TextEntry>& entries) {
     const auto* filter = findEntry(entries, "/Filter");
     if (filter == nullptr) {
         return hasEntry(entries, "/Filter") ? Packing::other : Packing::none;
@@ -57,7 +43,7 @@ std::optional<StoredStream> streamFrom(const PDFSource& source, const TextValue&
     const auto* length = findEntry(object.entries, "/Length");
     const auto elsewhere = referenceOf(length);
     const auto size = elsewhere ? objects.integer(*elsewhere) : integerOf(length);
-    const Packing packing = packingOf(object.entries);
+    const Packing packing = packingIn(object.entries);
     if (!size || *size <= 0 || packing == Packing::other) {
         return std::nullopt;
     }

@@ -21,6 +21,10 @@ private:
     std::size_t limit_;
 };
 
+enum class Packing { none, flate, other };
+/// What a stream's /Filter and /DecodeParms amount to.
+[[nodiscard]] Packing packingOf(QPDFObjectHandle dictionary);
+
 /// At most `most` bytes; a stream that is damaged half way gives what came before, something that is no stream or whose
 /// filters are unknown gives nothing. Hold the source's mutex.
 [[nodiscard]] std::string decodedBytes(QPDFObjectHandle stream, std::size_t most);
