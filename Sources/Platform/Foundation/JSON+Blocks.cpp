@@ -63,8 +63,13 @@ public:
     /// The bit behind which all brackets are closed; 64 when that is not in this block.
     unsigned scan(const char* block) {
         const Marks marks = marksOf(block);
-        const std::uint64_t inside = insideTexts(unescapedQuotes(marks));
-        for (auto rest = (marks.openings | marks.closings) & ~inside; rest != 0; rest &= rest - 1) {
+        const std::uint64_t outside = ~insideTexts(unescapedQuotes(marks));
+        const int closed = std::popcount(marks.closings & outside);
+        if (depth_ > closed) { // they cannot all be closed here
+            depth_ += std::popcount(marks.openings & outside) - closed;
+            return blockSize;
+        }
+        for (auto rest = (marks.openings | marks.closings) & outside; rest != 0; rest &= rest - 1) {
             const auto bit = static_cast<unsigned>(std::countr_zero(rest));
             depth_ += (marks.openings >> bit & 1U) != 0 ? 1 : -1;
             if (depth_ <= 0) {

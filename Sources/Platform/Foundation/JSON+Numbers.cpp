@@ -61,13 +61,12 @@ std::string integralDigits(std::string_view magnitude) {
     return digits.append(static_cast<std::size_t>(decimal.exponent), '0');
 }
 
-/// Reads digits behind `value`, whatever they add up to; returns how many.
-std::size_t takeDigits(std::string_view text, std::size_t& offset, std::uint64_t& value) {
-    const std::size_t start = offset;
-    for (; offset < text.size() && isJSONDigit(text[offset]); ++offset) {
-        value = value * 10 + static_cast<std::uint64_t>(text[offset] - '0');
+/// Reads digits behind `value`, whatever they add up to; returns where they end.
+const char* takeDigits(const char* at, const char* end, std::uint64_t& value) {
+    for (; at != end && isJSONDigit(*at); ++at) {
+        value = value * 10 + static_cast<std::uint64_t>(*at - '0');
     }
-    return offset - start;
+    return at;
 }
 
 } // namespace
@@ -110,24 +109,29 @@ std::string_view jsonNumberFault(std::string_view literal) {
 std::optional<double> takeShortJSONDecimal(std::string_view text, std::size_t& offset) {
     constexpr std::array powers = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    const bool negative = offset < text.size() && text[offset] == '-';
-    std::size_t end = offset + (negative ? 1 : 0);
-    const std::size_t start = end;
+    const char* const end = text.data() + text.size();
+    const char* const start = text.data() + offset;
+    const bool negative = start != end && *start == '-';
+    const char* const whole = start + (negative ? 1 : 0);
     std::uint64_t digits = 0;
-    const std::size_t whole = takeDigits(text, end, digits);
+    const char* at = takeDigits(whole, end, digits);
+    const auto wholeDigits = static_cast<std::size_t>(at - whole);
     std::size_t places = 0;
-    if (end < text.size() && text[end] == '.') {
-        places = takeDigits(text, ++end, digits);
+    if (at != end && *at == '.') {
+        const char* const fraction = at + 1;
+        at = takeDigits(fraction, end, digits);
+        places = static_cast<std::size_t>(at - fraction);
         if (places == 0) {
             return std::nullopt;
         }
     }
-    const bool leadingZero = whole > 1 && text[start] == '0';
-    if (whole == 0 || leadingZero || whole + places >= powers.size() || skipJSONNumber(text, end) != end) {
+    const bool leadingZero = wholeDigits > 1 && *whole == '0';
+    const bool goesOn = at != end && belongsToJSONNumber(*at);
+    if (wholeDigits == 0 || leadingZero || wholeDigits + places >= powers.size() || goesOn) {
         return std::nullopt;
     }
-    offset = end;
-    const double value = static_cast<double>(digits) / powers[places];
+    offset = static_cast<std::size_t>(at - text.data());
+    const double value = places == 0 ? static_cast<double>(digits) : static_cast<double>(digits) / powers[places];
     return negative ? -value : value;
 }
 

@@ -108,15 +108,21 @@ private:
 
 } // namespace
 
+inline void JSONReader::expect(JSONKind wanted, const TypeName& type) const {
+    if (kind() != wanted) {
+        failMismatch(type);
+    }
+}
+
 JSONReader::JSONReader(const Bytes& data) : bytes_(jsonAsUTF8(data)), text_(bytes_.text()), end_(text_.size()) {
     skipBlanks();
 }
 
-char JSONReader::peek() const {
+inline char JSONReader::peek() const {
     return offset_ < text_.size() ? text_[offset_] : '\0';
 }
 
-void JSONReader::skipBlanks() {
+inline void JSONReader::skipBlanks() {
     offset_ = skipJSONBlanks(text_, offset_);
 }
 
@@ -139,11 +145,13 @@ JSONKind JSONReader::kind() const {
 }
 
 void JSONReader::enterObject() {
-    enter(JSONKind::object, {"Swift.Dictionary<Swift.String, Any>", "Dictionary<String, Any>"});
+    static constexpr TypeName type{"Swift.Dictionary<Swift.String, Any>", "Dictionary<String, Any>"};
+    enter(JSONKind::object, type);
 }
 
 void JSONReader::enterArray() {
-    enter(JSONKind::array, {"Swift.Array<Any>", "Array<Any>"});
+    static constexpr TypeName type{"Swift.Array<Any>", "Array<Any>"};
+    enter(JSONKind::array, type);
 }
 
 void JSONReader::enter(JSONKind kind, const TypeName& type) {
@@ -181,7 +189,7 @@ bool JSONReader::advance(char closing) {
 }
 
 /// Over what has to come next, and blanks behind it.
-void JSONReader::pass(char wanted) {
+inline void JSONReader::pass(char wanted) {
     if (peek() != wanted) {
         failUnexpectedJSON(text_, offset_);
     }
@@ -198,7 +206,7 @@ std::optional<std::string_view> JSONReader::nextKey() {
     }
     Level& level = levels_[depth_ - 1];
     level.decodedKey.clear();
-    const auto key = takeString(level.key, level.decodedKey);
+    const auto key = takeKey(level.key, level.decodedKey);
     skipBlanks();
     pass(':');
     return key;
@@ -237,7 +245,8 @@ bool JSONReader::readBool() {
 }
 
 double JSONReader::readDouble() {
-    expect(JSONKind::number, {"Swift.Double", "Double"});
+    static constexpr TypeName type{"Swift.Double", "Double"};
+    expect(JSONKind::number, type);
     if (const auto value = takeShortJSONDecimal(text_, offset_)) {
         return *value;
     }
@@ -260,7 +269,8 @@ std::int64_t JSONReader::readInt() {
 }
 
 std::string JSONReader::readString() {
-    expect(JSONKind::string, {"Swift.String", "String"});
+    static constexpr TypeName type{"Swift.String", "String"};
+    expect(JSONKind::string, type);
     std::string_view raw;
     std::string decoded;
     const auto value = takeString(raw, decoded);
@@ -302,11 +312,8 @@ void JSONReader::failCorrupted(const std::string& detail) const {
     throw JSONError(JSONErrorKind::dataCorrupted, {}, path(), detail);
 }
 
-void JSONReader::expect(JSONKind wanted, const TypeName& type) const {
+void JSONReader::failMismatch(const TypeName& type) const {
     const JSONKind found = kind();
-    if (found == wanted) {
-        return;
-    }
     if (found == JSONKind::null) {
         failNull(type);
     }
@@ -323,6 +330,21 @@ JSONPath JSONReader::path() const {
         steps.push_back(level.array ? JSONPathStep(level.index) : JSONPathStep(std::string(key)));
     }
     return steps;
+}
+
+/// As takeString(): most keys are a few letters.
+inline std::string_view JSONReader::takeKey(std::string_view& raw, std::string& decoded) {
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const std::size_t start = offset_ + 1;
+    std::size_t end = start;
+    while (end < text_.size() && isLetter(text_[end])) {
+        ++end;
+    }
+    if (end == text_.size() || text_[end] != '"') {
+        return takeString(raw, decoded);
+    }
+    offset_ = end + 1;
+    return raw = {text_.data() + start, end - start};
 }
 
 /// What the text at the current place stands for: a view of `raw`, its inside, where it has no escapes, else of

@@ -159,10 +159,7 @@ std::size_t skipJSONString(std::string_view text, std::size_t offset) {
 }
 
 std::size_t skipJSONNumber(std::string_view text, std::size_t offset) {
-    const auto belongs = [](char c) {
-        return isJSONDigit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-';
-    };
-    while (offset < text.size() && belongs(text[offset])) {
+    while (offset < text.size() && belongsToJSONNumber(text[offset])) {
         ++offset;
     }
     return offset;

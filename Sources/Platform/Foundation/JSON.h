@@ -157,6 +157,8 @@ public:
     /// Throws when the whole text is not well-formed, whatever was read of it.
     void checkStructure() const;
     [[nodiscard]] std::size_t size() const { return text_.size(); } ///< of the whole text, in bytes
+    /// To the end of what this reader was given: the whole text, or an element of readElements().
+    [[nodiscard]] std::size_t bytesLeft() const { return end_ - offset_; }
 
     /// For those that decode records: errors about the value or object that was read last.
     [[noreturn]] void failMissingKey(std::string_view key) const;
@@ -177,8 +179,10 @@ private:
     bool advance(char closing);
     void pass(char wanted);
     void expect(JSONKind wanted, const TypeName& type) const;
+    [[noreturn]] void failMismatch(const TypeName& type) const;
     [[noreturn]] void failNull(const TypeName& type) const;
     [[nodiscard]] JSONPath path() const;
+    std::string_view takeKey(std::string_view& raw, std::string& decoded);
     std::string_view takeString(std::string_view& raw, std::string& decoded);
     std::string_view takeNumber();
     std::string_view decode(std::string_view raw, std::string& decoded) const;

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -129,8 +130,17 @@ template <class Element> void readJSONValue(JSONReader& reader, std::vector<Elem
         }
     }
     reader.enterArray();
+    const std::size_t start = reader.bytesLeft();
     while (reader.nextElement()) {
+        if (elements.size() == 1) { // the first tells how many there may be
+            constexpr std::size_t mostForeseen = 1024;
+            const std::size_t length = start - reader.bytesLeft();
+            elements.reserve(std::min(reader.bytesLeft() * 9 / 8 / length + 2, mostForeseen));
+        }
         readJSONValue(reader, elements.emplace_back());
+    }
+    if (elements.capacity() / 2 > elements.size()) {
+        elements.shrink_to_fit();
     }
 }
 
@@ -195,7 +205,9 @@ template <JSONRecordType Record> void writeJSONValue(JSONWriter& writer, const R
 template <std::size_t field, class Record, class Seen>
 bool readJSONField(JSONReader& reader, Record& record, std::string_view key, Seen& seen) {
     constexpr auto& description = JSONRecord<Record>::fields[field];
-    if (key != description.key || std::exchange(seen[field], true)) {
+    constexpr std::string_view wanted = description.key; // of a length that the compiler sees
+    const bool same = key.size() == wanted.size() && std::memcmp(key.data(), wanted.data(), wanted.size()) == 0;
+    if (!same || std::exchange(seen[field], true)) {
         return false;
     }
     description.read(reader, record);

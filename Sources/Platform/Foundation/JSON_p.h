@@ -28,9 +28,14 @@ inline bool isJSONDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+/// Whether a byte can stand inside a number.
+inline bool belongsToJSONNumber(char c) {
+    return isJSONDigit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-';
+}
+
 /// The four kinds of white space that may stand between values.
 inline std::size_t skipJSONBlanks(std::string_view text, std::size_t offset) {
-    while (offset < text.size() &&
+    while (offset < text.size() && text[offset] <= ' ' && // as few bytes between values are
            (text[offset] == ' ' || text[offset] == '\n' || text[offset] == '\t' || text[offset] == '\r')) {
         ++offset;
     }

@@ -54,6 +54,23 @@ Bytes deflate(std::span<const std::uint8_t> data, int level) {
     return Bytes(std::move(*compressed));
 }
 
+Deflater::Deflater(int level) : compressor_(libdeflate_alloc_compressor(level)) {
+    if (compressor_ == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+Deflater::~Deflater() {
+    libdeflate_free_compressor(compressor_);
+}
+
+std::string Deflater::deflate(std::string_view data) {
+    room_.resize(std::max(room_.size(), libdeflate_zlib_compress_bound(compressor_, data.size())));
+    const std::size_t size =
+        libdeflate_zlib_compress(compressor_, data.data(), data.size(), room_.data(), room_.size());
+    return {room_.begin(), room_.begin() + static_cast<std::ptrdiff_t>(size)};
+}
+
 namespace png {
 
 std::uint32_t crc32(std::span<const std::uint8_t> data) {

@@ -6,6 +6,8 @@
 
 #include <qpdf/QPDF.hh>
 
+#include <algorithm>
+
 namespace orvex {
 
 QPDFObjectHandle ContentStreams::stream(std::string operators) {
@@ -30,9 +32,13 @@ QPDFObjectHandle ContentStreams::stream(std::string operators) {
 
 void ContentStreams::pack() {
     constexpr int level = 3; // of a text layer the usual one takes twice as long for 4 % less
-    forEachInParallel(waiting_.size(), [this](std::size_t i) {
-        std::string& operators = waiting_[i].second;
-        operators = deflate({reinterpret_cast<const std::uint8_t*>(operators.data()), operators.size()}, level).text();
+    const std::size_t together = std::clamp<std::size_t>(waiting_.size() / 16, 1, 8);
+    forEachInParallel((waiting_.size() + together - 1) / together, [&](std::size_t piece) {
+        Deflater deflater(level);
+        const std::size_t end = std::min((piece + 1) * together, waiting_.size());
+        for (std::size_t i = piece * together; i < end; ++i) {
+            waiting_[i].second = deflater.deflate(waiting_[i].second);
+        }
     });
     for (auto& [object, packed] : waiting_) {
         object.replaceStreamData(packed, QPDFObjectHandle::newName("/FlateDecode"), QPDFObjectHandle::newNull());

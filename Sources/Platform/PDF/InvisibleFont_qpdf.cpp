@@ -17,18 +17,23 @@ namespace {
 
 constexpr std::size_t mostGlyphs = 0xFFFE; ///< codes are two bytes, the first is the missing glyph's
 
+constexpr std::size_t longestCode = 4;
+
 /// Two bytes of a literal string, which is half as long as a hexadecimal one and takes half the time to compress.
-void appendCode(std::string& literal, std::uint16_t code) {
+/// Returns where they end.
+char* putCode(char* at, std::uint16_t code) {
     for (const auto byte : {static_cast<char>(code >> 8U), static_cast<char>(code & 0xFFU)}) {
         if (byte == '(' || byte == ')' || byte == '\\') {
-            literal += '\\';
+            *at++ = '\\';
         }
         if (byte == '\r') { // a reader takes any end of line inside a string for a line feed
-            literal += "\\r";
+            *at++ = '\\';
+            *at++ = 'r';
         } else {
-            literal += byte;
+            *at++ = byte;
         }
     }
+    return at;
 }
 
 std::u32string decoded(std::string_view utf8) {
@@ -62,20 +67,20 @@ std::uint16_t InvisibleFont::codeOf(char32_t character) const {
 }
 
 bool InvisibleFont::appendLine(std::string& content, std::string_view utf8) const {
+    constexpr std::string_view operation = ") Tj\n";
     const std::size_t before = content.size();
     const bool full = glyphs_.size() >= mostGlyphs;
-    content += '(';
+    content.resize(before + 1 + longestCode * (utf8.size() + 1) + operation.size());
+    char* at = content.data() + before;
+    *at++ = '(';
     const bool shown = forEachShown(utf8, [&](char32_t character) {
         const std::uint16_t code = codeOf(character);
-        appendCode(content, code);
+        at = putCode(at, code);
         return code != 0 || full;
     });
-    if (!shown) {
-        content.resize(before);
-        return false;
-    }
-    content += ") Tj\n";
-    return true;
+    at = std::ranges::copy(operation, at).out;
+    content.resize(shown ? static_cast<std::size_t>(at - content.data()) : before);
+    return shown;
 }
 
 void InvisibleFont::add(std::string_view utf8, const Font& measuring) {

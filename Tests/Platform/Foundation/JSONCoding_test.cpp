@@ -199,5 +199,21 @@ TEST(JSONCoding, ListsReadOnAllCoresAreAsThoseReadInOrder) {
     }
 }
 
+TEST(JSONCoding, ListsOfElementsLongerAndShorterThanTheFirstHoldWhatIsThere) {
+    for (const std::size_t count : {0U, 1U, 2U, 3U, 3000U}) {
+        for (const std::size_t first : {0U, 5U, 500U}) { // the first element's length is what room is made for
+            Tree tree;
+            tree.leaves.emplace();
+            for (std::size_t i = 0; i < count; ++i) {
+                const std::size_t length = i == 0 ? first : i % 40;
+                tree.leaves->push_back({std::string(length, 'x') + std::to_string(i), i % 2 == 0});
+            }
+            const auto back = decodeJSON<Tree>(Bytes(encodeJSON(tree, false)));
+            EXPECT_TRUE(back == tree) << count << " elements, the first " << first;
+            EXPECT_LE(back.leaves->capacity(), 2 * count + 2);
+        }
+    }
+}
+
 } // namespace
 } // namespace orvex
