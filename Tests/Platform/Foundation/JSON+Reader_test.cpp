@@ -4,6 +4,8 @@
 #include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 #include <random>
 
 namespace orvex {
@@ -409,6 +411,30 @@ TEST(JSONReader, AnyBytesGiveAValueOrAnError) {
         if (once.find("Swift.") == std::string::npos) {
             ASSERT_EQ(reread(once), once) << text;
         }
+    }
+}
+
+TEST(JSONReader, DecimalsOfEveryShortLengthAreTheNearestDoubles) {
+    const std::string digits = "90718263540918";
+    for (const std::string sign : {"", "-"}) {
+        for (std::size_t whole = 1; whole < 9; ++whole) {
+            for (std::size_t places = 1; places < 9; ++places) {
+                for (const std::string behind : {"]", ",7.5,12345678]", " , 1e5 ]", "e2]", "E-1,0]"}) {
+                    const std::string number = sign + digits.substr(0, whole) + "." + digits.substr(whole, places);
+                    const std::string literal = number + behind.substr(0, behind.find_first_of("], "));
+                    JSONReader reader(Bytes::copyOf("[" + number + behind));
+                    reader.enterArray();
+                    ASSERT_TRUE(reader.nextElement());
+                    EXPECT_EQ(reader.readDouble(), std::strtod(literal.c_str(), nullptr)) << number << behind;
+                }
+            }
+        }
+    }
+    for (const std::string wrong : {"01.5]  ", "1.x]   ", "1.]     ", ".5]     ", "1.5.5]  ", "1.5-2]  "}) {
+        JSONReader reader(Bytes::copyOf("[" + wrong));
+        reader.enterArray();
+        ASSERT_TRUE(reader.nextElement());
+        EXPECT_THROW(static_cast<void>(reader.readDouble()), JSONError) << wrong;
     }
 }
 
