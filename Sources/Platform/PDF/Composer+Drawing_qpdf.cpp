@@ -5,6 +5,7 @@
 #include "Platform/PDF/ContentBalance_p.h"
 #include "Platform/PDF/FieldAppearances_p.h"
 #include "Platform/PDF/FormAppearances_p.h"
+#include "Platform/PDF/Saving/PageTree_p.h"
 #include "Platform/PDF/Saving/Pictures_p.h"
 
 #include <algorithm>
@@ -58,6 +59,7 @@ void Composer::drawPages(std::size_t first, std::size_t count) {
     std::vector<std::size_t> aside;
     for (std::size_t i = 0; i < count; ++i) {
         if (isDrawnAside(*pages_[first + i])) {
+            releasePage(document_, objects_[first + i]);
             drawn[i] = std::make_unique<ContentStreamContext>(invisible_, outlines_, freePrefix(objects_[first + i]));
             aside.push_back(i);
         }
@@ -80,9 +82,22 @@ bool Composer::isDrawnAside(const PDFPage& page) const {
            picturedPage(page) == nullptr;
 }
 
+/// Found out without looking into the page for names that are free.
+bool Composer::drawsAnything(PDFPage& page) {
+    ContentStreamContext context(invisible_, outlines_, {});
+    page.draw(PDFDisplayBox::media, context);
+    return context.drewAnything();
+}
+
 void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
     if (const auto* pictured = picturedPage(page)) {
         becomePicture(object, pictured->rotation, page.bounds(PDFDisplayBox::media).size());
+    }
+    if (document_.isKept(object)) {
+        if (!drawsAnything(page)) {
+            return;
+        }
+        releasePage(document_, object);
     }
     ContentStreamContext context(invisible_, outlines_, freePrefix(object));
     page.draw(PDFDisplayBox::media, context);

@@ -40,23 +40,18 @@ public:
     [[nodiscard]] std::size_t measure();
 
 private:
-    /// How the file is written.
-    struct Form {
-        Bytes loaded;
-        StreamPacking packing = StreamPacking::compact;
-        Protection protection = Protection::none;
-    };
-    void finish(const std::function<void(const Form&)>& use);
+    void finish(const std::function<void(const FileForm&)>& use);
     void lockSources();
     void requireMemoryOfAll();
     void placePages();
-    QPDFObjectHandle placeLoaded(const LoadedPageContent& content, bool asPicture);
+    QPDFObjectHandle placeLoaded(const PDFPage& page, const LoadedPageContent& content);
     PageImport& importFor(const LoadedPageContent& content, int copy);
     void copyPages();
     void buildTree();
     void drawPages();
     void drawPages(std::size_t first, std::size_t count);
     [[nodiscard]] bool isDrawnAside(const PDFPage& page) const;
+    [[nodiscard]] bool drawsAnything(PDFPage& page);
     void drawPage(PDFPage& page, QPDFObjectHandle object);
     void finishPage(const PDFPage& page, QPDFObjectHandle object, ContentStreamContext& drawn);
     void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn);

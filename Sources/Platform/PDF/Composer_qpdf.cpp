@@ -2,6 +2,7 @@
 
 #include "Platform/PDF/Saving/Layers_p.h"
 #include "Platform/PDF/Saving/Metadata_p.h"
+#include "Platform/PDF/Saving/PageTree_p.h"
 #include "Platform/PDF/Saving/PicturedPlaces_p.h"
 #include "Platform/PDF/Saving/Pictures_p.h"
 #include "Platform/PDF/Saving/RemovedPages_p.h"
@@ -36,6 +37,10 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         const std::optional<long long> freeTagKey = base_ ? firstFreeTagKey(*target_) : std::optional(0LL);
         bringsTags_ = purpose == Purpose::file && freeTagKey;
         document_.nextTagKey = freeTagKey.value_or(0);
+        if (purpose == Purpose::file && base_ && base_->objectTable() != nullptr &&
+            isWrittenPlainly(*target_, *base_->objectTable())) {
+            document_.kept = std::make_unique<KeptObjects>(base_->bytes(), *base_->objectTable(), *target_);
+        }
         placePages();
         copyPages();
         buildTree();
@@ -58,22 +63,22 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
 }
 
 void Composer::write(ByteSink& sink) {
-    finish([&](const Form& form) { writeFile(*target_, form.loaded, form.packing, form.protection, sink); });
+    finish([&](const FileForm& form) { writeFile(*target_, form, sink); });
 }
 
 std::size_t Composer::measure() {
     std::size_t size = 0;
-    finish([&](const Form& form) { size = measureFile(*target_, form.loaded, form.packing, form.protection); });
+    finish([&](const FileForm& form) { size = measureFile(*target_, form); });
     return size;
 }
 
-void Composer::finish(const std::function<void(const Form&)>& use) {
+void Composer::finish(const std::function<void(const FileForm&)>& use) {
     try {
         contents_.pack();
         // Whoever was trusted with a password gets a file that asks for it again.
         const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
         use({base_ ? base_->bytes() : Bytes(), base_ ? StreamPacking::keep : StreamPacking::compact,
-             locked ? Protection::asLoaded : Protection::none});
+             locked ? Protection::asLoaded : Protection::none, document_.kept.get()});
         requireMemoryOfAll();
     } catch (const QPDFExc& error) {
         throw PDFWriteError(std::string("cannot write the document: ") + error.what());
@@ -115,19 +120,22 @@ void Composer::placePages() {
     for (const auto& page : pages_) {
         const auto* loaded = placeInFile(*page);
         objects_.push_back(loaded != nullptr
-                               ? placeLoaded(*loaded, picturedPage(*page) != nullptr)
+                               ? placeLoaded(*page, *loaded)
                                : target_->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Page >>")));
         document_.pages.push_back(loaded != nullptr ? PlacedPage{objects_.back(), loaded->source, loaded->index}
                                                     : PlacedPage{objects_.back(), nullptr, 0});
     }
 }
 
-QPDFObjectHandle Composer::placeLoaded(const LoadedPageContent& content, bool asPicture) {
+QPDFObjectHandle Composer::placeLoaded(const PDFPage& page, const LoadedPageContent& content) {
+    const bool asPicture = picturedPage(page) != nullptr;
     const int copy = copies_[{content.source.get(), content.index}]++;
     if (content.source == base_ && copy == 0) {
         const auto& object = document_.basePages.at(static_cast<std::size_t>(content.index));
         if (asPicture) {
             document_.pictures.insert(object.getObjGen());
+        } else if (document_.kept && base_->knownRotation(content.index) == page.rotation()) {
+            document_.kept->keepPage(object.getObjGen());
         }
         return object;
     }
@@ -176,22 +184,19 @@ void Composer::buildTree() {
         }
         return;
     }
-    target_->pushInheritedAttributesToPage();
-    for (auto& page : objects_) {
-        page.replaceKey("/Parent", root);
-    }
-    root.replaceKey("/Kids", QPDFObjectHandle::newArray(objects_));
-    root.replaceKey("/Count", QPDFObjectHandle::newInteger(static_cast<long long>(objects_.size())));
+    inheritAttributes(document_);
+    placeBelowRoot(document_, objects_);
     std::vector<QPDFObjectHandle> removed;
-    std::vector<QPDFObjectHandle> kept;
+    std::vector<QPDFObjectHandle> left; // but for those that have no annotations
     for (std::size_t i = 0; i < basePages.size(); ++i) {
         const bool used = copies_.contains({base_.get(), static_cast<int>(i)});
-        (used ? kept : removed).push_back(basePages[i]);
+        if (!used || !document_.isKept(basePages[i])) {
+            (used ? left : removed).push_back(basePages[i]);
+        }
     }
     document_.pagesRemoved = !removed.empty();
     document_.goneTagKeys.merge(tagKeysOf(removed));
-    removePages(*target_, removed, kept);
-    target_->updateAllPagesCache();
+    removePages(*target_, removed, left);
 }
 
 void Composer::stampInfo(const std::map<PDFInfoKey, std::string>& info) {
@@ -200,7 +205,7 @@ void Composer::stampInfo(const std::map<PDFInfoKey, std::string>& info) {
     }
     auto trailer = target_->getTrailer();
     if (!trailer.getKey("/Info").isDictionary()) {
-        trailer.replaceKey("/Info", target_->makeIndirectObject(QPDFObjectHandle::newDictionary()));
+        trailer.replaceKey("/Info", document_.add(QPDFObjectHandle::newDictionary()));
     }
     for (const auto& [key, text] : info) {
         trailer.getKey("/Info").replaceKey(infoEntry(key), QPDFObjectHandle::newUnicodeString(text));

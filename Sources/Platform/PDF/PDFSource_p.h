@@ -35,6 +35,8 @@ public:
     [[nodiscard]] int pageCount() const { return static_cast<int>(pages_.ids.size()); }
     [[nodiscard]] Rect box(int page, PDFDisplayBox box) const;
     [[nodiscard]] int rotation(int page) const;
+    /// The same where loading told; nothing is looked up for it. Threads: any.
+    [[nodiscard]] std::optional<int> knownRotation(int page) const;
     [[nodiscard]] std::string info(PDFInfoKey key) const;
     [[nodiscard]] bool hasText(int page) const;
     /// What the text reader keeps of the file.
@@ -59,6 +61,8 @@ public:
     bool readPage(int index, PageTexts::Wanted wanted, PageText& text) const;
     /// Objects from the file's bytes; null where only the parser can read them.
     [[nodiscard]] StoredObjects* storedObjects() const { return stored_ ? &stored_->objects : nullptr; }
+    /// Where objects stand in the file's bytes; null where only the parser can tell. Threads: any.
+    [[nodiscard]] const ObjectTable* objectTable() const { return stored_ ? &stored_->table : nullptr; }
     /// Throws std::bad_alloc when memory ran out while the shared parse read something, which it then took for null;
     /// the file is parsed anew before.
     void requireMemory() const;

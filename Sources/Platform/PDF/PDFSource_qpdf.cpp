@@ -251,9 +251,14 @@ bool PDFSource::readPage(int index, PageTexts::Wanted wanted, PageText& text) co
     return stored_ && stored_->pages.read(*pdf_, pageID(index), wanted, text);
 }
 
+std::optional<int> PDFSource::knownRotation(int page) const {
+    const int turns = pages_.turns.at(static_cast<std::size_t>(page));
+    return turns != PageList::unknownTurn ? std::optional(turns * 90) : std::nullopt;
+}
+
 int PDFSource::rotation(int page) const {
-    if (const int turns = pages_.turns.at(static_cast<std::size_t>(page)); turns != PageList::unknownTurn) {
-        return turns * 90;
+    if (const auto known = knownRotation(page)) {
+        return *known;
     }
     const std::lock_guard lock(mutex_);
     auto object = this->page(page);

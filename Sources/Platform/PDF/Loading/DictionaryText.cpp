@@ -68,6 +68,32 @@ std::optional<TextValue> TextScanner::valueAt(int depth) {
     return value;
 }
 
+std::optional<TextValue> TextScanner::nextReference() {
+    for (;;) {
+        skipSpace();
+        const char* const start = at_;
+        TextValue value;
+        if (at_ == end_ || !scanFlat(value.kind)) {
+            return std::nullopt;
+        }
+        if (value.kind == TextKind::reference) {
+            value.text = {start, static_cast<std::size_t>(at_ - start)};
+            return value;
+        }
+    }
+}
+
+/// A value, or a bracket of one.
+bool TextScanner::scanFlat(TextKind& kind) {
+    const bool opens = *at_ == '[' || (*at_ == '<' && end_ - at_ > 1 && at_[1] == '<');
+    if (!opens && *at_ != ']' && *at_ != '>') {
+        return scan(kind, 0);
+    }
+    at_ += *at_ == '<' ? 2 : 1;
+    kind = TextKind::array;
+    return true;
+}
+
 bool TextScanner::scan(TextKind& kind, int depth) {
     if (at_ == end_ || depth > deepestNesting) {
         return false;

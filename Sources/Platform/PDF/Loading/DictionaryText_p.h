@@ -33,6 +33,9 @@ public:
     std::optional<TextValue> value() { return valueAt(0); }
     /// The entries of the dictionary that begins here. False when the text is not plain.
     bool dictionary(std::vector<TextEntry>& entries);
+    /// The next reference, however deep it is nested in what is left of text that is plain; none when there is no
+    /// other.
+    std::optional<TextValue> nextReference();
     /// Passes over white space and then over `word`, when that stands there as a word of its own.
     bool word(std::string_view word);
     /// What is left, without the white space ahead of it.
@@ -44,6 +47,7 @@ private:
     bool endsToken() const;
     std::optional<TextValue> valueAt(int depth);
     bool scan(TextKind& kind, int depth);
+    bool scanFlat(TextKind& kind);
     bool scanName(bool isKey);
     bool scanNumber(TextKind& kind);
     bool scanReferenceTail();

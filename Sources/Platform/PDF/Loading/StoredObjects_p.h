@@ -33,9 +33,12 @@ public:
     [[nodiscard]] std::optional<std::size_t> position(QPDFObjGen id) const;
     [[nodiscard]] const Place& operator[](std::size_t position) const { return places_[position]; }
     [[nodiscard]] std::size_t size() const { return places_.size(); }
+    /// Whether objects lie in object streams.
+    [[nodiscard]] bool hasPacked() const { return hasPacked_; }
 
 private:
     std::vector<Place> places_; ///< by number and generation
+    bool hasPacked_ = false;
 };
 
 /// A dictionary, or a stream's.

@@ -66,6 +66,7 @@ ObjectTable::ObjectTable(QPDF& pdf) {
             places_.push_back({entry.getOffset(), id.getObj(), generation, false});
         } else if (entry.getType() == 2) {
             places_.push_back({entry.getObjStreamNumber(), id.getObj(), generation, true});
+            hasPacked_ = true;
         }
     }
 }

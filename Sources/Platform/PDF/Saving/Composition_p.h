@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/PDF/Saving/PageImport_p.h"
+#include "Platform/PDF/Writing/KeptObjects_p.h"
 
 #include <memory>
 #include <set>
@@ -26,6 +27,14 @@ struct Composition {
     std::set<QPDFObjGen> pictures;                    ///< pages of the base of whose content a picture is left
     std::set<long long> goneTagKeys;                  ///< what the parent tree called what is missing of the base
     long long nextTagKey = 0;                         ///< and what it may call new ones
+    std::unique_ptr<KeptObjects> kept;                ///< null where all pages are parsed
+
+    /// A new object of the document.
+    [[nodiscard]] QPDFObjectHandle add(const QPDFObjectHandle& value) const {
+        return kept ? kept->add(value) : target.makeIndirectObject(value);
+    }
+    /// Whether nothing changes a page, and nobody needs to look into it.
+    [[nodiscard]] bool isKept(const QPDFObjectHandle& page) const { return kept && kept->contains(page.getObjGen()); }
 };
 
 /// Brings what is not pages in line with the pages.

@@ -13,10 +13,10 @@ namespace orvex {
 namespace {
 
 void reviseBase(Composition& document) {
-    std::vector<QPDFObjectHandle> kept;
+    std::vector<QPDFObjectHandle> left;
     for (const auto& page : document.basePages) {
-        if (!QPDFObjectHandle(page).isNull()) {
-            kept.push_back(page);
+        if (!document.isKept(page) && !QPDFObjectHandle(page).isNull()) {
+            left.push_back(page);
         }
     }
     if (document.pagesRemoved) {
@@ -27,7 +27,7 @@ void reviseBase(Composition& document) {
     if (auto form = root.getKey("/AcroForm"); form.isDictionary() && !root.hasKey("/NeedsRendering")) {
         form.removeKey("/XFA"); // would show the pages as they were, instead of the fields
     }
-    revisePlaces(document.target, document.basePages, kept);
+    revisePlaces(document.target, document.basePages, left);
 }
 
 } // namespace

@@ -152,18 +152,6 @@ void addProperty(std::string& packet, const Property& property, const std::strin
                            name + ">" + content + "</" + name + "></rdf:Description>\n");
 }
 
-/// Streams of the file keep their data: they are written as its bytes have them.
-QPDFObjectHandle streamLike(QPDFObjectHandle old, const std::string& data) {
-    auto stream = QPDFObjectHandle::newStream(old.getOwningQPDF(), data);
-    for (const auto& [key, value] : old.getDict().getDictAsMap()) {
-        if (key != "/Length" && key != "/Filter" && key != "/DecodeParms") {
-            stream.getDict().replaceKey(key, value);
-        }
-    }
-    stream.setFilterOnWrite(false);
-    return stream;
-}
-
 } // namespace
 
 std::string stampedPacket(std::string packet, const std::map<PDFInfoKey, std::string>& info) {
@@ -197,7 +185,8 @@ void stampMetadata(QPDF& target, const std::map<PDFInfoKey, std::string>& info) 
     }
     const std::string stamped = stampedPacket(packet, info);
     if (stamped != packet) {
-        target.getRoot().replaceKey("/Metadata", streamLike(metadata, stamped));
+        metadata.replaceStreamData(stamped, QPDFObjectHandle::newNull(), QPDFObjectHandle::newNull());
+        metadata.setFilterOnWrite(false);
     }
 }
 

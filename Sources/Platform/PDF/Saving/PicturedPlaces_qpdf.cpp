@@ -97,6 +97,9 @@ void movePlacesOnPictures(Composition& document, const std::vector<PDFPagePtr>& 
     std::map<QPDFObjGen, AffineTransform> moved;
     std::vector<QPDFObjectHandle> objects;
     for (std::size_t i = 0; i < pages.size(); ++i) {
+        if (document.isKept(document.pages[i].object)) {
+            continue;
+        }
         objects.push_back(document.pages[i].object);
         if (const auto* pictured = picturedPage(*pages[i])) {
             const auto size = pages[i]->bounds(PDFDisplayBox::media).size();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Foundation/Bytes.h"
+#include "Platform/PDF/Writing/KeptObjects_p.h"
 
 #include <qpdf/QPDF.hh>
 
@@ -17,11 +18,21 @@ enum class Protection {
     asLoaded ///< encrypted with the key, passwords and permissions of the loaded file
 };
 
-/// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents. `loaded` holds
-/// the bytes that `pdf` was parsed from, if it was.
-void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection, ByteSink& sink);
+/// How a file is written.
+struct FileForm {
+    Bytes loaded; ///< what the document was parsed from, if it was
+    StreamPacking packing = StreamPacking::compact;
+    Protection protection = Protection::none;
+    KeptObjects* kept = nullptr; ///< only for files that are written plainly
+};
+
+/// Whether a loaded file is written with a cross-reference table, and all its objects stand in that.
+[[nodiscard]] bool isWrittenPlainly(QPDF& pdf, const ObjectTable& table);
+
+/// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents.
+void writeFile(QPDF& pdf, const FileForm& form, ByteSink& sink);
 
 /// How many bytes writeFile() would write, instead of it.
-[[nodiscard]] std::size_t measureFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection);
+[[nodiscard]] std::size_t measureFile(QPDF& pdf, const FileForm& form);
 
 } // namespace orvex

@@ -66,20 +66,16 @@ bool hasObjectStreams(QPDF& pdf) {
     return std::ranges::any_of(table, [](const auto& entry) { return entry.second.getType() == inStream; });
 }
 
-/// Whether the file has a cross-reference table, and all objects stand in it.
-bool isPlain(QPDF& pdf, StreamPacking packing) {
-    return !compressesStreams(pdf, packing) && !pdf.isEncrypted() && !hasObjectStreams(pdf);
-}
-
 /// Keeps nothing.
 class Nowhere final : public ByteSink {
 public:
     void write(std::span<const std::uint8_t> /*bytes*/) override {}
 };
 
-void write(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection, FileOutput& output) {
-    if (isPlain(pdf, packing)) {
-        PlainWriter(pdf, loaded, output).write();
+void write(QPDF& pdf, const FileForm& form, FileOutput& output) {
+    const auto [loaded, packing, protection, kept] = form;
+    if (kept != nullptr || (!compressesStreams(pdf, packing) && !pdf.isEncrypted() && !hasObjectStreams(pdf))) {
+        PlainWriter(pdf, loaded, kept, output).write();
         return;
     }
     readStreamsInPlace(pdf, loaded, compressesStreams(pdf, packing));
@@ -102,14 +98,18 @@ void write(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection pro
 
 } // namespace
 
-void writeFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection, ByteSink& sink) {
-    FileOutput output(sink);
-    write(pdf, loaded, packing, protection, output);
+bool isWrittenPlainly(QPDF& pdf, const ObjectTable& table) {
+    return !compressesStreams(pdf, StreamPacking::keep) && !pdf.isEncrypted() && !table.hasPacked();
 }
 
-std::size_t measureFile(QPDF& pdf, const Bytes& loaded, StreamPacking packing, Protection protection) {
+void writeFile(QPDF& pdf, const FileForm& form, ByteSink& sink) {
+    FileOutput output(sink);
+    write(pdf, form, output);
+}
+
+std::size_t measureFile(QPDF& pdf, const FileForm& form) {
     FileOutput output;
-    write(pdf, loaded, packing, protection, output);
+    write(pdf, form, output);
     return output.position();
 }
 

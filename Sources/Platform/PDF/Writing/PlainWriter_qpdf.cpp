@@ -90,14 +90,79 @@ std::string PlainWriter::trailerEntries() {
 void PlainWriter::writeObject(std::size_t number) {
     places_.push_back(output_.position());
     text_ = std::to_string(number) + " 0 obj\n";
-    auto object = pdf_.getObject(numbers_.object(number));
-    if (object.isStream()) {
+    const auto id = numbers_.object(number);
+    if (isKept(id)) {
+        writeKept(id);
+    } else if (auto object = pdf_.getObject(id); object.isStream()) {
         writeStream(object);
     } else {
         appendDirect(text_, object);
         output_.write(text_);
     }
     output_.write("\nendobj\n");
+}
+
+void PlainWriter::writeKept(QPDFObjGen id) {
+    const auto data = kept_->read(id, stored_);
+    const bool isPage = data.empty();
+    const bool movesUp = isPage && !kept_->parent().isNull();
+    text_ += "<<";
+    for (const auto& [key, value] : stored_.entries) {
+        if (key == "/Length" || (movesUp && key == "/Parent") || value.text == "null") {
+            continue;
+        }
+        if (isPage && key == "/Contents") {
+            keepStreams(value.text);
+        }
+        appendText(text_.append(" ").append(key).append(" "), value.text);
+    }
+    if (movesUp) {
+        appendInherited(text_, id);
+        appendReference(text_ += " /Parent ", kept_->parent());
+    }
+    if (isPage) {
+        output_.write(text_ += " >>");
+        return;
+    }
+    text_ += " /Length " + std::to_string(data.size()) + " >>\nstream\n";
+    output_.write(text_);
+    output_.write(data);
+    output_.write("\nendstream");
+}
+
+void PlainWriter::keepStreams(std::string_view contents) {
+    TextScanner scanner(contents);
+    while (const auto reference = scanner.nextReference()) {
+        if (const auto id = referenceOf(&*reference); id && numbers_.of(*id) == 0) {
+            kept_->keepStream(*id);
+        }
+    }
+}
+
+/// What the page lacks of itself.
+void PlainWriter::appendInherited(std::string& text, QPDFObjGen page) {
+    const auto& attributes = kept_->inherited(page);
+    for (std::size_t i = 0; i < attributes.size(); ++i) {
+        const auto* own = findEntry(stored_.entries, inheritableKeys[i]);
+        if (attributes[i].isInitialized() && (own == nullptr || own->text == "null")) {
+            appendValue(text.append(" ").append(inheritableKeys[i]).append(" "), attributes[i]);
+        }
+    }
+}
+
+void PlainWriter::appendText(std::string& text, std::string_view value) {
+    TextScanner scanner(value);
+    const char* done = value.data();
+    while (const auto reference = scanner.nextReference()) {
+        text.append(done, reference->text.data());
+        const auto id = referenceOf(&*reference);
+        appendReference(text, id.value_or(QPDFObjGen()));
+        done = scanner.position();
+    }
+    if (!scanner.rest().empty()) {
+        throw std::logic_error("a kept object is not plain");
+    }
+    text.append(done, value.data() + value.size());
 }
 
 void PlainWriter::writeStream(QPDFObjectHandle stream) {
@@ -188,18 +253,23 @@ void PlainWriter::appendReference(std::string& text, const QPDFObjectHandle& obj
     if (object.getOwningQPDF() != &pdf_) {
         throw std::logic_error("an object of another document");
     }
-    auto number = numbers_.of(object.getObjGen());
-    if (number == 0 && holdsNothing(object)) {
+    appendReference(text, object.getObjGen());
+}
+
+void PlainWriter::appendReference(std::string& text, QPDFObjGen id) {
+    auto number = numbers_.of(id);
+    if (number == 0 && !isKept(id) && pdf_.getObject(id).isNull()) {
         text += "null";
         return;
     }
-    number = number == 0 ? numbers_.add(object.getObjGen()) : number;
+    number = number == 0 ? numbers_.add(id) : number;
     text.append(std::to_string(number)).append(" 0 R");
 }
 
-/// References that lead nowhere hold nothing. What has a number is not looked into.
+/// References that lead nowhere hold nothing. What has a number, or is kept, is not looked into.
 bool PlainWriter::holdsNothing(QPDFObjectHandle value) const {
-    return (!value.isIndirect() || numbers_.of(value.getObjGen()) == 0) && value.isNull();
+    const auto id = value.getObjGen();
+    return !(value.isIndirect() && (numbers_.of(id) != 0 || isKept(id))) && value.isNull();
 }
 
 } // namespace orvex

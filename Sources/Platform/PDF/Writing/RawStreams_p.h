@@ -15,8 +15,9 @@ namespace orvex {
 /// The `size` bytes from `start` on, when they lie between "stream" and "endstream" and nothing else does; else none.
 [[nodiscard]] std::string_view streamData(std::string_view file, std::size_t start, std::size_t size);
 
-/// The stored bytes of a stream inside `file`, which its document was parsed from. Empty for new and encrypted
-/// ones, and where the stated length is wrong. Data of a loaded stream must never be replaced: nothing would tell.
+/// The stored bytes of a stream inside `file`, which its document was parsed from. Empty for new and encrypted ones,
+/// where the stated length is wrong, and for streams that are not to be filtered: of those the data may have been
+/// replaced, which qpdf does not tell.
 [[nodiscard]] std::string_view storedData(QPDFObjectHandle stream, const Bytes& file);
 
 /// The same of long streams, for qpdf to take; `file` has to outlive it. Null for short ones.

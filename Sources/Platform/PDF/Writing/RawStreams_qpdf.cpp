@@ -30,7 +30,7 @@ std::string_view streamData(std::string_view file, std::size_t start, std::size_
 std::string_view storedData(QPDFObjectHandle stream, const Bytes& file) {
     long long length = 0;
     const auto offset = static_cast<std::size_t>(stream.getParsedOffset());
-    if (!stream.getDict().getKey("/Length").getValueAsInt(length) || length < 0 ||
+    if (!stream.getDict().getKey("/Length").getValueAsInt(length) || length < 0 || !stream.getFilterOnWrite() ||
         stream.getOwningQPDF()->isEncrypted()) {
         return {};
     }
