@@ -70,8 +70,8 @@ private:
     std::shared_ptr<QPDF> target_;
     Composition document_;
     bool bringsTags_ = false;
-    std::vector<QPDFObjectHandle> objects_;            ///< one per page
-    std::map<std::pair<PDFSource*, int>, int> copies_; ///< how often a page of a file stands in the document
+    std::vector<QPDFObjectHandle> objects_;         ///< one per page
+    std::map<PDFSource*, std::vector<int>> copies_; ///< how often the pages of a file stand in the document
     std::map<PDFSource*, std::shared_ptr<ImportSource>> importSources_;
     std::map<std::pair<PDFSource*, int>, PageImport*> imports_; ///< by file and how-manieth copy of its pages
     ImageObjects images_;

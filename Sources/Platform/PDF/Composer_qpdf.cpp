@@ -129,7 +129,9 @@ void Composer::placePages() {
 
 QPDFObjectHandle Composer::placeLoaded(const PDFPage& page, const LoadedPageContent& content) {
     const bool asPicture = picturedPage(page) != nullptr;
-    const int copy = copies_[{content.source.get(), content.index}]++;
+    auto& copies = copies_[content.source.get()];
+    copies.resize(static_cast<std::size_t>(content.source->pageCount()));
+    const int copy = copies.at(static_cast<std::size_t>(content.index))++;
     if (content.source == base_ && copy == 0) {
         const auto& object = document_.basePages.at(static_cast<std::size_t>(content.index));
         if (asPicture) {
@@ -188,8 +190,10 @@ void Composer::buildTree() {
     placeBelowRoot(document_, objects_);
     std::vector<QPDFObjectHandle> removed;
     std::vector<QPDFObjectHandle> left; // but for those that have no annotations
+    auto& copies = copies_[base_.get()];
+    copies.resize(basePages.size());
     for (std::size_t i = 0; i < basePages.size(); ++i) {
-        const bool used = copies_.contains({base_.get(), static_cast<int>(i)});
+        const bool used = copies[i] > 0;
         if (!used || !document_.isKept(basePages[i])) {
             (used ? left : removed).push_back(basePages[i]);
         }

@@ -191,16 +191,15 @@ void PlainWriter::writeStream(QPDFObjectHandle stream) {
 
 void PlainWriter::writeEnd(const std::string& entries) {
     const std::size_t table = output_.position();
-    std::string rows = "xref\n0 " + std::to_string(places_.size() + 1) + "\n0000000000 65535 f \n";
+    output_.write("xref\n0 " + std::to_string(places_.size() + 1) + "\n0000000000 65535 f \n");
     for (const auto place : places_) {
         if (place > farthest) {
             throw PDFWriteError("cannot write the document: it would be larger than 10 GB");
         }
         std::array<char, rowLength + 1> row{};
         std::snprintf(row.data(), row.size(), "%010zu 00000 n \n", place);
-        rows.append(row.data(), rowLength);
+        output_.write({row.data(), rowLength});
     }
-    output_.write(rows);
     output_.write("trailer\n<<" + entries + " /Size " + std::to_string(places_.size() + 1) + " /ID [");
     const std::string id = output_.id();
     output_.write(firstID().value_or(id) + id + "] >>\nstartxref\n" + std::to_string(table) + "\n%%EOF\n");

@@ -1,117 +1,22 @@
 // What was loaded is in the saved file: object by object, as qpdf reads both.
+#include "SideBySide.h"
 #include "Support/OpenDocument.h"
 #include "Support/Pages.h"
 #include "Support/Places.h"
 
 #include <gtest/gtest.h>
-#include <qpdf/Buffer.hh>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFExc.hh>
-#include <qpdf/QPDFPageDocumentHelper.hh>
 
 #include <algorithm>
 #include <iostream>
-#include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace orvex {
 namespace {
 
-std::shared_ptr<QPDF> parsed(const Bytes& file) {
-    auto pdf = QPDF::create();
-    pdf->setSuppressWarnings(true);
-    pdf->processMemoryFile("file", reinterpret_cast<const char*>(file.data()), file.size());
-    return pdf;
-}
-
-/// Walks two files side by side, each object once.
-class SideBySide {
-public:
-    /// Where they first differ; empty when they do not.
-    std::string difference(QPDFObjectHandle first, QPDFObjectHandle second, const std::set<std::string>& besides = {}) {
-        compareDictionaries(first, second, "", besides);
-        while (!waiting_.empty() && found_.empty()) {
-            const Pair next = std::move(waiting_.back());
-            waiting_.pop_back();
-            compare(next.first, next.second, next.path);
-        }
-        return found_;
-    }
-
-private:
-    struct Pair {
-        QPDFObjectHandle first;
-        QPDFObjectHandle second;
-        std::string path;
-    };
-
-    void compare(QPDFObjectHandle first, QPDFObjectHandle second, const std::string& path) {
-        if (first.isNull() && second.isNull()) { // references that lead nowhere may go
-            return;
-        }
-        if (first.isIndirect() != second.isIndirect() || first.getTypeCode() != second.getTypeCode()) {
-            found_ = path + ": " + first.unparse() + " became " + second.unparse();
-        } else if (first.isIndirect()) {
-            const auto [known, isNew] = partners_.try_emplace(first.getObjGen(), second.getObjGen());
-            if (known->second != second.getObjGen()) {
-                found_ = path + ": another object than elsewhere";
-            }
-            if (!isNew) {
-                return;
-            }
-        }
-        compareValues(first, second, path);
-    }
-
-    void compareValues(QPDFObjectHandle first, QPDFObjectHandle second, const std::string& path) {
-        if (first.isStream()) {
-            compareDictionaries(first.getDict(), second.getDict(), path, {"/Length"});
-            if (dataOf(first) != dataOf(second)) {
-                found_ = path + ": other data";
-            }
-        } else if (first.isDictionary()) {
-            compareDictionaries(first, second, path, {});
-        } else if (first.isArray()) {
-            if (first.getArrayNItems() != second.getArrayNItems()) {
-                found_ = path + ": another number of items";
-                return;
-            }
-            for (int i = 0; i < first.getArrayNItems(); ++i) {
-                waiting_.push_back(
-                    {first.getArrayItem(i), second.getArrayItem(i), path + "[" + std::to_string(i) + "]"});
-            }
-        } else if (first.unparseResolved() != second.unparseResolved()) {
-            found_ = path + ": " + first.unparseResolved() + " became " + second.unparseResolved();
-        }
-    }
-
-    void compareDictionaries(QPDFObjectHandle first, QPDFObjectHandle second, const std::string& path,
-                             const std::set<std::string>& besides) {
-        auto keys = first.getKeys();
-        keys.merge(second.getKeys());
-        for (const auto& key : keys) {
-            if (!besides.contains(key)) {
-                waiting_.push_back({first.getKey(key), second.getKey(key), path + key});
-            }
-        }
-    }
-
-    static std::string dataOf(QPDFObjectHandle stream) {
-        try {
-            const auto data = stream.getRawStreamData();
-            return {reinterpret_cast<const char*>(data->getBuffer()), data->getSize()};
-        } catch (const QPDFExc& error) {
-            return error.what();
-        }
-    }
-
-    std::vector<Pair> waiting_;
-    std::map<QPDFObjGen, QPDFObjGen> partners_;
-    std::string found_;
-};
+using test::parsed;
+using test::SideBySide;
 
 /// Everything, but for what tells of signatures, which do not hold any longer.
 std::string differenceOfFiles(const Bytes& before, const Bytes& after) {
@@ -222,12 +127,6 @@ TEST(SavedObjects, AreNamedByAnIDThatFollowsFromThem) {
     EXPECT_EQ(idsWith("1", "/ID [1 2]"), fresh);
 }
 
-bool isPlain(QPDF& pdf) {
-    const auto table = pdf.getXRefTable();
-    return !pdf.isEncrypted() && !pdf.getTrailer().hasKey("/XRefStm") &&
-           std::ranges::all_of(table, [](const auto& entry) { return entry.second.getType() == 1; });
-}
-
 bool isSigned(QPDF& pdf) {
     auto form = pdf.getRoot().getKey("/AcroForm");
     return form.isDictionary() && form.hasKey("/SigFlags");
@@ -243,7 +142,7 @@ TEST(SavedObjects, OfRealFilesAreAllThere) {
         try {
             const Bytes before = readFile(path);
             const auto document = test::opened(before);
-            if (const auto pdf = parsed(before); isPlain(*pdf) && !isSigned(*pdf)) {
+            if (const auto pdf = parsed(before); test::isSoundAndPlain(*pdf) && !isSigned(*pdf)) {
                 EXPECT_EQ(differenceOfFiles(before, saved(*document)), "") << path;
                 ++compared;
             }
