@@ -1,5 +1,5 @@
 #include "OrvexPDF/Alias.h"
-#include "OrvexPDF/Manager.h"
+#include "OrvexPDF/Manager_p.h"
 
 #include <algorithm>
 #include <typeinfo>
@@ -115,17 +115,19 @@ void OrvexPDFDocumentManager::remove(const OrvexPDFPagePtr& page) {
 
 void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
     constexpr std::string_view function = "_remove(pageAt:)";
+    expect(pageAt);
     debugLine(function, "Remove at: ", pageAt);
     syncOnMain([&] {
-        const auto page = pdfDoc->orvexPage(pageAt);
+        auto page = pdfDoc->orvexPage(pageAt);
         if (!page) {
             refuseRemove(pageAt);
             return;
         }
-        registerUndo([pageAt, page, meta = metaOrDie(pageAt), function](OrvexPDFDocumentManager& manager) {
-            debugLine(function, "Undo step remove at:", pageAt);
-            manager._insert(page, pageAt, meta);
-        });
+        registerUndo(
+            [pageAt, page = std::move(page), meta = metaOrDie(pageAt), function](OrvexPDFDocumentManager& manager) {
+                debugLine(function, "Undo step remove at:", pageAt);
+                manager._insert(page, pageAt, meta);
+            });
         takeInStep(pageAt);
         didChangeDocument();
     });
@@ -141,6 +143,7 @@ void OrvexPDFDocumentManager::replace(std::int64_t pageAt, const OrvexPDFPagePtr
 void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
                                        const OrvexPDFPageMetaPtr& withMeta, bool force, Origin origin) {
     constexpr std::string_view function = "replace(pageAt:withPage:withMeta:force:)";
+    expect(pageAt);
     debugLine(function, "Replace at:", pageAt);
     const auto current = pdfDoc->orvexPage(pageAt);
     if (!current || !withPage) {
@@ -155,13 +158,12 @@ void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePt
     }
     // A page that the history brings back stood here before: nobody else's, it needs no copy, and undo is exact.
     const auto chosen = force && origin == Origin::caller ? independentCopy(withPage) : withPage;
-    auto undo = [=](OrvexPDFDocumentManager& manager) {
-        debugLine(function, "Undo step replace at:", pageAt);
-        manager._replace(pageAt, current, currentMeta, force, Origin::history);
-    };
     // Undo managers belong to the main thread, so the registration goes there with the change itself.
     syncOnMain([&] {
-        registerUndo(std::move(undo));
+        registerUndo([=](OrvexPDFDocumentManager& manager) {
+            debugLine(function, "Undo step replace at:", pageAt);
+            manager._replace(pageAt, current, currentMeta, force, Origin::history);
+        });
         pagesMeta.exchange(static_cast<std::size_t>(pageAt), withMeta);
         pdfDoc->replacePage(pageAt, chosen);
         didChangeDocument();

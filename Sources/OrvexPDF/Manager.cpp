@@ -1,4 +1,4 @@
-#include "OrvexPDF/Manager.h"
+#include "OrvexPDF/Manager_p.h"
 
 #include "OrvexPDF/Alias.h"
 #include "Platform/Foundation/Strings.h"
@@ -242,8 +242,7 @@ void OrvexPDFDocumentManager::endBatch() {
         if (--batchDepth_ == 0 && batchIsMarked_ && isBatchGroupOpen()) {
             try {
                 registerSilenceStart();
-            } catch (const std::bad_alloc&) { // then undoing tells of each edit
-                debugLine("batch(_:)", [] { return std::string("Not enough memory to undo silently"); });
+            } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): then undoing tells of each edit
             }
         }
         undoManager->endUndoGrouping();
@@ -256,22 +255,10 @@ bool OrvexPDFDocumentManager::isBatchGroupOpen() const {
     return undoManager->groupingLevel() >= batchGroupLevel_;
 }
 
-void OrvexPDFDocumentManager::registerUndo(std::function<void(OrvexPDFDocumentManager&)> handler) {
-    if (!undoManager) {
-        return;
-    }
-    // A batch's step is undone last action first: the first edit ends its silence, a marker behind the last one starts
-    // it. A batch without edits leaves no step.
-    const bool marks =
-        batchDepth_ > 0 && !batchIsMarked_ && isBatchGroupOpen() && undoManager->isUndoRegistrationEnabled();
-    if (marks) {
-        handler = [edit = std::move(handler)](OrvexPDFDocumentManager& manager) {
-            edit(manager);
-            manager.endSilence();
-        };
-    }
-    undoManager->registerUndo<OrvexPDFDocumentManager>(shared_from_this(), std::move(handler));
-    batchIsMarked_ = batchIsMarked_ || marks;
+/// A batch's step is undone last action first: the first edit ends its silence, a marker behind the last one starts it.
+/// A batch without edits leaves no step.
+bool OrvexPDFDocumentManager::isToMarkBatch() const {
+    return batchDepth_ > 0 && !batchIsMarked_ && isBatchGroupOpen() && undoManager->isUndoRegistrationEnabled();
 }
 
 void OrvexPDFDocumentManager::registerSilenceStart() {
@@ -296,6 +283,11 @@ bool OrvexPDFDocumentManager::isPageIndexOrEnd(std::int64_t index) const {
     return index >= 0 && index <= pdfDoc->pageCount();
 }
 
+void OrvexPDFDocumentManager::expect(std::int64_t at) const {
+    pagesMeta.expect(static_cast<std::size_t>(at));
+    pdfDoc->expectPage(at);
+}
+
 const OrvexPDFPageMetaPtr& OrvexPDFDocumentManager::metaOrDie(std::int64_t at) const {
     const auto count = static_cast<std::int64_t>(pagesMeta.size());
     if (at < 0 || at >= count) {
@@ -309,6 +301,7 @@ OrvexPDFPagePtr OrvexPDFDocumentManager::page(std::int64_t at) const {
 }
 
 std::optional<OrvexPDFPageMeta> OrvexPDFDocumentManager::meta(std::int64_t at) const {
+    expect(at); // who asks for a record often changes it, and its page with it
     return isPageIndexOrEnd(at) ? std::optional(*metaOrDie(at)) : std::nullopt;
 }
 

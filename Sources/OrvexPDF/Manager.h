@@ -85,7 +85,8 @@ public:
     /// From another thread: returns when what was queued on the main queue has run.
     void wait();
     /// Runs `block` on the calling thread; whatever it edits is one undo step and one piece of news, given when the
-    /// outermost batch ends. Undoing and redoing the step notifies once, too.
+    /// outermost batch ends. Undoing and redoing the step notifies once, too. A batch is no transaction: when `block`
+    /// throws, what it had done stays, is told and can be undone in one step; the exception goes on to the caller.
     void batch(const std::function<void()>& block);
     /// "count": the page count (int64). "pages": a std::vector with a std::map<std::string, std::any> per page, each
     /// describing the first page, by design: "meta" (OrvexPDFPageMeta) and "page", a map with "stringCount" (int64).
@@ -151,6 +152,8 @@ private:
     void measure();
     [[nodiscard]] std::map<std::string, std::any> pageDebugInfo(std::int64_t at) const;
     [[nodiscard]] bool isPageIndexOrEnd(std::int64_t index) const;
+    /// Page and record at an index are about to be used: memory brings both at once.
+    void expect(std::int64_t at) const;
     /// The record at an index that must exist: fatal otherwise.
     [[nodiscard]] const OrvexPDFPageMetaPtr& metaOrDie(std::int64_t at) const;
 
@@ -169,7 +172,8 @@ private:
     void beginBatch();
     void endBatch();
     [[nodiscard]] bool isBatchGroupOpen() const;
-    void registerUndo(std::function<void(OrvexPDFDocumentManager&)> handler);
+    template <class Handler> void registerUndo(Handler handler);
+    [[nodiscard]] bool isToMarkBatch() const;
     void registerSilenceStart();
     void endSilence();
 

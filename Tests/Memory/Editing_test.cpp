@@ -1,4 +1,5 @@
-// Every allocation of every edit fails once: the edit is done and can be undone, or nothing happened.
+// Every allocation of every edit fails, alone or with all that follow: the edit is done and can be undone, or nothing
+// happened.
 #include "Memory/FailingMemory.h"
 #include "OrvexPDF/ManagerSupport.h"
 
@@ -78,6 +79,11 @@ Expected expectedOf(const Edit& edit) {
     return expected;
 }
 
+/// One allocation, or that one and all that follow.
+void failFrom(long at, bool isLasting) {
+    isLasting ? test::failAllocationsFrom(at) : test::failAllocation(at);
+}
+
 void checkHistory(const Desk& desk, const Expected& expected, const std::string& now) {
     const bool isDone = now == expected.after;
     EXPECT_EQ(desk.manager->undoManager->canRedo(), !isDone);
@@ -88,17 +94,14 @@ void checkHistory(const Desk& desk, const Expected& expected, const std::string&
     EXPECT_EQ(desk.state(), now);
 }
 
-TEST_P(FailingEdits, AreDoneAndCanBeUndoneOrNothingHappened) {
-    const auto expected = expectedOf(GetParam());
-    ASSERT_NE(expected.before, expected.after);
-    ASSERT_EQ(expected.steps, 2);
+void checkEdit(const Edit& edit, const Expected& expected, bool isLasting) {
     int failures = 0;
     for (long at = 1; at <= expected.allocations; ++at) {
         SCOPED_TRACE(at);
         Desk desk;
-        test::failAllocation(at);
+        failFrom(at, isLasting);
         try {
-            GetParam().run(desk);
+            edit.run(desk);
         } catch (const std::bad_alloc&) {
             ++failures;
         }
@@ -110,30 +113,58 @@ TEST_P(FailingEdits, AreDoneAndCanBeUndoneOrNothingHappened) {
     EXPECT_GT(failures, 0);
 }
 
-TEST_P(FailingEdits, AreWhollyUndoneAndRedoneOrNotAtAll) {
+TEST_P(FailingEdits, AreDoneAndCanBeUndoneOrNothingHappened) {
     const auto expected = expectedOf(GetParam());
+    ASSERT_NE(expected.before, expected.after);
+    ASSERT_EQ(expected.steps, 2);
+    checkEdit(GetParam(), expected, false);
+}
+
+TEST_P(FailingEdits, LoseNothingWhenMemoryStaysOut) {
+    checkEdit(GetParam(), expectedOf(GetParam()), true);
+}
+
+/// Whether the allocation was reached.
+bool checkReplay(const Edit& edit, const Expected& expected, bool redoing, long at, bool isLasting) {
+    Desk desk;
+    edit.run(desk);
+    auto& history = *desk.manager->undoManager;
+    if (redoing) {
+        history.undo();
+    }
+    failFrom(at, isLasting);
+    bool isThrown = false;
+    try {
+        redoing ? history.redo() : history.undo();
+    } catch (const std::bad_alloc&) {
+        isThrown = true;
+    }
+    const bool isReached = test::stopFailing() >= at;
+    const auto now = desk.state();
+    EXPECT_TRUE(now == expected.after || now == expected.before) << now;
+    EXPECT_LE(isThrown, isReached);
+    EXPECT_EQ(history.canRedo(), now == expected.before);
+    EXPECT_EQ(desk.undoAll(), now == expected.before ? 1 : 2);
+    return isReached;
+}
+
+void checkReplays(const Edit& edit, bool isLasting) {
+    const auto expected = expectedOf(edit);
     for (const bool redoing : {false, true}) {
-        bool fails = true;
-        for (long at = 1; fails; ++at) {
+        bool isReached = true;
+        for (long at = 1; isReached; ++at) {
             SCOPED_TRACE((redoing ? "redo " : "undo ") + std::to_string(at));
-            Desk desk;
-            GetParam().run(desk);
-            if (redoing) {
-                desk.manager->undoManager->undo();
-            }
-            test::failAllocation(at);
-            try {
-                redoing ? desk.manager->undoManager->redo() : desk.manager->undoManager->undo();
-            } catch (const std::bad_alloc&) {
-                SUCCEED();
-            }
-            fails = test::stopFailing() >= at;
-            const auto now = desk.state();
-            EXPECT_TRUE(now == expected.before || now == expected.after) << now;
-            EXPECT_EQ(desk.manager->undoManager->canRedo(), now == expected.before);
-            EXPECT_EQ(desk.undoAll(), now == expected.before ? 1 : 2);
+            isReached = checkReplay(edit, expected, redoing, at, isLasting);
         }
     }
+}
+
+TEST_P(FailingEdits, AreWhollyUndoneAndRedoneOrNotAtAll) {
+    checkReplays(GetParam(), false);
+}
+
+TEST_P(FailingEdits, AreWhollyUndoneAndRedoneOrNotAtAllWhenMemoryStaysOut) {
+    checkReplays(GetParam(), true);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -154,28 +185,30 @@ INSTANTIATE_TEST_SUITE_P(
                     Edit{"insertDocument", [](Desk& d) { d.manager->insert(d.other, 2); }}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
+void editInABatch(Desk& desk) {
+    desk.manager->batch([&] {
+        desk.manager->remove(std::int64_t{0});
+        desk.manager->batch([&] { desk.manager->move({2}, 0); });
+        desk.manager->rotate(0, false);
+    });
+}
+
 /// With its lines and with observers of its news.
 TEST(FailingEdits, OfABatchLeavePagesAndRecordsInStepAndTheBatchClosed) {
-    const auto run = [](Desk& desk) {
-        desk.manager->batch([&] {
-            desk.manager->remove(std::int64_t{0});
-            desk.manager->batch([&] { desk.manager->move({2}, 0); });
-            desk.manager->rotate(0, false);
-        });
-    };
     const test::ManagerLog log;
     const test::News news;
-    const auto expected = expectedOf({"batch", run});
-    for (long at = 1; at <= expected.allocations; ++at) {
+    const auto expected = expectedOf({"batch", editInABatch});
+    for (long at = 1; at <= 2 * expected.allocations; ++at) {
         SCOPED_TRACE(at);
         Desk desk;
-        test::failAllocation(at);
+        failFrom((at + 1) / 2, at % 2 == 0);
+        bool isThrown = false;
         try {
-            run(desk);
+            editInABatch(desk);
         } catch (const std::bad_alloc&) {
-            SUCCEED();
+            isThrown = true;
         }
-        test::stopFailing();
+        EXPECT_LE((at + 1) / 2 * (isThrown ? 1 : 0), test::stopFailing());
         const auto now = desk.state();
         const int steps = desk.undoAll();
         EXPECT_GE(steps, 1);
@@ -184,6 +217,11 @@ TEST(FailingEdits, OfABatchLeavePagesAndRecordsInStepAndTheBatchClosed) {
         }
         EXPECT_EQ(desk.state(), now);
     }
+}
+
+TEST(FailingEdits, OfABatchAreWhollyUndoneAndRedoneOrNotAtAll) {
+    checkReplays({"batch", editInABatch}, false);
+    checkReplays({"batch", editInABatch}, true);
 }
 
 } // namespace

@@ -16,6 +16,7 @@ namespace {
 thread_local bool isCounting = false;
 thread_local long allocations = 0;
 thread_local long chosen = 0;
+thread_local bool staysOut = false; ///< whether all fail from the chosen one on
 
 /// qpdf allocates in destructors, which no exception may leave (of its writer's pipelines, of files): a failure there
 /// ends the process, whatever a caller does.
@@ -31,7 +32,11 @@ bool isOutOfReach() {
 }
 
 bool isToFail() {
-    if (!isCounting || ++allocations != chosen) {
+    if (!isCounting) {
+        return false;
+    }
+    ++allocations;
+    if (allocations != chosen && !(staysOut && allocations > chosen)) {
         return false;
     }
     isCounting = false; // backtrace() allocates
@@ -60,7 +65,13 @@ namespace orvex::test {
 void failAllocation(long number) {
     allocations = 0;
     chosen = number;
+    staysOut = false;
     isCounting = true;
+}
+
+void failAllocationsFrom(long number) {
+    failAllocation(number);
+    staysOut = true;
 }
 
 long stopFailing() {
@@ -87,6 +98,21 @@ TEST(FailingMemory, FailsOnceAndAtTheRightPlace) {
     EXPECT_TRUE(failed && first != nullptr && second != nullptr);
     delete first;
     delete second;
+}
+
+TEST(FailingMemory, StaysOut) {
+    failAllocationsFrom(2);
+    int failures = 0;
+    for (int i = 0; i < 3; ++i) {
+        delete new (std::nothrow) int(i);
+        try {
+            delete new int(i);
+        } catch (const std::bad_alloc&) {
+            ++failures;
+        }
+    }
+    EXPECT_EQ(stopFailing(), 6);
+    EXPECT_EQ(failures, 3);
 }
 
 } // namespace

@@ -115,17 +115,25 @@ TEST(ManagerBatch, SurvivesALoadInside) {
     EXPECT_EQ(manager->silent, 0);
 }
 
-TEST(ManagerBatch, IsClosedWhenTheBlockThrows) {
-    const auto manager = managerOfPages(2);
+TEST(ManagerBatch, KeepsWhatWasDoneAsOneStepWhenTheBlockThrows) {
+    const auto manager = managerOfPages(3);
+    const News news;
     EXPECT_THROW(manager->batch([&] {
         manager->remove(0);
+        manager->rotate(0, true);
         throw std::runtime_error("host");
     }),
                  std::runtime_error);
+    EXPECT_EQ(letters(*manager), "BC");
     EXPECT_EQ(manager->silent, 0);
+    EXPECT_EQ(news.content, 1);
     manager->undoManager->undo();
-    EXPECT_EQ(letters(*manager), "AB");
+    EXPECT_EQ(letters(*manager), "ABC");
     EXPECT_EQ(manager->silent, 0);
+    EXPECT_EQ(news.content, 2);
+    EXPECT_FALSE(manager->undoManager->canUndo());
+    manager->undoManager->redo();
+    EXPECT_EQ(letters(*manager), "BC");
 }
 
 TEST(ManagerBatch, UnderAnAttachedLoopIsStillOneStepAndOnePieceOfNews) {

@@ -49,6 +49,13 @@ public:
     /// Lets one such entry, which there must be, lead elsewhere.
     void redirect(std::uint32_t hash, Place from, Place to) { slots_[find(hash, from)].place = to; }
 
+    /// Has the entries of this hash value fetched from memory.
+    void expect(std::uint32_t hash) const {
+        if (!slots_.empty()) {
+            __builtin_prefetch(&slots_[home(hash)]);
+        }
+    }
+
     /// Calls `visit` with every place; it must not change the table.
     template <class Visit> void visit(std::uint32_t hash, const Visit& visit) const {
         if (slots_.empty()) {

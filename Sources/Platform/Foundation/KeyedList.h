@@ -4,7 +4,8 @@
 #pragma once
 
 #include "Platform/Foundation/HashTable.h"
-#include "Platform/Foundation/Room.h"
+#include "Platform/Foundation/KeyedListBlocks.h"
+#include "Platform/Foundation/Prefetch.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -24,18 +25,12 @@ namespace orvex {
 /// `KeyOf` is a stateless function object that gives a value's key. Keys need not be unique. Positions count from 0.
 /// Values stay where they are in memory and may be changed in place, keys included: position() notices what was changed
 /// through references handed out since it was last called. What throws changes nothing; taking and exchanging need no
-/// memory. A value whose pointer somebody else holds is copied before it is handed out for changing. Not for use by
-/// several threads at once, unless all of them only read and none calls position().
+/// memory, nor does inserting as long as the list held as many values before: what was taken can always be put back.
+/// Fewer than 2^32 values. A value whose pointer somebody else holds is copied before it is handed out for changing.
+/// Not for use by several threads at once, unless all of them only read and none calls position().
 template <class Value, class KeyOf> class KeyedList {
-    struct Block {
-        std::vector<std::shared_ptr<Value>> values;
-        std::vector<std::uint32_t> hashes; ///< under which the table holds them, once there is one
-        std::size_t ordinal = 0;
-    };
-    struct Place {
-        std::size_t block = 0;
-        std::size_t offset = 0;
-    };
+    using Block = KeyedListBlock<Value>;
+    using Place = typename KeyedListBlocks<Value>::Place;
     template <class List, class Element> class Iterator;
 
 public:
@@ -59,37 +54,46 @@ public:
     }
     ~KeyedList() = default;
 
-    [[nodiscard]] std::size_t size() const { return size_; }
-    [[nodiscard]] bool empty() const { return size_ == 0; }
+    [[nodiscard]] std::size_t size() const { return blocks_.size(); }
+    [[nodiscard]] bool empty() const { return size() == 0; }
 
     /// Throws std::out_of_range for a position that holds nothing.
     [[nodiscard]] const Value& at(std::size_t position) const { return *shared(position); }
-    [[nodiscard]] Value& at(std::size_t position) { return touched(occupied(position)); }
+    [[nodiscard]] Value& at(std::size_t position) { return touched(blocks_.occupied(position)); }
     [[nodiscard]] const Value& operator[](std::size_t position) const { return at(position); }
     [[nodiscard]] Value& operator[](std::size_t position) { return at(position); }
     [[nodiscard]] const Value& front() const { return at(0); }
     [[nodiscard]] Value& front() { return at(0); }
-    [[nodiscard]] const Value& back() const { return at(size_ - 1); }
-    [[nodiscard]] Value& back() { return at(size_ - 1); }
+    [[nodiscard]] const Value& back() const { return at(size() - 1); }
+    [[nodiscard]] Value& back() { return at(size() - 1); }
     /// For keeping the value as it is now.
     [[nodiscard]] const pointer& shared(std::size_t position) const {
-        const auto [block, offset] = occupied(position);
-        return blocks_[block]->values[offset];
+        const auto [block, offset] = blocks_.occupied(position);
+        return blocks_[block].value(offset);
+    }
+
+    /// Has the value at `position`, if there is one, fetched from memory while the caller goes on.
+    void expect(std::size_t position) const {
+        if (position < size()) {
+            const auto [block, offset] = blocks_.place(position);
+            prefetchLines(blocks_[block].value(offset).get());
+            table_.expect(blocks_[block].hash(offset));
+        }
     }
 
     [[nodiscard]] const_iterator begin() const { return {*this, 0}; }
-    [[nodiscard]] const_iterator end() const { return {*this, size_}; }
+    [[nodiscard]] const_iterator end() const { return {*this, size()}; }
     [[nodiscard]] iterator begin() {
         forgetTable();
         return {*this, 0};
     }
-    [[nodiscard]] iterator end() { return {*this, size_}; }
+    [[nodiscard]] iterator end() { return {*this, size()}; }
 
     /// Inserts before `position` (0 to size()); throws std::out_of_range otherwise. The pointer must not be null.
     void insert(std::size_t position, pointer value);
     void insert(std::size_t position, Value value) { insert(position, std::make_shared<Value>(std::move(value))); }
-    void push_back(pointer value) { insert(size_, std::move(value)); }
-    void push_back(Value value) { insert(size_, std::move(value)); }
+    void push_back(pointer value) { insert(size(), std::move(value)); }
+    void push_back(Value value) { insert(size(), std::move(value)); }
     template <class... Arguments> Value& emplace_back(Arguments&&... arguments) {
         push_back(std::make_shared<Value>(Value(std::forward<Arguments>(arguments)...)));
         return back();
@@ -98,65 +102,35 @@ public:
     pointer exchange(std::size_t position, pointer value);
     /// Removes and hands back; throws std::out_of_range for a position that holds nothing.
     pointer take(std::size_t position);
-    void pop_back() { take(size_ - 1); }
+    void pop_back() { take(size() - 1); }
     void clear() { KeyedList().swap(*this); }
 
     /// The first position whose value has this key.
     [[nodiscard]] std::optional<std::size_t> position(const key_type& key) const;
 
 private:
-    static constexpr std::size_t blockLimit = 128;
-    static constexpr std::size_t appendLimit = blockLimit / 2; ///< so that insertions find room
     static constexpr std::size_t touchedLimit = 100;
 
     static std::uint32_t hashOf(const key_type& key) { return spreadHash(std::hash<key_type>()(key)); }
     static std::uint32_t hashOf(const pointer& value) { return hashOf(KeyOf()(std::as_const(*value))); }
 
     void swap(KeyedList& other) noexcept {
-        std::swap(blocks_, other.blocks_);
-        std::swap(starts_, other.starts_);
-        std::swap(size_, other.size_);
+        blocks_.swap(other.blocks_);
         std::swap(table_, other.table_);
         std::swap(touched_, other.touched_);
         std::swap(hasTable_, other.hasTable_);
     }
 
-    /// The end is a place in the last block.
-    [[nodiscard]] Place place(std::size_t position) const {
-        if (starts_.empty()) {
-            return {};
-        }
-        std::size_t block = 0;
-        for (auto count = starts_.size(); count > 1; count -= count / 2) { // nothing here for a processor to guess
-            block += starts_[block + count / 2] <= position ? count / 2 : 0;
-        }
-        return {block, position - starts_[block]};
-    }
-
-    [[nodiscard]] Place occupied(std::size_t position) const {
-        if (position >= size_) {
-            throw std::out_of_range("no position " + std::to_string(position) + " among " + std::to_string(size_));
-        }
-        return place(position);
-    }
-
-    void shiftStartsBehind(std::size_t block, std::ptrdiff_t by) {
-        for (auto i = block + 1; i < starts_.size(); ++i) {
-            starts_[i] += static_cast<std::size_t>(by);
-        }
-        size_ += static_cast<std::size_t>(by);
-    }
-
     Value& touched(Place place) {
-        auto& block = *blocks_[place.block];
-        const auto hash = block.hashes[place.offset];
+        auto& block = blocks_[place.block];
+        const auto hash = block.hash(place.offset);
         if (hasTable_ && (touched_.empty() || touched_.back() != hash)) {
             touched_.push_back(hash);
         }
         if (touched_.size() > touchedLimit) {
             forgetTable();
         }
-        return own(block.values[place.offset]);
+        return own(block.value(place.offset));
     }
 
     static Value& own(pointer& value) {
@@ -176,14 +150,14 @@ private:
 
     void leave(Block& block, std::size_t offset) const {
         if (hasTable_) {
-            table_.remove(block.hashes[offset], &block);
+            table_.remove(block.hash(offset), &block);
         }
     }
 
     void reenter(Block& block, std::size_t offset) const {
-        if (const auto hash = hashOf(block.values[offset]); hash != block.hashes[offset]) {
+        if (const auto hash = hashOf(block.value(offset)); hash != block.hash(offset)) {
             leave(block, offset);
-            block.hashes[offset] = enter(block, hash);
+            block.hash(offset) = enter(block, hash);
         }
     }
 
@@ -195,14 +169,8 @@ private:
     }
     void noticeChangedKeys() const;
     void noticeChangedKeys(std::uint32_t hash) const;
-    void numberBlocks(std::size_t from);
-    void addBlock(std::size_t ordinal);
-    void removeBlock(std::size_t ordinal);
-    void split(std::size_t ordinal);
 
-    std::vector<std::unique_ptr<Block>> blocks_;
-    std::vector<std::size_t> starts_; ///< position of each block's first value
-    std::size_t size_ = 0;
+    KeyedListBlocks<Value> blocks_;
     // What is known of keys follows the values when somebody asks.
     mutable HashTable<Block*> table_;
     mutable std::vector<std::uint32_t> touched_;
@@ -218,10 +186,11 @@ public:
     using reference = Element&;
 
     Iterator() = default;
-    Iterator(List& list, std::size_t position) : list_(&list), position_(position), place_(list.place(position)) {}
+    Iterator(List& list, std::size_t position)
+        : list_(&list), position_(position), place_(list.blocks_.place(position)) {}
 
     reference operator*() const {
-        auto& value = list_->blocks_[place_.block]->values[place_.offset];
+        auto& value = list_->blocks_[place_.block].value(place_.offset);
         if constexpr (std::is_const_v<Element>) {
             return *value;
         } else {
@@ -232,8 +201,7 @@ public:
     reference operator[](difference_type distance) const { return *(*this + distance); }
     Iterator& operator++() {
         ++position_;
-        if (++place_.offset == list_->blocks_[place_.block]->values.size() &&
-            place_.block + 1 < list_->blocks_.size()) {
+        if (++place_.offset == list_->blocks_[place_.block].size() && place_.block + 1 < list_->blocks_.size()) {
             place_ = {place_.block + 1, 0};
         }
         return *this;
@@ -261,49 +229,35 @@ private:
 };
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::insert(std::size_t position, pointer value) {
-    if (position > size_) {
-        throw std::out_of_range("cannot insert at " + std::to_string(position) + " among " + std::to_string(size_));
+    if (position > size()) {
+        throw std::out_of_range("cannot insert at " + std::to_string(position) + " among " + std::to_string(size()));
     }
     const auto hash = hasTable_ ? hashOf(value) : 0;
-    table_.reserve(hasTable_ ? size_ + 1 : 0); // entering below needs no memory
-    if (blocks_.empty() || (position == size_ && blocks_.back()->values.size() >= appendLimit)) {
-        addBlock(blocks_.size());
-    }
-    auto at = place(position);
-    if (blocks_[at.block]->values.size() == blockLimit) {
-        split(at.block);
-        at = place(position);
-    }
-    auto& block = *blocks_[at.block];
-    const auto offset = static_cast<std::ptrdiff_t>(at.offset);
-    block.hashes.insert(block.hashes.begin() + offset, enter(block, hash));
-    block.values.insert(block.values.begin() + offset, std::move(value));
-    shiftStartsBehind(at.block, 1);
+    table_.reserve(hasTable_ ? size() + 1 : 0); // entering below needs no memory
+    const auto at = blocks_.placeFor(position, [this](std::uint32_t passed, Block* from, Block* to) {
+        if (hasTable_) {
+            table_.redirect(passed, from, to);
+        }
+    });
+    blocks_.insert(at, std::move(value), enter(blocks_[at.block], hash));
 }
 
 template <class Value, class KeyOf>
 auto KeyedList<Value, KeyOf>::exchange(std::size_t position, pointer value) -> pointer {
-    const auto at = occupied(position);
-    auto& block = *blocks_[at.block];
+    const auto at = blocks_.occupied(position);
+    auto& block = blocks_[at.block];
     const auto hash = hasTable_ ? hashOf(value) : 0;
-    leave(block, at.offset);
-    block.hashes[at.offset] = enter(block, hash);
-    return std::exchange(block.values[at.offset], std::move(value));
+    if (hash != block.hash(at.offset)) {
+        leave(block, at.offset);
+        block.hash(at.offset) = enter(block, hash);
+    }
+    return std::exchange(block.value(at.offset), std::move(value));
 }
 
 template <class Value, class KeyOf> auto KeyedList<Value, KeyOf>::take(std::size_t position) -> pointer {
-    const auto at = occupied(position);
-    auto& block = *blocks_[at.block];
-    leave(block, at.offset);
-    auto value = std::move(block.values[at.offset]);
-    const auto offset = static_cast<std::ptrdiff_t>(at.offset);
-    block.values.erase(block.values.begin() + offset);
-    block.hashes.erase(block.hashes.begin() + offset);
-    shiftStartsBehind(at.block, -1);
-    if (block.values.empty()) {
-        removeBlock(at.block);
-    }
-    return value;
+    const auto at = blocks_.occupied(position);
+    leave(blocks_[at.block], at.offset);
+    return blocks_.take(at);
 }
 
 template <class Value, class KeyOf>
@@ -313,12 +267,9 @@ std::optional<std::size_t> KeyedList<Value, KeyOf>::position(const key_type& key
     const auto hash = hashOf(key);
     // The blocks that may hold it; among the values of one, the first with the key is the first of all.
     table_.visit(hash, [&](const Block* block) {
-        const auto& hashes = block->hashes;
-        for (auto one = std::find(hashes.begin(), hashes.end(), hash); one != hashes.end();
-             one = std::find(one + 1, hashes.end(), hash)) {
-            const auto offset = static_cast<std::size_t>(one - hashes.begin());
-            if (KeyOf()(std::as_const(*block->values[offset])) == key) {
-                const auto found = starts_[block->ordinal] + offset;
+        for (std::size_t offset = 0; offset < block->size(); ++offset) {
+            if (block->hash(offset) == hash && KeyOf()(std::as_const(*block->value(offset))) == key) {
+                const auto found = blocks_.start(*block) + offset;
                 first = first ? std::min(*first, found) : found;
                 break;
             }
@@ -328,11 +279,11 @@ std::optional<std::size_t> KeyedList<Value, KeyOf>::position(const key_type& key
 }
 
 template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::makeTable() const {
-    table_.reserve(size_);
+    table_.reserve(size());
     hasTable_ = true;
     for (const auto& block : blocks_) {
-        for (std::size_t i = 0; i < block->values.size(); ++i) {
-            block->hashes[i] = enter(*block, hashOf(block->values[i]));
+        for (std::size_t i = 0; i < block->size(); ++i) {
+            block->hash(i) = enter(*block, hashOf(block->value(i)));
         }
     }
 }
@@ -348,53 +299,12 @@ template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::noticeChangedK
     std::vector<Block*> blocks; // first: entering moves what the table holds
     table_.visit(hash, [&blocks](Block* block) { blocks.push_back(block); });
     for (auto* block : blocks) {
-        for (std::size_t i = 0; i < block->values.size(); ++i) {
-            if (block->hashes[i] == hash) {
+        for (std::size_t i = 0; i < block->size(); ++i) {
+            if (block->hash(i) == hash) {
                 reenter(*block, i);
             }
         }
     }
-}
-
-template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::numberBlocks(std::size_t from) {
-    for (; from < blocks_.size(); ++from) {
-        blocks_[from]->ordinal = from;
-    }
-}
-
-template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::addBlock(std::size_t ordinal) {
-    const auto at = static_cast<std::ptrdiff_t>(ordinal);
-    auto block = std::make_unique<Block>();
-    block->values.reserve(blockLimit);
-    block->hashes.reserve(blockLimit);
-    makeRoom(blocks_);
-    makeRoom(starts_);
-    starts_.insert(starts_.begin() + at, ordinal < starts_.size() ? starts_[ordinal] : size_);
-    blocks_.insert(blocks_.begin() + at, std::move(block));
-    numberBlocks(ordinal);
-}
-
-template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::removeBlock(std::size_t ordinal) {
-    blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(ordinal));
-    starts_.erase(starts_.begin() + static_cast<std::ptrdiff_t>(ordinal));
-    numberBlocks(ordinal);
-}
-
-template <class Value, class KeyOf> void KeyedList<Value, KeyOf>::split(std::size_t ordinal) {
-    addBlock(ordinal + 1);
-    auto& full = *blocks_[ordinal];
-    auto& added = *blocks_[ordinal + 1];
-    const auto middle = full.values.size() / 2;
-    for (auto i = middle; i < full.values.size(); ++i) {
-        if (hasTable_) {
-            table_.redirect(full.hashes[i], &full, &added);
-        }
-        added.hashes.push_back(full.hashes[i]);
-        added.values.push_back(std::move(full.values[i]));
-    }
-    full.hashes.resize(middle);
-    full.values.resize(middle);
-    starts_[ordinal + 1] = starts_[ordinal] + middle;
 }
 
 } // namespace orvex

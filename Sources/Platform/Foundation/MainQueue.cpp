@@ -186,13 +186,4 @@ std::shared_ptr<void> MainQueue::onEventEnd(std::function<void()> observer) {
     return std::const_pointer_cast<Observer>(kept);
 }
 
-void syncOnMain(const std::function<void()>& block) {
-    auto& queue = MainQueue::shared();
-    if (queue.isMainThread()) {
-        block();
-    } else {
-        queue.sync(block);
-    }
-}
-
 } // namespace orvex

@@ -55,7 +55,14 @@ private:
     std::unique_ptr<State> state_;
 };
 
-/// Runs `block` at once when on the main thread, else synchronously on the main queue.
-void syncOnMain(const std::function<void()>& block);
+/// Runs `block` at once when on the main thread, which needs no memory, else synchronously on the main queue.
+template <class Block> void syncOnMain(const Block& block) {
+    auto& queue = MainQueue::shared();
+    if (queue.isMainThread()) {
+        block();
+    } else {
+        queue.sync(block);
+    }
+}
 
 } // namespace orvex

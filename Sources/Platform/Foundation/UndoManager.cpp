@@ -149,15 +149,17 @@ UndoManager::UndoManager() : state_(std::make_unique<State>()) {
 
 UndoManager::~UndoManager() = default;
 
-void UndoManager::registerAction(Action action) {
+bool UndoManager::isRegistrationWanted() {
     auto& s = *state_;
     if (s.disabled > 0 || (s.dropsReplay && s.replaying())) {
-        return;
+        return false;
     }
-    if (s.takingBack) {
-        ++s.ignored;
-        return;
-    }
+    s.ignored += s.takingBack ? 1U : 0U;
+    return !s.takingBack;
+}
+
+void UndoManager::registerAction(Action action) {
+    auto& s = *state_;
     if (s.open.empty() && !s.groupsByEvent) {
         throw UndoError("registerUndo without an open group while groups are not made by event");
     }

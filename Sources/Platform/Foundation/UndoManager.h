@@ -27,14 +27,15 @@ public:
     UndoManager(const UndoManager&) = delete;
     UndoManager& operator=(const UndoManager&) = delete;
 
-    /// `handler` gets the target back when the action runs; an action whose target is gone is skipped.
-    template <class Target>
-    void registerUndo(const std::shared_ptr<Target>& target, std::function<void(Target&)> handler) {
-        registerAction([weak = std::weak_ptr<Target>(target), handler = std::move(handler)] {
-            if (auto strong = weak.lock()) {
-                handler(*strong);
-            }
-        });
+    /// `handler` is called with the target when the action runs; an action whose target is gone is skipped.
+    template <class Target, class Handler> void registerUndo(const std::shared_ptr<Target>& target, Handler handler) {
+        if (isRegistrationWanted()) {
+            registerAction([weak = std::weak_ptr<Target>(target), handler = std::move(handler)] {
+                if (auto strong = weak.lock()) {
+                    handler(*strong);
+                }
+            });
+        }
     }
 
     /// Registering and grouping do all or, where memory runs out, nothing.
@@ -51,7 +52,7 @@ public:
 
     /// Runs the newest step's actions, last registered first. Nothing to undo: does nothing. When an action throws,
     /// what those before it did is taken back by the inverses that they registered, and the step stays whole; where
-    /// that fails too, what was not run stays.
+    /// that fails too, what was not run stays. What is registered meanwhile is ignored, and takes no memory.
     void undo();
     void redo();
     [[nodiscard]] bool canUndo() const;
@@ -74,6 +75,8 @@ public:
 
 private:
     using Action = std::function<void()>;
+    /// Notes, too, that what a failed replay does again got as far as registering.
+    [[nodiscard]] bool isRegistrationWanted();
     void registerAction(Action action);
     void replay(std::vector<std::vector<Action>>& from, std::vector<std::vector<Action>>& to, bool& flag);
     struct State;

@@ -186,11 +186,8 @@ private:
     /// Clips to the inside of the frame and sets the text's colour.
     void open(double border) {
         content_ += "/Tx BMC\nq\n";
-        for (const double number : {border, border, box_.width - 2 * border, box_.height - 2 * border}) {
-            appendNumber(content_, number);
-            content_ += ' ';
-        }
-        content_ += "re W n\n" + defaults_.color;
+        appendOperator(content_, {border, border, box_.width - 2 * border, box_.height - 2 * border}, "re W n");
+        content_ += defaults_.color;
     }
 
     std::set<std::string> chosenOf(QPDFObjectHandle widget) {
@@ -225,11 +222,7 @@ private:
             }
             if (chosen.contains(option.value)) {
                 content_ += "q\n0.6 0.75686 0.8549 rg\n"; // the bar's usual colour
-                for (const double number : {0.0, top - row, box_.width, row}) {
-                    appendNumber(content_, number);
-                    content_ += ' ';
-                }
-                content_ += "re f\nQ\n";
+                appendOperator(content_, {0.0, top - row, box_.width, row}, "re f\nQ");
             }
             fonts_.show(content_, usedFonts_, font, option.shown, size, {2 + frame.width, top - 0.9 * size});
         }
@@ -269,13 +262,9 @@ private:
         constexpr double advance = 0.8; // of the usual marks
         constexpr double rise = 0.7;    // and their height above the baseline
         content_ += "q\nBT\n" + defaults_.color + "/ZaDb ";
-        appendNumber(content_, size);
-        content_ += " Tf\n";
-        for (const double number : {(box_.width - advance * size) / 2, (box_.height - rise * size) / 2}) {
-            appendNumber(content_, number);
-            content_ += ' ';
-        }
-        content_ += "Td\n" + QPDFObjectHandle::newString(mark).unparse() + " Tj\nET\nQ\n";
+        appendOperator(content_, {size}, "Tf");
+        appendOperator(content_, {(box_.width - advance * size) / 2, (box_.height - rise * size) / 2}, "Td");
+        content_ += QPDFObjectHandle::newString(mark).unparse() + " Tj\nET\nQ\n";
     }
 
     /// Readers fit it into the annotation's rectangle, so that its matrix only turns it.

@@ -5,9 +5,14 @@
 
 #include <qpdf/QPDFObjectHandle.hh>
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace orvex {
+
+/// Operands and their operator, on a line.
+void appendOperator(std::string& content, std::initializer_list<double> operands, std::string_view operation);
 
 /// What a widget's /MK, /BS and /Border ask for.
 struct FieldFrame {

@@ -6,21 +6,12 @@
 
 #include <algorithm>
 #include <array>
-#include <initializer_list>
 
 namespace orvex {
 
 namespace {
 
 constexpr double widest = 100;
-
-void append(std::string& content, std::initializer_list<double> numbers, const char* operation) {
-    for (const double number : numbers) {
-        appendNumber(content, number);
-        content += ' ';
-    }
-    content.append(operation).append("\n");
-}
 
 /// The operator for a colour of one, three or four components; empty for others, which mean none.
 std::string colorOperator(QPDFObjectHandle color, const std::array<const char*, 3>& names) {
@@ -58,11 +49,11 @@ void appendEllipse(std::string& content, Size box, double inset) {
     const double y = box.height / 2;
     const double r = std::max(0.0, std::min(x, y) - inset);
     const double k = r * circle;
-    append(content, {x + r, y}, "m");
-    append(content, {x + r, y + k, x + k, y + r, x, y + r}, "c");
-    append(content, {x - k, y + r, x - r, y + k, x - r, y}, "c");
-    append(content, {x - r, y - k, x - k, y - r, x, y - r}, "c");
-    append(content, {x + k, y - r, x + r, y - k, x + r, y}, "c");
+    appendOperator(content, {x + r, y}, "m");
+    appendOperator(content, {x + r, y + k, x + k, y + r, x, y + r}, "c");
+    appendOperator(content, {x - k, y + r, x - r, y + k, x - r, y}, "c");
+    appendOperator(content, {x - r, y - k, x - k, y - r, x, y - r}, "c");
+    appendOperator(content, {x + k, y - r, x + r, y - k, x + r, y}, "c");
     content += "h\n";
 }
 
@@ -71,23 +62,31 @@ void appendEdges(std::string& content, Size box, double width, bool isRaised) {
     const double w = box.width - width;
     const double h = box.height - width;
     content += isRaised ? "1 g\n" : "0.5 g\n";
-    append(content, {width, width}, "m");
-    append(content, {width, h}, "l");
-    append(content, {w, h}, "l");
-    append(content, {w - width, h - width}, "l");
-    append(content, {2 * width, h - width}, "l");
-    append(content, {2 * width, 2 * width}, "l");
+    appendOperator(content, {width, width}, "m");
+    appendOperator(content, {width, h}, "l");
+    appendOperator(content, {w, h}, "l");
+    appendOperator(content, {w - width, h - width}, "l");
+    appendOperator(content, {2 * width, h - width}, "l");
+    appendOperator(content, {2 * width, 2 * width}, "l");
     content += isRaised ? "f\n0.5 g\n" : "f\n0.75 g\n";
-    append(content, {w, h}, "m");
-    append(content, {w, width}, "l");
-    append(content, {width, width}, "l");
-    append(content, {2 * width, 2 * width}, "l");
-    append(content, {w - width, 2 * width}, "l");
-    append(content, {w - width, h - width}, "l");
+    appendOperator(content, {w, h}, "m");
+    appendOperator(content, {w, width}, "l");
+    appendOperator(content, {width, width}, "l");
+    appendOperator(content, {2 * width, 2 * width}, "l");
+    appendOperator(content, {w - width, 2 * width}, "l");
+    appendOperator(content, {w - width, h - width}, "l");
     content += "f\n";
 }
 
 } // namespace
+
+void appendOperator(std::string& content, std::initializer_list<double> operands, std::string_view operation) {
+    for (const double number : operands) {
+        appendNumber(content, number);
+        content += ' ';
+    }
+    content.append(operation).append("\n");
+}
 
 FieldFrame::FieldFrame(QPDFObjectHandle widget) {
     if (auto look = widget.getKey("/MK"); look.isDictionary()) {
@@ -113,7 +112,7 @@ std::string FieldFrame::rectangle(Size box) const {
     std::string content;
     if (!fill.empty()) {
         content += "q\n" + fill;
-        append(content, {0, 0, box.width, box.height}, "re f\nQ");
+        appendOperator(content, {0, 0, box.width, box.height}, "re f\nQ");
     }
     if (width <= 0) {
         return content;
@@ -123,12 +122,12 @@ std::string FieldFrame::rectangle(Size box) const {
         appendEdges(content, box, width, style == 'B');
     }
     content += stroke + (style == 'D' ? dashes : "");
-    append(content, {width}, "w");
+    appendOperator(content, {width}, "w");
     if (style == 'U') {
-        append(content, {0, width / 2}, "m");
-        append(content, {box.width, width / 2}, "l S\nQ");
+        appendOperator(content, {0, width / 2}, "m");
+        appendOperator(content, {box.width, width / 2}, "l S\nQ");
     } else {
-        append(content, {width / 2, width / 2, box.width - width, box.height - width}, "re S\nQ");
+        appendOperator(content, {width / 2, width / 2, box.width - width, box.height - width}, "re S\nQ");
     }
     return content;
 }
@@ -142,7 +141,7 @@ std::string FieldFrame::circle(Size box) const {
     }
     if (width > 0) {
         content += "q\n" + stroke + (style == 'D' ? dashes : "");
-        append(content, {width}, "w");
+        appendOperator(content, {width}, "w");
         appendEllipse(content, box, width / 2);
         content += "S\nQ\n";
     }
@@ -155,10 +154,10 @@ std::string FieldFrame::dividers(Size box, int cells) const {
         return content;
     }
     content = "q\n" + stroke;
-    append(content, {width}, "w");
+    appendOperator(content, {width}, "w");
     for (int i = 1; i < cells; ++i) {
-        append(content, {i * box.width / cells, 0}, "m");
-        append(content, {i * box.width / cells, box.height}, "l");
+        appendOperator(content, {i * box.width / cells, 0}, "m");
+        appendOperator(content, {i * box.width / cells, box.height}, "l");
     }
     return content + "S\nQ\n";
 }

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Strings.h"
 #include "Platform/PDF/ContentStream_p.h"
+#include "Platform/PDF/FieldFrame_p.h"
 #include "Platform/PDF/Reading/TextFontObjects_p.h"
 
 #include <qpdf/QPDF.hh>
@@ -250,12 +251,9 @@ void FieldFonts::show(std::string& content, QPDFObjectHandle used, const FieldFo
     }
     content += "BT\n/OrvexField ";
     used.replaceKey("/OrvexField", font.object);
-    for (const auto& [value, operation] : {std::pair(size, " Tf\n"), std::pair(baseline.x, " ")}) {
-        appendNumber(content, value);
-        content += operation;
-    }
-    appendNumber(content, baseline.y);
-    content += " Td\n" + QPDFObjectHandle::newString(*codes).unparse() + " Tj\nET\n";
+    appendOperator(content, {size}, "Tf");
+    appendOperator(content, {baseline.x, baseline.y}, "Td");
+    content += QPDFObjectHandle::newString(*codes).unparse() + " Tj\nET\n";
 }
 
 void FieldFonts::embed() {

@@ -50,6 +50,8 @@ public:
     [[nodiscard]] PDFPagePtr page(std::int64_t at) const;
     /// Index of this very page object, or notFound.
     [[nodiscard]] std::int64_t index(const PDFPage* page) const;
+    /// Has the page at an index, if there is one, fetched from memory while the caller goes on.
+    void expectPage(std::int64_t at) const { pages_.expect(static_cast<std::size_t>(at)); }
     /// Inserts before `at` (0 to pageCount()); throws std::out_of_range otherwise. Never touches another document.
     void insertPage(PDFPagePtr page, std::int64_t at);
     void removePage(std::int64_t at);

@@ -1,6 +1,8 @@
 #include "Platform/PDF/Saving/RemovedPages_p.h"
 
 #include "Platform/PDF/Saving/Items_p.h"
+#include "Platform/PDF/Saving/TreePruner_p.h"
+
 #include <algorithm>
 #include <optional>
 #include <set>
@@ -8,12 +10,6 @@
 namespace orvex {
 
 namespace {
-
-void remove(QPDF& target, const QPDFObjectHandle& object) {
-    if (object.isIndirect()) {
-        target.replaceObject(object.getObjGen(), QPDFObjectHandle::newNull());
-    }
-}
 
 std::set<QPDFObjGen> annotationsOf(const std::vector<QPDFObjectHandle>& pages) {
     std::set<QPDFObjGen> all;
@@ -43,68 +39,38 @@ bool isGoneField(QPDFObjectHandle field) {
     return field.isNull() || (field.isDictionary() && isGone(field.getKey("/P")) && !field.hasKey("/Kids"));
 }
 
-/// A node of the tree of fields on the way down and up again.
-struct FieldFrame {
-    QPDFObjectHandle node;
-    std::vector<QPDFObjectHandle> kids;
-    std::size_t next = 0;
-    std::vector<QPDFObjectHandle> kept;
-};
-
-class FieldPruner {
+class FieldPruner : TreePruner {
 public:
-    explicit FieldPruner(QPDF& target) : target_(target) {}
+    explicit FieldPruner(QPDF& target) : TreePruner(target) {}
 
     /// What is left of a list of fields; none when nothing changed.
     std::optional<QPDFObjectHandle> pruned(const QPDFObjectHandle& fields) {
-        FieldFrame top{QPDFObjectHandle::newNull(), items(fields), 0, {}};
-        const std::size_t before = top.kids.size();
-        frames_.push_back(std::move(top));
-        while (frames_.size() > 1 || frames_.back().next < frames_.back().kids.size()) {
-            step();
-        }
-        top = std::move(frames_.back());
-        frames_.clear();
-        return top.kept.size() == before ? std::nullopt : std::optional(QPDFObjectHandle::newArray(top.kept));
+        const auto top = walked({QPDFObjectHandle::newNull(), items(fields), false, 0, {}});
+        return top.hasLost() ? std::optional(QPDFObjectHandle::newArray(top.kept)) : std::nullopt;
     }
 
 private:
-    void step() {
-        auto& frame = frames_.back();
-        if (frame.next == frame.kids.size()) {
-            finish();
-            return;
-        }
-        auto kid = frame.kids[frame.next++];
+    [[nodiscard]] Node nodeOf(const QPDFObjectHandle& field) const override {
+        return {field, items(QPDFObjectHandle(field).getKey("/Kids")), false, 0, {}};
+    }
+
+    Fate fateOf(const QPDFObjectHandle& kid, const Node& /*parent*/, bool isNew) override {
         if (isGoneField(kid)) {
-            remove(target_, kid);
-            return;
+            remove(kid);
+            return Fate::dropped;
         }
-        const bool again = kid.isIndirect() && !seen_.insert(kid.getObjGen()).second;
-        auto kids = kid.isDictionary() && !again ? items(kid.getKey("/Kids")) : std::vector<QPDFObjectHandle>{};
-        if (kids.empty()) {
-            frame.kept.push_back(kid);
-        } else {
-            frames_.push_back({kid, std::move(kids), 0, {}});
-        }
+        QPDFObjectHandle field = kid;
+        const bool hasKids = field.isDictionary() && !items(field.getKey("/Kids")).empty();
+        return hasKids && isNew ? Fate::walked : Fate::kept;
     }
 
-    void finish() {
-        FieldFrame done = std::move(frames_.back());
-        frames_.pop_back();
-        if (done.kept.empty()) {
-            remove(target_, done.node);
-            return;
-        }
-        if (done.kept.size() != done.kids.size()) {
-            done.node.replaceKey("/Kids", QPDFObjectHandle::newArray(done.kept));
-        }
-        frames_.back().kept.push_back(done.node);
-    }
+    [[nodiscard]] bool isLeft(const Node& field) const override { return !field.kept.empty(); }
 
-    QPDF& target_;
-    std::vector<FieldFrame> frames_;
-    std::set<QPDFObjGen> seen_;
+    void settle(Node& field) override {
+        if (field.hasLost()) {
+            field.object.replaceKey("/Kids", QPDFObjectHandle::newArray(field.kept));
+        }
+    }
 };
 
 QPDFObjectHandle withoutGone(const QPDFObjectHandle& list) {
@@ -158,7 +124,7 @@ void removePages(QPDF& target, const std::vector<QPDFObjectHandle>& removed,
         target.replaceObject(og, QPDFObjectHandle::newNull());
     }
     for (const auto& page : removed) {
-        remove(target, page);
+        target.replaceObject(page.getObjGen(), QPDFObjectHandle::newNull()); // pages always are objects of their own
     }
 }
 

@@ -1,6 +1,7 @@
 #include "Platform/PDF/Saving/StructureTree_p.h"
 
 #include "Platform/PDF/Saving/Items_p.h"
+#include "Platform/PDF/Saving/TreePruner_p.h"
 #include "Platform/PDF/Saving/Trees_p.h"
 
 #include <algorithm>
@@ -17,61 +18,34 @@ std::vector<QPDFObjectHandle> kidsOf(QPDFObjectHandle element) {
     return kids.isNull() && !kids.isIndirect() ? std::vector<QPDFObjectHandle>{} : std::vector<QPDFObjectHandle>{kids};
 }
 
-/// An element on the way down and up again.
-struct ElementFrame {
-    QPDFObjectHandle element;
-    bool pageGone;
-    std::vector<QPDFObjectHandle> kids;
-    std::size_t next = 0;
-    std::vector<QPDFObjectHandle> kept;
-};
-
-class StructurePruner {
+class StructurePruner : TreePruner {
 public:
-    StructurePruner(QPDF& target, const std::set<QPDFObjGen>& pictures) : target_(target), pictures_(pictures) {}
+    StructurePruner(QPDF& target, const std::set<QPDFObjGen>& pictures) : TreePruner(target), pictures_(pictures) {}
 
     void prune(const QPDFObjectHandle& root) {
-        seen_.insert(root.getObjGen());
-        enter(root);
-        while (frames_.size() > 1 || frames_.back().next < frames_.back().kids.size()) {
-            step();
-        }
-        keepKids(frames_.back());
+        auto left = walked(nodeOf(root));
+        settle(left);
     }
 
 private:
-    void enter(QPDFObjectHandle element) {
-        frames_.push_back({element, hasNoContent(element.getKey("/Pg")), kidsOf(element), 0, {}});
+    [[nodiscard]] Node nodeOf(const QPDFObjectHandle& element) const override {
+        return {element, kidsOf(element), hasNoContent(QPDFObjectHandle(element).getKey("/Pg")), 0, {}};
     }
 
     [[nodiscard]] bool hasNoContent(const QPDFObjectHandle& page) const {
         return isGone(page) || (page.isIndirect() && pictures_.contains(page.getObjGen()));
     }
 
-    void step() {
-        auto& frame = frames_.back();
-        if (frame.next == frame.kids.size()) {
-            finish();
-            return;
+    Fate fateOf(const QPDFObjectHandle& kid, const Node& parent, bool isNew) override {
+        QPDFObjectHandle object = kid;
+        if (!object.isDictionary()) {
+            const bool isLost = object.isNull() || (object.isInteger() && parent.isPageGone);
+            return isLost ? Fate::dropped : Fate::kept;
         }
-        auto kid = frame.kids[frame.next++];
-        if (!kid.isDictionary()) {
-            if (!kid.isNull() && !(kid.isInteger() && frame.pageGone)) {
-                frame.kept.push_back(kid);
-            }
-            return;
+        if (object.isDictionaryOfType("/MCR") || object.isDictionaryOfType("/OBJR")) {
+            return isGoneContent(object, parent.isPageGone) ? Fate::dropped : Fate::kept;
         }
-        if (kid.isDictionaryOfType("/MCR") || kid.isDictionaryOfType("/OBJR")) {
-            if (!isGoneContent(kid, frame.pageGone)) {
-                frame.kept.push_back(kid);
-            }
-            return;
-        }
-        if (kid.isIndirect() && !seen_.insert(kid.getObjGen()).second) {
-            frame.kept.push_back(kid);
-            return;
-        }
-        enter(kid);
+        return isNew ? Fate::walked : Fate::kept;
     }
 
     /// Marked content or an object on a page; `pageGone`: the element's own page is.
@@ -83,33 +57,20 @@ private:
         return hasNoContent(page) || (page.isNull() && pageGone);
     }
 
-    void finish() {
-        ElementFrame done = std::move(frames_.back());
-        frames_.pop_back();
-        const bool nothingLeft = done.kept.empty() && (!done.kids.empty() || done.pageGone);
-        if (nothingLeft) {
-            if (done.element.isIndirect()) {
-                target_.replaceObject(done.element.getObjGen(), QPDFObjectHandle::newNull());
-            }
-            return;
-        }
-        keepKids(done);
-        frames_.back().kept.push_back(done.element);
+    [[nodiscard]] bool isLeft(const Node& element) const override {
+        return !element.kept.empty() || (element.kids.empty() && !element.isPageGone);
     }
 
-    static void keepKids(ElementFrame& frame) {
-        if (frame.kept.size() != frame.kids.size()) {
-            frame.element.replaceKey("/K", QPDFObjectHandle::newArray(frame.kept));
+    void settle(Node& element) override {
+        if (element.hasLost()) {
+            element.object.replaceKey("/K", QPDFObjectHandle::newArray(element.kept));
         }
-        if (isGone(frame.element.getKey("/Pg"))) {
-            frame.element.removeKey("/Pg");
+        if (isGone(element.object.getKey("/Pg"))) {
+            element.object.removeKey("/Pg");
         }
     }
 
-    QPDF& target_;
     const std::set<QPDFObjGen>& pictures_;
-    std::vector<ElementFrame> frames_;
-    std::set<QPDFObjGen> seen_;
 };
 
 bool knowsNothing(QPDFObjectHandle entry) {

@@ -1,23 +1,11 @@
 // Form fields, annotations and signatures after pages were removed, moved or inserted.
-#include "Support/Command.h"
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
+#include "Platform/PDF/Saving/SavingTests.h"
 #include "Support/TempFolder.h"
-
-#include <gmock/gmock.h>
 
 #include <fstream>
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pageShowing;
-using test::pdfFromPages;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 std::string widget(const std::string& more) {
     return "<< /Type /Annot /Subtype /Widget /Rect [72 600 272 640] /F 4 /AP << /N 15 0 R >> " + more + " >>";

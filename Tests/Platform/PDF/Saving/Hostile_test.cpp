@@ -1,18 +1,9 @@
 // Structures that go round in circles, nest without end or are of the wrong kind: saving ends, in time that grows with
 // the file, and qpdf finds nothing wrong with what comes out.
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pageShowing;
-using test::pdfFromPages;
-using test::SavedDocument;
 
 struct Hostile {
     std::string name;

@@ -1,18 +1,7 @@
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pageShowing;
-using test::pdfFromPages;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 /// A page whose grey bar is on the layer `name`, and a page on another layer; `state` goes into the configuration.
 Bytes layered(const std::string& name, const std::string& state) {

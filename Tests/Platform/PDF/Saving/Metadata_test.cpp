@@ -1,16 +1,7 @@
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 /// What poppler reads of the metadata of a file whose packet holds `properties` once it is stamped.
 std::string stamped(const std::string& properties, const std::string& attributes = {}) {

@@ -1,16 +1,9 @@
-#include "Support/Command.h"
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
 
-using test::opened;
 using test::pagesShowing;
-using test::SavedDocument;
 
 /// The labels as pdf.js would print them, by way of qpdf: "start style prefix number" per range.
 std::string ranges(const PDFDocument& document) {

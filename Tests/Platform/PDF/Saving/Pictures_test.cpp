@@ -1,19 +1,9 @@
 // Pages of whose content a picture is left: what stood on them and what led to them.
+#include "Platform/PDF/Saving/SavingTests.h"
 #include "Support/ImageFixture.h"
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pdfFromPages;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 /// A white picture of the page as it is shown, in the page's place.
 void becomePicture(PDFDocument& document, std::int64_t at) {

@@ -1,20 +1,8 @@
 // Outline, named destinations, links and actions after pages were removed, moved or inserted.
-#include "Support/Command.h"
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pageShowing;
-using test::pdfFromPages;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 /// Three pages (objects 5, 7, 9) with an outline of four items: Alpha > Beta, Gamma, By name.
 Bytes outlined() {

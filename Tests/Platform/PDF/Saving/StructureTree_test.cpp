@@ -1,20 +1,8 @@
 // Tags after pages were removed, moved or inserted.
-#include "Support/Command.h"
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pageShowing;
-using test::pdfFromPages;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 /// Two pages: a heading on each, a paragraph over both, a link on the second; the role /Head stands for H1 or `role`.
 Bytes tagged(const std::string& first, const std::string& second, const std::string& role = "/H1",

@@ -1,19 +1,8 @@
 // What whole documents bring along, and pages of them do not: outline and attached files.
-#include "Support/OpenDocument.h"
-#include "Support/Pages.h"
-#include "Support/SavedDocument.h"
-
-#include <gmock/gmock.h>
+#include "Platform/PDF/Saving/SavingTests.h"
 
 namespace orvex {
 namespace {
-
-using test::opened;
-using test::pageShowing;
-using test::pdfFromPages;
-using test::SavedDocument;
-using testing::HasSubstr;
-using testing::Not;
 
 /// Two pages with an outline of a chapter and a section, and a file attached.
 Bytes book(const std::string& title) {
