@@ -46,6 +46,7 @@ private:
     void placePages();
     QPDFObjectHandle placeLoaded(const PDFPage& page, const LoadedPageContent& content);
     PageImport& importFor(const LoadedPageContent& content, int copy);
+    void requirePage(QPDFObjectHandle object);
     void copyPages();
     void buildTree();
     void drawPages();

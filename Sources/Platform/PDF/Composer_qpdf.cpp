@@ -139,11 +139,20 @@ QPDFObjectHandle Composer::placeLoaded(const PDFPage& page, const LoadedPageCont
         } else if (document_.kept && base_->knownRotation(content.index) == page.rotation()) {
             document_.kept->keepPage(object.getObjGen());
         }
+        requirePage(object);
         return object;
     }
     auto object = target_->makeIndirectObject(QPDFObjectHandle::newDictionary());
     importFor(content, copy).add(content.index, object, asPicture);
     return object;
+}
+
+/// Of some damaged pages qpdf makes nothing, but readers count them.
+void Composer::requirePage(QPDFObjectHandle object) {
+    if (!document_.isKept(object) && !object.isDictionary()) {
+        target_->replaceObject(object.getObjGen(), QPDFObjectHandle::parse("<< /Type /Page >>"));
+        document_.pagesChanged = true;
+    }
 }
 
 PageImport& Composer::importFor(const LoadedPageContent& content, int copy) {
@@ -176,8 +185,9 @@ void Composer::copyPages() {
 
 void Composer::buildTree() {
     auto& basePages = document_.basePages;
-    document_.pagesChanged =
-        !std::ranges::equal(objects_, basePages, [](auto& a, auto& b) { return a.getObjGen() == b.getObjGen(); });
+    document_.pagesChanged = document_.pagesChanged || !std::ranges::equal(objects_, basePages, [](auto& a, auto& b) {
+                                 return a.getObjGen() == b.getObjGen();
+                             });
     document_.goneTagKeys = contentTagKeysOf(*target_, document_.pictures);
     auto root = target_->getRoot().getKey("/Pages");
     if (!document_.pagesChanged) {

@@ -180,6 +180,22 @@ TEST(Saving, ACountOfPagesThatIsMissingIsWritten) {
     EXPECT_EQ(SavedDocument(*document).tool("qpdf --show-npages"), "1\n");
 }
 
+/// A comment that begins in the middle of a dictionary hides its end; poppler and qpdf count the page all the same.
+TEST(Saving, APageThatCannotBeParsedIsAnEmptyPage) {
+    std::string text(pagesShowing({"one", "two"}).text());
+    text[text.rfind("/Parent") + 2] = '%';
+    for (const bool moved : {false, true}) {
+        const auto document = opened(Bytes::copyOf(text));
+        ASSERT_EQ(document->pageCount(), 2);
+        if (moved) {
+            moveFirstPageToTheEnd(*document);
+        }
+        const SavedDocument saved(*document);
+        EXPECT_EQ(saved.words(), moved ? "|one |" : "one ||");
+        EXPECT_EQ(opened(*document->dataRepresentation())->pageCount(), 2);
+    }
+}
+
 TEST(Saving, RotationIsWritten) {
     const auto document = opened(pagesShowing({"Alpha"}));
     document->page(0)->setRotation(270);

@@ -22,7 +22,7 @@ struct Composition {
     std::vector<PlacedPage> pages;                    ///< in the document's order
     std::vector<QPDFObjectHandle> basePages;          ///< by number; null objects where a page was removed
     std::vector<std::unique_ptr<PageImport>> imports; ///< in the order in which their first pages stand in the document
-    bool pagesChanged = false;                        ///< other pages than the base's, or another order
+    bool pagesChanged = false;                        ///< other pages than the base's, another order, or one made up
     bool pagesRemoved = false;                        ///< pages of the base are missing
     std::set<QPDFObjGen> pictures;                    ///< pages of the base of whose content a picture is left
     std::set<long long> goneTagKeys;                  ///< what the parent tree called what is missing of the base
