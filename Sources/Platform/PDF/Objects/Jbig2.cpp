@@ -12,7 +12,7 @@ namespace {
 constexpr std::int64_t mostPixels = std::int64_t{1} << 28;
 /// Pages are drawn over more than once, in parts; more than this many seconds and megabytes no page needs.
 constexpr std::int64_t mostUnits = std::int64_t{1} << 29;
-constexpr std::int64_t freeUnits = std::int64_t{1} << 26;
+constexpr std::int64_t freeUnits = std::int64_t{1} << 25;
 constexpr std::int64_t unitsOfAPixel = 16;
 
 } // namespace
