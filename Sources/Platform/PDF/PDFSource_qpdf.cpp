@@ -110,6 +110,14 @@ std::shared_ptr<QPDF> parseWithOrWithout(const Bytes& bytes, std::string& passwo
     }
 }
 
+std::optional<Rect> rectangleOf(const std::array<double, 4>& corner) {
+    const auto [left, right] = std::minmax(corner[0], corner[2]);
+    const auto [bottom, top] = std::minmax(corner[1], corner[3]);
+    const Rect rect{left, bottom, right - left, top - bottom};
+    const bool usable = std::isfinite(rect.width) && std::isfinite(rect.height) && rect.width > 0 && rect.height > 0;
+    return usable ? std::optional(rect) : std::nullopt;
+}
+
 std::optional<Rect> rectangle(QPDFObjectHandle array) {
     if (!array.isArray() || array.getArrayNItems() != 4) {
         return std::nullopt;
@@ -120,11 +128,28 @@ std::optional<Rect> rectangle(QPDFObjectHandle array) {
             return std::nullopt;
         }
     }
-    const auto [left, right] = std::minmax(corner[0], corner[2]);
-    const auto [bottom, top] = std::minmax(corner[1], corner[3]);
-    const Rect rect{left, bottom, right - left, top - bottom};
-    const bool usable = std::isfinite(rect.width) && std::isfinite(rect.height) && rect.width > 0 && rect.height > 0;
-    return usable ? std::optional(rect) : std::nullopt;
+    return rectangleOf(corner);
+}
+
+/// The media box among plainly spelled attributes; none where a parser may still find one.
+std::optional<Rect> plainMediaBox(std::string_view attributes) {
+    std::vector<TextEntry> entries;
+    const bool isPlain = TextScanner(attributes).dictionary(entries);
+    const auto* value = isPlain ? findEntry(entries, "/MediaBox") : nullptr;
+    if (value == nullptr || value->kind != TextKind::array) {
+        return std::nullopt;
+    }
+    TextScanner items(value->text, 1);
+    std::array<double, 4> corner{};
+    for (double& number : corner) {
+        const auto item = items.value();
+        const auto read = numberOf(item ? &*item : nullptr);
+        if (!read) {
+            return std::nullopt;
+        }
+        number = *read;
+    }
+    return items.rest() == "]" ? rectangleOf(corner) : std::nullopt;
 }
 
 Rect intersection(const Rect& a, const Rect& b) {
@@ -242,6 +267,9 @@ Rect PDFSource::box(int page, PDFDisplayBox box) const {
     const std::lock_guard lock(mutex_);
     PageText text;
     const bool readable = readPage(page, PageTexts::Wanted::boxes, text);
+    if (const auto media = readable && box == PDFDisplayBox::media ? plainMediaBox(text.attributes) : std::nullopt) {
+        return *media;
+    }
     const Rect found = pageBox(readable ? QPDFObjectHandle::parse(pdf_.get(), text.attributes) : this->page(page), box);
     requireMemory();
     return found;

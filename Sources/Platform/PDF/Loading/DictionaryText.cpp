@@ -276,6 +276,16 @@ std::optional<int> integerOf(const TextValue* value) {
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
+std::optional<double> numberOf(const TextValue* value) {
+    if (value == nullptr || value->kind != TextKind::real) {
+        return integerOf(value);
+    }
+    const std::string_view text = value->text.substr(value->text.front() == '+' ? 1 : 0);
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
 std::optional<QPDFObjGen> referenceOf(const TextValue* value) {
     if (value == nullptr || value->kind != TextKind::reference) {
         return std::nullopt;

@@ -67,6 +67,8 @@ private:
 [[nodiscard]] bool hasEntry(const std::vector<TextEntry>& entries, std::string_view key);
 /// None for what is no integer, and for one of more than nine digits.
 [[nodiscard]] std::optional<int> integerOf(const TextValue* value);
+/// The same of integers, and of reals that have digits.
+[[nodiscard]] std::optional<double> numberOf(const TextValue* value);
 /// None for what is no reference.
 [[nodiscard]] std::optional<QPDFObjGen> referenceOf(const TextValue* value);
 
