@@ -94,14 +94,23 @@ bool holds(const Keys& keys, const std::set<std::string>& wanted) {
                        [&](const std::string& key) { return std::find(keys.begin(), keys.end(), key) != keys.end(); });
 }
 
+/// The number of the object stream that holds an object; none for one that stands in the file itself.
+std::optional<int> streamThatHolds(const PDFSource& source, QPDFObjGen object) {
+    if (const auto* const table = source.objectTable()) {
+        const auto position = table->position(object);
+        const bool isPacked = position && (*table)[*position].packed;
+        return isPacked ? std::optional(static_cast<int>((*table)[*position].at)) : std::nullopt;
+    }
+    const auto table = source.pdf().getXRefTable(); // a copy
+    const auto entry = table.find(object);
+    const bool isPacked = entry != table.end() && entry->second.getType() == 2;
+    return isPacked ? std::optional(entry->second.getObjStreamNumber()) : std::nullopt;
+}
+
 /// The decoded object stream that holds an object. Empty for an object that stands in the file itself.
 std::shared_ptr<Buffer> objectStream(const PDFSource& source, QPDFObjGen object) {
-    const auto table = source.pdf().getXRefTable();
-    const auto entry = table.find(object);
-    if (entry == table.end() || entry->second.getType() != 2) {
-        return nullptr;
-    }
-    return source.pdf().getObjectByID(entry->second.getObjStreamNumber(), 0).getStreamData();
+    const auto stream = streamThatHolds(source, object);
+    return stream ? source.pdf().getObjectByID(*stream, 0).getStreamData() : nullptr;
 }
 
 Keys keysInText(const PDFSource& source, const QPDFObjectHandle& dictionary, QPDFObjGen owner,
