@@ -57,8 +57,10 @@ void Composer::drawPages() {
 void Composer::drawPages(std::size_t first, std::size_t count) {
     std::vector<std::unique_ptr<ContentStreamContext>> drawn(count);
     std::vector<std::size_t> aside;
+    std::vector<bool> wasKept(count);
     for (std::size_t i = 0; i < count; ++i) {
         if (isDrawnAside(*pages_[first + i])) {
+            wasKept[i] = document_.isKept(objects_[first + i]);
             releasePage(document_, objects_[first + i]);
             drawn[i] = std::make_unique<ContentStreamContext>(invisible_, outlines_, freePrefix(objects_[first + i]));
             aside.push_back(i);
@@ -67,7 +69,9 @@ void Composer::drawPages(std::size_t first, std::size_t count) {
     forEachInParallel(aside.size(),
                       [&](std::size_t i) { pages_[first + aside[i]]->draw(PDFDisplayBox::media, *drawn[aside[i]]); });
     for (std::size_t i = 0; i < count; ++i) {
-        if (const auto finished = std::move(drawn[i])) {
+        if (wasKept[i] && !drawn[i]->drewAnything()) {
+            document_.kept->keepAgain(objects_[first + i].getObjGen());
+        } else if (const auto finished = std::move(drawn[i])) {
             finishPage(*pages_[first + i], objects_[first + i], *finished);
         } else {
             drawPage(*pages_[first + i], objects_[first + i]);

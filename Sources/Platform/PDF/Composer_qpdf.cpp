@@ -11,6 +11,7 @@
 #include <qpdf/QPDFExc.hh>
 
 #include <algorithm>
+#include <stdexcept>
 #include <set>
 
 namespace orvex {
@@ -81,6 +82,8 @@ void Composer::finish(const std::function<void(const FileForm&)>& use) {
              locked ? Protection::asLoaded : Protection::none, document_.kept.get()});
         requireMemoryOfAll();
     } catch (const QPDFExc& error) {
+        throw PDFWriteError(std::string("cannot write the document: ") + error.what());
+    } catch (const std::range_error& error) { // a number of the file is too large for qpdf
         throw PDFWriteError(std::string("cannot write the document: ") + error.what());
     }
 }

@@ -196,6 +196,17 @@ TEST(Saving, APageThatCannotBeParsedIsAnEmptyPage) {
     }
 }
 
+TEST(Saving, AVersionOfTooManyDigitsIsTakenForAnUsualOne) {
+    std::string text(pagesShowing({"one", "two"}).text());
+    text.insert(text.find('\n'), 80, '3');
+    const auto document = opened(Bytes::copyOf(text));
+    moveFirstPageToTheEnd(*document);
+    const SavedDocument saved(*document);
+    EXPECT_TRUE(saved.bytes.text().starts_with("%PDF-1.7\n"));
+    EXPECT_EQ(saved.words(), "two |one |");
+    EXPECT_EQ(document->measuredSize(), static_cast<std::int64_t>(saved.bytes.size()));
+}
+
 TEST(Saving, RotationIsWritten) {
     const auto document = opened(pagesShowing({"Alpha"}));
     document->page(0)->setRotation(270);

@@ -31,6 +31,8 @@ public:
     void keepStream(QPDFObjGen id);
     /// For an object that is going to be changed after all.
     void release(QPDFObjGen id);
+    /// For one that was released and was not changed after all.
+    void keepAgain(QPDFObjGen id);
     [[nodiscard]] bool contains(QPDFObjGen id) const;
 
     /// A new object. QPDF::makeIndirectObject() would parse the whole file to find a free number.

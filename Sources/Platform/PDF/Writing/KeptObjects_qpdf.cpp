@@ -59,6 +59,10 @@ void KeptObjects::release(QPDFObjGen id) {
     }
 }
 
+void KeptObjects::keepAgain(QPDFObjGen id) {
+    kept_[table_.position(id).value()] = true;
+}
+
 bool KeptObjects::contains(QPDFObjGen id) const {
     const auto position = table_.position(id);
     return position && kept_[*position];

@@ -45,6 +45,15 @@ void appendName(std::string& text, std::string_view name) {
     }
 }
 
+/// qpdf gives up on a file whose header has too many digits.
+PDFVersion versionOf(QPDF& pdf) {
+    try {
+        return pdf.getVersionAsPDFVersion();
+    } catch (const std::range_error&) {
+        return PDFVersion(1, 7);
+    }
+}
+
 /// The data as the file is to hold them, without their being kept.
 void pipe(QPDFObjectHandle stream, FileOutput& output) {
     OutputPipeline pipeline(output);
@@ -66,7 +75,7 @@ void PlainWriter::write() {
 
 void PlainWriter::writeHeader() {
     PDFVersion version(1, 5);
-    version.updateIfGreater(pdf_.getVersionAsPDFVersion());
+    version.updateIfGreater(versionOf(pdf_));
     std::string number;
     int extensionLevel = 0;
     version.getVersion(number, extensionLevel);
