@@ -11,8 +11,8 @@
 #include <qpdf/QPDFExc.hh>
 
 #include <algorithm>
-#include <stdexcept>
 #include <set>
+#include <stdexcept>
 
 namespace orvex {
 
