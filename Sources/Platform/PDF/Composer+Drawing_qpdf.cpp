@@ -62,7 +62,8 @@ void Composer::drawPages(std::size_t first, std::size_t count) {
         if (isDrawnAside(*pages_[first + i])) {
             wasKept[i] = document_.isKept(objects_[first + i]);
             releasePage(document_, objects_[first + i]);
-            drawn[i] = std::make_unique<ContentStreamContext>(invisible_, outlines_, freePrefix(objects_[first + i]));
+            drawn[i] = std::make_unique<ContentStreamContext>(
+                invisible_, outlines_, [prefix = freePrefix(objects_[first + i])] { return prefix; });
             aside.push_back(i);
         }
     }
@@ -86,25 +87,20 @@ bool Composer::isDrawnAside(const PDFPage& page) const {
            picturedPage(page) == nullptr;
 }
 
-/// Found out without looking into the page for names that are free.
-bool Composer::drawsAnything(PDFPage& page) {
-    ContentStreamContext context(invisible_, outlines_, {});
-    page.draw(PDFDisplayBox::media, context);
-    return context.drewAnything();
-}
-
 void Composer::drawPage(PDFPage& page, QPDFObjectHandle object) {
     if (const auto* pictured = picturedPage(page)) {
         becomePicture(object, pictured->rotation, page.bounds(PDFDisplayBox::media).size());
     }
-    if (document_.isKept(object)) {
-        if (!drawsAnything(page)) {
-            return;
-        }
+    // A page on which nothing is drawn is not looked into.
+    ContentStreamContext context(invisible_, outlines_, [this, object] {
         releasePage(document_, object);
-    }
-    ContentStreamContext context(invisible_, outlines_, freePrefix(object));
+        return freePrefix(object);
+    });
     page.draw(PDFDisplayBox::media, context);
+    if (document_.isKept(object) && !context.drewAnything()) {
+        return;
+    }
+    releasePage(document_, object);
     finishPage(page, object, context);
 }
 

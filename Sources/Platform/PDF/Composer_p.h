@@ -52,7 +52,6 @@ private:
     void drawPages();
     void drawPages(std::size_t first, std::size_t count);
     [[nodiscard]] bool isDrawnAside(const PDFPage& page) const;
-    [[nodiscard]] bool drawsAnything(PDFPage& page);
     void drawPage(PDFPage& page, QPDFObjectHandle object);
     void finishPage(const PDFPage& page, QPDFObjectHandle object, ContentStreamContext& drawn);
     void finishLoadedPage(QPDFObjectHandle object, const ContentStreamContext& drawn);

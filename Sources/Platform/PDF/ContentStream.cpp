@@ -134,6 +134,13 @@ void ContentStreamContext::setFillColor(const Color& color) {
     setFillAlpha(color.alpha);
 }
 
+std::string ContentStreamContext::named(const std::string& what) {
+    if (!prefix_) {
+        prefix_ = findPrefix_();
+    }
+    return *prefix_ + what;
+}
+
 void ContentStreamContext::setFillAlpha(double alpha) {
     if (alpha == state_.fillAlpha) {
         return;
@@ -141,7 +148,7 @@ void ContentStreamContext::setFillAlpha(double alpha) {
     state_.fillAlpha = alpha;
     auto& name = resources_.alphas[alpha];
     if (name.empty()) {
-        name = prefix_ + "Alpha" + std::to_string(resources_.alphas.size());
+        name = named("Alpha" + std::to_string(resources_.alphas.size()));
     }
     after_.append("/").append(name).append(" gs\n");
 }
@@ -208,7 +215,7 @@ void ContentStreamContext::drawVisibleLine(std::string line, std::shared_ptr<con
                          const auto nameOf = [this](const FontFile& face) {
                              auto& name = resources_.faces[face];
                              if (name.empty()) {
-                                 name = prefix_ + "Face" + std::to_string(resources_.faces.size());
+                                 name = named("Face" + std::to_string(resources_.faces.size()));
                              }
                              return name;
                          };
@@ -222,7 +229,7 @@ void ContentStreamContext::drawInvisibleLine(std::string_view line, const std::s
                                              double size, Point baseline) {
     after_ += "BT\n";
     if (std::exchange(state_.invisibleSize, size) != size) {
-        resources_.invisibleFont = prefix_ + "Text";
+        resources_.invisibleFont = named("Text");
         after_.append("/").append(resources_.invisibleFont).append(" ");
         appendNumbers({size}, "Tf\n3 Tr");
     }

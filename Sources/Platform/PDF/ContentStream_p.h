@@ -26,10 +26,10 @@ struct DrawnResources {
 
 class ContentStreamContext final : public GraphicsContext {
 public:
-    /// Names in the page's resources start with `prefix`. While pages are drawn the fonts are only read, so that
-    /// several can be drawn at a time; finish() adds what is shown.
-    ContentStreamContext(InvisibleFont& invisible, OutlineFonts& outlines, std::string prefix)
-        : invisible_(invisible), outlines_(outlines), prefix_(std::move(prefix)) {}
+    /// Names in the page's resources start with what `findPrefix` gives, which is asked when the first is needed. While
+    /// pages are drawn the fonts are only read, so that several can be drawn at a time; finish() adds what is shown.
+    ContentStreamContext(InvisibleFont& invisible, OutlineFonts& outlines, std::function<std::string()> findPrefix)
+        : invisible_(invisible), outlines_(outlines), findPrefix_(std::move(findPrefix)) {}
 
     void saveState() override;
     void restoreState() override;
@@ -62,6 +62,7 @@ private:
         double fillAlpha = 1;
         std::optional<double> invisibleSize; ///< at which invisible text goes on without another word
     };
+    [[nodiscard]] std::string named(const std::string& what);
     void prepare();
     void writePending();
     void setFillAlpha(double alpha);
@@ -77,7 +78,8 @@ private:
 
     InvisibleFont& invisible_;
     OutlineFonts& outlines_;
-    std::string prefix_;
+    std::function<std::string()> findPrefix_;
+    std::optional<std::string> prefix_;
     std::string before_;
     std::string after_;
     DrawnResources resources_;

@@ -15,7 +15,7 @@ constexpr std::int64_t bytesPerPixel = 4;
 bool drawsMarks(PDFPage& page) {
     InvisibleFont invisible;
     OutlineFonts outlines;
-    ContentStreamContext context(invisible, outlines, {});
+    ContentStreamContext context(invisible, outlines, [] { return std::string(); });
     page.draw(PDFDisplayBox::media, context);
     return context.drewMarks();
 }

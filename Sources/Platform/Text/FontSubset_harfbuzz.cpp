@@ -1,21 +1,13 @@
 #include "Platform/Text/FontsModule_p.h"
+#include "Platform/Text/HarfBuzz_p.h"
 
 #include <hb-subset.h>
-#include <hb.h>
-
-#include <memory>
 
 namespace orvex {
 
 namespace {
 
-template <auto destroy> struct Destroy {
-    template <class T> void operator()(T* object) const { destroy(object); }
-};
-using HbBlob = std::unique_ptr<hb_blob_t, Destroy<hb_blob_destroy>>;
-using HbFace = std::unique_ptr<hb_face_t, Destroy<hb_face_destroy>>;
-using HbFont = std::unique_ptr<hb_font_t, Destroy<hb_font_destroy>>;
-using HbInput = std::unique_ptr<hb_subset_input_t, Destroy<hb_subset_input_destroy>>;
+using HbInput = std::unique_ptr<hb_subset_input_t, HbDestroy<hb_subset_input_destroy>>;
 
 HbFace subset(hb_face_t* face, const std::set<std::uint32_t>& glyphs) {
     const HbInput input(hb_subset_input_create_or_fail());

@@ -1,8 +1,7 @@
 #include "Platform/Foundation/Strings.h"
 #include "Platform/Text/Bidi.h"
 #include "Platform/Text/FontsModule_p.h"
-
-#include <hb.h>
+#include "Platform/Text/HarfBuzz_p.h"
 
 #include <algorithm>
 #include <map>
@@ -16,21 +15,15 @@ namespace orvex {
 
 namespace {
 
-template <auto destroy> struct Destroy {
-    template <class T> void operator()(T* object) const { destroy(object); }
-};
-using HbFont = std::unique_ptr<hb_font_t, Destroy<hb_font_destroy>>;
-using HbBuffer = std::unique_ptr<hb_buffer_t, Destroy<hb_buffer_destroy>>;
+using HbBuffer = std::unique_ptr<hb_buffer_t, HbDestroy<hb_buffer_destroy>>;
 
 /// An opened face; fonts and faces of the shaper may be used by several threads once they are made.
 struct Face {
     explicit Face(const FontFile& file) {
-        hb_blob_t* blob = hb_blob_create_from_file(file.path.c_str());
-        hb_face_t* face = hb_face_create(blob, file.index);
-        font.reset(hb_font_create(face));
-        unitsPerEm = std::max(1U, hb_face_get_upem(face));
-        hb_face_destroy(face);
-        hb_blob_destroy(blob);
+        const HbBlob blob(hb_blob_create_from_file(file.path.c_str()));
+        const HbFace face(hb_face_create(blob.get(), file.index));
+        font.reset(hb_font_create(face.get()));
+        unitsPerEm = std::max(1U, hb_face_get_upem(face.get()));
         hb_font_make_immutable(font.get());
     }
     [[nodiscard]] bool has(char32_t character) const {

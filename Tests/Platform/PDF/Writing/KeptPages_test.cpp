@@ -158,7 +158,9 @@ TEST(KeptPages, AreParsedWhenSomethingIsDrawnOnThem) {
     class Page final : public PDFPage {
     public:
         using PDFPage::PDFPage;
+        int draws = 0;
         void draw(PDFDisplayBox which, GraphicsContext& context) override {
+            ++draws;
             PDFPage::draw(which, context);
             context.setFillColor({1, 0, 0, 0.5});
             context.fillRect({10, 10, 50, 50});
@@ -171,8 +173,10 @@ TEST(KeptPages, AreParsedWhenSomethingIsDrawnOnThem) {
     const Bytes before(fileOf("/Resources " + taken + box + "/Rotate 90", "/Contents CONTENT"));
     const auto document = test::opened(before);
     test::reversePages(*document);
-    document->replacePage(1, std::make_shared<Page>(document->page(1)->content()));
+    const auto drawn = std::make_shared<Page>(document->page(1)->content());
+    document->replacePage(1, drawn);
     const test::SavedDocument saved(*document);
+    EXPECT_EQ(drawn->draws, 1);
     EXPECT_EQ(saved.words(), "C |B |A |");
     EXPECT_THAT(saved.show("pages/2/Resources"), HasSubstr("/OrvexAlpha0"));
     EXPECT_THAT(saved.show("pages/2/Resources"), HasSubstr("/Orvex1xAlpha"));
