@@ -2,16 +2,16 @@
 """Measures our reading of text against poppler's, MuPDF's and PDFium's.
 
 Usage: text.py agree [--list] FOLDER|FILE.pdf...
-       text.py speed [--pages N | --corpus FOLDER] [--runs N]
+       text.py speed [--pages N | --corpus FOLDER...] [--runs N]
 
 `agree` reads every file with all four and compares words and lines. What counts as right for one reader is what the
 majority of the other three has: a word as often as at least two of them have it on that page; a line when at least two of
 them have it with the same text and a box that is the same for the most part. Annotations, rotation and crop boxes are
 taken away first, so that all read the same page. --list names the files where ours is the odd one out.
 
-`speed` times whole processes in turns, on a file of many pages made here or on the files of a folder, one after the other;
-ratios are by the wall clock and, in brackets, by processor time. A file that one of the readers fails on, or takes too long
-for, is named and counts for none of them.
+`speed` times whole processes in turns, on a file of many pages made here or on the files of folders: first a process for
+each file, then one process that reads them all. Ratios are by the wall clock and, in brackets, by processor time. A file
+that one of the readers fails on, or takes too long for, is named and counts for none of them.
 """
 
 import argparse
@@ -365,6 +365,37 @@ def race(files, runs, limit):
     return {name: Cost(median(name, 0), median(name, 1), peaks[name]) for name in sums}, left_out
 
 
+def whole_collection(files):
+    """One process each that reads all files, on one core; pdftotext takes a single file."""
+    files = list(map(str, files))
+    tool = str(BIN / "orvexpdf")
+    alone = ["taskset", "-c", str(min(os.sched_getaffinity(0)))]
+    return {
+        "orvexpdf text": [*alone, tool, "-q", "text", *files],
+        "orvexpdf text, all cores": [tool, "-q", "text", *files],
+        "mutool -F txt": [*alone, "mutool", "draw", "-q", "-F", "txt", *files],
+        "poppler's library": [*alone, str(BIN / "bench_text_poppler"), *files],
+        "pdftotext, a process each": [*alone, "sh", "-c", 'for file; do pdftotext "$file" -; done', "sh", *files],
+        "PDFium (Qt PDF)": [*alone, str(BIN / "bench_text_qtpdf"), "--plain", *files],
+    }
+
+
+def race_at_once(files, runs, limit):
+    """Medians over the runs; a reader that does not get through is left out, with the reason."""
+    costs = collections.defaultdict(list)
+    left_out = {}
+    for _ in range(runs):
+        for name, command in whole_collection(files).items():
+            cost = timed(command, limit)
+            if isinstance(cost, str):
+                left_out[name] = f"{name} {cost} on all at once"
+            else:
+                costs[name].append(cost)
+    results = {name: Cost(*(statistics.median(values) for values in zip(*turns)))
+               for name, turns in costs.items() if name not in left_out}
+    return results, left_out
+
+
 def print_left_out(left_out):
     by_reason = collections.defaultdict(list)
     for name, reason in left_out.items():
@@ -373,23 +404,39 @@ def print_left_out(left_out):
         print(f"Left out, {reason}: {', '.join(names)}.\n")
 
 
-def print_race(title, results):
+def print_race(title, results, bases):
     print(title + ":\n")
-    print("| | s | processor s | peak MiB | times found | times text |\n|---|---|---|---|---|---|")
-    found, text = results["orvexpdf found"], results["orvexpdf text"]
+    print("| | s | processor s | peak MiB | " + " | ".join(f"times {short}" for short, _ in bases) + " |")
+    print("|---|---|---|---|" + "---|" * len(bases))
     for name, cost in results.items():
-        print(f"| `{name}` | {cost.seconds:.2f} | {cost.processor:.2f} | {cost.peak:.0f} | "
-              f"{cost.seconds / found.seconds:.1f} ({cost.processor / found.processor:.1f}) | "
-              f"{cost.seconds / text.seconds:.1f} ({cost.processor / text.processor:.1f}) |")
-    print()
+        times = [f"{cost.seconds / base.seconds:.1f} ({cost.processor / base.processor:.1f})"
+                 for base in (results[base] for _, base in bases)]
+        print(f"| `{name}` | {cost.seconds:.2f} | {cost.processor:.2f} | {cost.peak:.0f} | {' | '.join(times)} |")
+    print(flush=True)
+
+
+PROCESS_EACH = (("found", "orvexpdf found"), ("text", "orvexpdf text"))
+
+
+def speed_on_collection(folder, runs):
+    files = list(pdfs_of([folder]))
+    results, left_out = race(files, runs, SECONDS_OF_A_RACE["files"])
+    print_left_out(left_out)
+    if not results:
+        return
+    read = [file for file in files if file.name not in left_out]
+    title = f"{Path(folder).name}, {len(read)} of {len(files)} files"
+    print_race(f"{title}, a process each", results, PROCESS_EACH)
+    results, left_out = race_at_once(read, runs, SECONDS_OF_A_RACE["pages"])
+    print_left_out(left_out)
+    print_race(f"{title}, one process for all, on one core unless it says otherwise", results,
+               [("text", "orvexpdf text")])
 
 
 def speed(options):
+    for folder in options.corpus or ():
+        speed_on_collection(folder, options.runs)
     if options.corpus:
-        files = list(pdfs_of([options.corpus]))
-        results, left_out = race(files, options.runs, SECONDS_OF_A_RACE["files"])
-        print_left_out(left_out)
-        print_race(f"{len(files) - len(left_out)} of {len(files)} files, a process each", results)
         return
     with tempfile.TemporaryDirectory() as folder:
         for count in (options.pages // 4, options.pages):
@@ -398,7 +445,7 @@ def speed(options):
             results, left_out = race([file], options.runs, SECONDS_OF_A_RACE["pages"])
             print_left_out(left_out)
             if results:
-                print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", results)
+                print_race(f"{count} pages, {file.stat().st_size / 1e6:.0f} MB", results, PROCESS_EACH)
 
 
 def main():
@@ -410,7 +457,7 @@ def main():
     racing = commands.add_parser("speed")
     racing.add_argument("--pages", default=20_000, type=int)
     racing.add_argument("--runs", default=3, type=int)
-    racing.add_argument("--corpus", metavar="FOLDER")
+    racing.add_argument("--corpus", metavar="FOLDER", nargs="+")
     options = parser.parse_args()
     {"agree": agree, "speed": speed}[options.command](options)
 

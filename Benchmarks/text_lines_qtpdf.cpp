@@ -1,6 +1,6 @@
-// What PDFium reads, through Qt PDF's text calls. Usage: bench_text_qtpdf [--plain] FILE.pdf Each line of text with its
-// box in tab-separated fields: page from 1, left, top, right, bottom (points from the page's top left corner), text;
-// or, with --plain, each page's text as it comes.
+// What PDFium reads, through Qt PDF's text calls. Usage: bench_text_qtpdf FILE.pdf | --plain FILE.pdf... Each line of
+// text with its box in tab-separated fields: page from 1, left, top, right, bottom (points from the page's top left
+// corner), text; or, with --plain, each page's text as it comes, of one file after the other.
 #include <QtPdf/QPdfDocument>
 #include <QtPdf/QPdfSelection>
 
@@ -24,21 +24,39 @@ void printLines(QPdfDocument& document, int page, const QString& text) {
     }
 }
 
+void printPlain(QPdfDocument& document) {
+    for (int page = 0; page < document.pageCount(); ++page) {
+        std::puts(document.getAllText(page).text().toUtf8().constData());
+    }
+}
+
+bool isReadable(QPdfDocument& document, const char* file) {
+    if (document.load(QString::fromLocal8Bit(file)) == QPdfDocument::Error::None) {
+        return true;
+    }
+    std::fprintf(stderr, "bench_text_qtpdf: %s cannot be read\n", file);
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    QPdfDocument document(nullptr);
-    const bool plain = argc == 3 && std::string_view(argv[1]) == "--plain";
-    if ((argc != 2 && !plain) || document.load(QString::fromLocal8Bit(argv[argc - 1])) != QPdfDocument::Error::None) {
-        std::fputs("usage: bench_text_qtpdf [--plain] FILE.pdf (a file that can be read)\n", stderr);
+    const bool plain = argc > 2 && std::string_view(argv[1]) == "--plain";
+    if (!plain && argc != 2) {
+        std::fputs("usage: bench_text_qtpdf FILE.pdf | --plain FILE.pdf...\n", stderr);
         return 1;
     }
-    for (int page = 0; page < document.pageCount(); ++page) {
-        const QString text = document.getAllText(page).text();
+    for (int i = plain ? 2 : 1; i < argc; ++i) {
+        QPdfDocument document(nullptr);
+        if (!isReadable(document, argv[i])) {
+            return 1;
+        }
         if (plain) {
-            std::puts(text.toUtf8().constData());
-        } else {
-            printLines(document, page, text);
+            printPlain(document);
+            continue;
+        }
+        for (int page = 0; page < document.pageCount(); ++page) {
+            printLines(document, page, document.getAllText(page).text());
         }
     }
     return 0;

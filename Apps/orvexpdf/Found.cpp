@@ -1,15 +1,11 @@
 #include "Commands.h"
 #include "Failure.h"
-#include "Input.h"
-#include "Interrupt.h"
 #include "OpenPDF.h"
 #include "OrvexPDF/Document.h"
 #include "Output.h"
 #include "PageRange.h"
 #include "Platform/Foundation/JSON.h"
-#include "Platform/Foundation/Workers.h"
-#include "Progress.h"
-#include "TextRows.h"
+#include "ReadPages.h"
 
 #include <CLI/CLI.hpp>
 
@@ -36,41 +32,6 @@ constexpr auto foundExamples = R"(Examples:
       The found page of one page.
   orvexpdf found searchable.pdf --stored -o again.json
       Of pages with a text layer of orvexpdf's just what was put into it.)";
-
-constexpr auto textExamples = R"(Examples:
-  orvexpdf text book.pdf | grep -n Index
-      One line of text per line, a form feed after each page.
-  orvexpdf text book.pdf --pages 1-3 -o start.txt
-      Of the first three pages.)";
-
-std::shared_ptr<OrvexPDFDocument> open(const FoundOptions& options) {
-    std::optional<PDFOpenError> why;
-    auto document = OrvexPDFDocument::fromData(readInput(options.file), &why, options.password);
-    if (!document) {
-        failToOpen(options.file, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
-    }
-    // The process ends with the command: taking a long file apart object by object would only take time.
-    static auto& kept = *new std::shared_ptr<OrvexPDFDocument>;
-    kept = document;
-    return document;
-}
-
-void put(ByteSink& sink, std::string_view text) {
-    sink.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-}
-
-/// Calls describe(page) for pages side by side, and writes what it answers in the order of the pages.
-void writePages(const OrvexPDFDocument& document, const std::vector<std::int64_t>& pages, ByteSink& sink,
-                const std::function<std::string(const OrvexPDFPage&, bool first)>& describe) {
-    Progress progress("Reading pages", pages.size());
-    const auto produce = [&](std::size_t i) { return describe(*document.orvexPage(pages[i]), i == 0); };
-    const auto consume = [&](const std::string& text) {
-        throwIfInterrupted();
-        put(sink, text);
-        progress.advance();
-    };
-    forEachInOrder(pages.size(), produce, consume);
-}
 
 OrvexFoundPage foundOn(const OrvexPDFPage& page, bool stored) {
     if (!stored) {
@@ -113,7 +74,8 @@ void writeFoundDocument(const OrvexPDFDocument& document, const std::vector<std:
 
 void found(const FoundOptions& options) {
     checkOutput(options.output, {options.file});
-    const auto document = open(options);
+    const auto document = openDocument(options.file, options.password);
+    keepOpen(document);
     const bool single = !options.page.empty();
     const auto pages = parsePages(single ? options.page : options.pages, document->pageCount());
     if (single && pages.size() != 1) {
@@ -129,32 +91,16 @@ void found(const FoundOptions& options) {
     });
 }
 
-void text(const FoundOptions& options) {
-    checkOutput(options.output, {options.file});
-    const auto document = open(options);
-    const auto pages = parsePages(options.pages, document->pageCount());
-    writeOutput(options.output, [&](ByteSink& sink) {
-        writePages(*document, pages, sink,
-                   [](const OrvexPDFPage& page, bool) { return printedRows(page.textLines()) + "\f"; });
-    });
-}
-
-CLI::App* addCommon(CLI::App& tool, const char* name, const char* what, const char* pages, FoundOptions& options) {
-    auto* app = tool.add_subcommand(name, what);
-    app->add_option("FILE", options.file, "The PDF; - for standard input")->required()->type_name("");
-    app->add_option(pages, options.pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
-    app->add_option("-o,--output", options.output, "The file to write; standard output unless told otherwise")
-        ->type_name("FILE");
-    addPassword(*app, options.password);
-    return app;
-}
-
 } // namespace
 
 Command addFound(CLI::App& tool) {
     auto options = std::make_shared<FoundOptions>();
-    auto* app =
-        addCommon(tool, "found", "Read the text of pages, line by line with its place, as JSON", "--pages", *options);
+    auto* app = tool.add_subcommand("found", "Read the text of pages, line by line with its place, as JSON");
+    app->add_option("FILE", options->file, "The PDF; - for standard input")->required()->type_name("");
+    app->add_option("--pages", options->pages, "Only these, like 1-3,7,9-end")->type_name("LIST");
+    app->add_option("-o,--output", options->output, "The file to write; standard output unless told otherwise")
+        ->type_name("FILE");
+    addPassword(*app, options->password);
     app->add_option("--page", options->page, "One page, as a found page instead of a found document")
         ->type_name("N")
         ->excludes("--pages");
@@ -162,13 +108,6 @@ Command addFound(CLI::App& tool) {
     app->add_flag("--compact", options->compact, "Without white space");
     app->footer(foundExamples);
     return {app, [options] { found(*options); }};
-}
-
-Command addText(CLI::App& tool) {
-    auto options = std::make_shared<FoundOptions>();
-    auto* app = addCommon(tool, "text", "Print the text of pages", "--pages,--page", *options);
-    app->footer(textExamples);
-    return {app, [options] { text(*options); }};
 }
 
 } // namespace orvex::tool

@@ -5,9 +5,10 @@
 #include "Messages.h"
 #include "Output.h"
 
-#include <vector>
-
 #include <CLI/CLI.hpp>
+
+#include <utility>
+#include <vector>
 
 namespace orvex::tool {
 
@@ -22,10 +23,22 @@ std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const 
     if (!manager->load(readInput(path), password)) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
     }
-    // The process ends with the command: taking a long document apart object by object would only take time.
-    static auto& kept = *new std::vector<std::shared_ptr<OrvexPDFDocumentManager>>;
-    kept.push_back(manager);
+    keepOpen(manager);
     return manager;
+}
+
+std::shared_ptr<OrvexPDFDocument> openDocument(const std::string& path, const std::string& password) {
+    std::optional<PDFOpenError> why;
+    auto document = OrvexPDFDocument::fromData(readInput(path), &why, password);
+    if (!document) {
+        failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
+    }
+    return document;
+}
+
+void keepOpen(std::shared_ptr<const void> document) {
+    static auto& kept = *new std::vector<std::shared_ptr<const void>>;
+    kept.push_back(std::move(document));
 }
 
 void addPassword(CLI::App& app, std::string& password, const std::string& what) {

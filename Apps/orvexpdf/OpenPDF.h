@@ -17,6 +17,12 @@ namespace orvex::tool {
 [[nodiscard]] std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path,
                                                                const std::string& password = {});
 
+/// The same without a manager, for those who only read. Throws Failure. Threads: any.
+[[nodiscard]] std::shared_ptr<OrvexPDFDocument> openDocument(const std::string& path, const std::string& password);
+
+/// The process ends with the command: taking a long document apart object by object would only take time.
+void keepOpen(std::shared_ptr<const void> document);
+
 /// The option --password.
 void addPassword(CLI::App& app, std::string& password, const std::string& what = "Opens the PDF");
 

@@ -3,6 +3,7 @@
 #include "Failure.h"
 
 #include <charconv>
+#include <limits>
 #include <numeric>
 #include <string_view>
 
@@ -10,31 +11,51 @@ namespace orvex::tool {
 
 namespace {
 
+/// As it was named, counted from 1; `end` stands for the last page.
+struct Span {
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+};
+
+constexpr auto end = std::numeric_limits<std::int64_t>::max();
+
 [[noreturn]] void refuse(const std::string& text, const std::string& reason) {
     throw Failure(ExitCode::usage, "pages " + text + ": " + reason);
 }
 
-std::int64_t parsePage(std::string_view word, const std::string& text, std::int64_t count) {
-    std::int64_t page = 0;
+std::int64_t parsePage(std::string_view word, const std::string& text) {
     if (word == "end") {
-        page = count;
-    } else if (const auto parsed = std::from_chars(word.data(), word.data() + word.size(), page);
-               parsed.ec != std::errc{} || parsed.ptr != word.data() + word.size()) {
+        return end;
+    }
+    std::int64_t page = 0;
+    const auto parsed = std::from_chars(word.data(), word.data() + word.size(), page);
+    if (parsed.ec != std::errc{} || parsed.ptr != word.data() + word.size()) {
         refuse(text, "not a list of pages like 1-3,7,9-end");
     }
+    return page;
+}
+
+std::vector<Span> parseSpans(const std::string& text) {
+    std::vector<Span> spans;
+    for (std::string_view rest = text;;) {
+        const auto comma = rest.find(',');
+        const auto part = rest.substr(0, comma);
+        const auto dash = part.find('-');
+        const auto first = parsePage(part.substr(0, dash), text);
+        spans.push_back({first, dash == std::string_view::npos ? first : parsePage(part.substr(dash + 1), text)});
+        if (comma == std::string_view::npos) {
+            return spans;
+        }
+        rest.remove_prefix(comma + 1);
+    }
+}
+
+std::int64_t indexOf(std::int64_t named, const std::string& text, std::int64_t count) {
+    const auto page = named == end ? count : named;
     if (page < 1 || page > count) {
         refuse(text, "the document has " + std::to_string(count) + (count == 1 ? " page" : " pages"));
     }
     return page - 1;
-}
-
-void appendRange(std::vector<std::int64_t>& pages, std::string_view part, const std::string& text, std::int64_t count) {
-    const auto dash = part.find('-');
-    const auto first = parsePage(part.substr(0, dash), text, count);
-    const auto last = dash == std::string_view::npos ? first : parsePage(part.substr(dash + 1), text, count);
-    for (auto page = first; first <= last ? page <= last : page >= last; page += first <= last ? 1 : -1) {
-        pages.push_back(page);
-    }
 }
 
 } // namespace
@@ -46,13 +67,19 @@ std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count
         std::iota(pages.begin(), pages.end(), 0);
         return pages;
     }
-    for (std::string_view rest = text;;) {
-        const auto comma = rest.find(',');
-        appendRange(pages, rest.substr(0, comma), text, count);
-        if (comma == std::string_view::npos) {
-            return pages;
+    for (const Span& span : parseSpans(text)) {
+        const auto first = indexOf(span.first, text, count);
+        const auto last = indexOf(span.last, text, count);
+        for (auto page = first; first <= last ? page <= last : page >= last; page += first <= last ? 1 : -1) {
+            pages.push_back(page);
         }
-        rest.remove_prefix(comma + 1);
+    }
+    return pages;
+}
+
+void checkPageList(const std::string& text) {
+    if (!text.empty()) {
+        static_cast<void>(parseSpans(text));
     }
 }
 

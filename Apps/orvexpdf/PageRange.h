@@ -11,4 +11,7 @@ namespace orvex::tool {
 /// page that a document of `count` pages does not have.
 [[nodiscard]] std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count);
 
+/// For lists that are meant for several documents. Throws Failure (usage) for what is no list of pages in any of them.
+void checkPageList(const std::string& text);
+
 } // namespace orvex::tool

@@ -5,8 +5,6 @@
 namespace orvex::test {
 namespace {
 
-using testing::HasSubstr;
-
 class Found : public ToolTest {
 protected:
     /// What a Python expression says about JSON that a command prints, as `d`.
@@ -77,25 +75,6 @@ TEST_F(Found, KeepsTheOrderOfManyPages) {
     EXPECT_EQ(ask("orvexpdf found --compact many.pdf",
                   "[p[\"items\"][0][\"text\"] for p in d[\"pages\"]] == [str(i) for i in range(700)]"),
               "True");
-}
-
-TEST_F(Found, TextPrintsRecognisedWordsOfOneRowAsOneLine) {
-    write("blank.pdf", pdfFromPages({{}}));
-    write("words.json", R"({"size":{"w":612,"h":792},"items":[
-        {"text":"Two","box":{"x":50,"y":50,"w":30,"h":12}},{"text":"words","box":{"x":84,"y":51,"w":40,"h":9}},
-        {"text":"column","box":{"x":300,"y":50,"w":40,"h":12}},{"text":"below","box":{"x":344,"y":66,"w":40,"h":12}},
-        {"text":"東","box":{"x":50,"y":90,"w":12,"h":12}},{"text":"京","box":{"x":63,"y":90,"w":12,"h":12}},
-        {"text":"אחד","box":{"x":300,"y":120,"w":30,"h":12}},{"text":"שתיים","box":{"x":260,"y":120,"w":36,"h":12}}]})");
-    toolOutput("text-layer blank.pdf --pages 1 --found words.json -o words.pdf");
-    EXPECT_EQ(toolOutput("text words.pdf"), "Two words\ncolumn\nbelow\n東京\nאחד שתיים\n\f");
-}
-
-TEST_F(Found, TextPrintsLinesAndFormFeeds) {
-    writeThreePages();
-    EXPECT_EQ(toolOutput("text a.pdf"), "One\n\f\fThree\n\f");
-    EXPECT_EQ(toolOutput("text a.pdf --pages 3"), "Three\n\f");
-    EXPECT_EQ(toolOutput("text a.pdf --page 1"), "One\n\f");
-    EXPECT_THAT(toolOutput("text --help"), HasSubstr("--pages"));
 }
 
 } // namespace

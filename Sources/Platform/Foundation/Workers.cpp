@@ -55,7 +55,7 @@ private:
 /// A row of results: workers fill it, the one who waits empties it from the front.
 class Row {
 public:
-    Row(std::size_t count, const std::function<std::string(std::size_t)>& produce)
+    Row(std::size_t count, const std::function<std::string(std::size_t)>& produce, std::size_t ahead)
         : count_(count), produce_(produce), slots_(std::min(count, ahead)) {}
 
     /// Until nothing is left to produce.
@@ -97,7 +97,6 @@ public:
     }
 
 private:
-    static constexpr std::size_t ahead = 256;
     struct Slot {
         std::string text;
         std::exception_ptr failure;
@@ -151,10 +150,11 @@ void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>
 }
 
 void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
-                    const std::function<void(const std::string&)>& consume) {
-    Row row(count, produce);
-    // Starting a thread takes longer than most pages.
-    const auto helpers = startHelpers(count > 1 ? coresFor(count) : 0, [&row] { row.work(); });
+                    const std::function<void(const std::string&)>& consume, std::size_t ahead) {
+    Row row(count, produce, ahead);
+    // Starting a thread takes longer than most pages, and on a single core there is nothing to gain.
+    const std::size_t cores = coresFor(count);
+    const auto helpers = startHelpers(cores > 1 ? cores : 0, [&row] { row.work(); });
     if (helpers.empty()) {
         for (std::size_t index = 0; index < count; ++index) {
             consume(produce(index));

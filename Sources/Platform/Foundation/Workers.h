@@ -12,8 +12,9 @@ namespace orvex {
 void forEachInParallel(std::size_t count, const std::function<void(std::size_t)>& work);
 
 /// Hands produce(0) to produce(count - 1) to consume(), in this order and on the calling thread; several are produced
-/// at a time, not far ahead of what was consumed. What either throws ends the work and is thrown again.
+/// at a time, no more than `ahead` (1 or more) beyond what was consumed. What either throws ends the work and is thrown
+/// again.
 void forEachInOrder(std::size_t count, const std::function<std::string(std::size_t)>& produce,
-                    const std::function<void(const std::string&)>& consume);
+                    const std::function<void(const std::string&)>& consume, std::size_t ahead = 256);
 
 } // namespace orvex

@@ -61,6 +61,21 @@ TEST(ForEachInOrder, ConsumesInOrderOnTheCallingThread) {
     }
 }
 
+TEST(ForEachInOrder, ProducesNoMoreAheadThanItMay) {
+    for (const std::size_t ahead : {1U, 2U, 5U}) {
+        std::atomic<std::size_t> consumed{0};
+        std::atomic<bool> ranAhead{false};
+        const auto produce = [&](std::size_t i) {
+            ranAhead = ranAhead || i > consumed + ahead; // the last one taken may not be counted yet
+            return std::string();
+        };
+        forEachInOrder(
+            500, produce, [&](const std::string&) { ++consumed; }, ahead);
+        EXPECT_FALSE(ranAhead) << ahead;
+        EXPECT_EQ(consumed, 500U);
+    }
+}
+
 TEST(ForEachInOrder, FailuresOfEitherSideEndTheWork) {
     const auto fails = [](std::size_t i) {
         return i == 500 ? throw std::runtime_error("produced") : std::to_string(i);
