@@ -6,6 +6,7 @@
 #include <qpdf/QPDF.hh>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -13,10 +14,12 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
 #include <malloc.h> // mallinfo2 is glibc's
+#include <unistd.h>
 
 namespace {
 
@@ -118,35 +121,104 @@ std::vector<Operation> operations(const OrvexPDFPagePtr& other) {
     };
 }
 
-struct Cost {
-    double run = 0;
-    double undo = 0;
-    double redo = 0;
+/// What the processor keeps close by makes room for something larger than all of its caches: between two edits a host
+/// draws pages, and waits for somebody to press a key.
+class Caches {
+public:
+    Caches() : filler_(filling() / sizeof(std::uint64_t), 1) {}
+
+    void empty() {
+        constexpr std::size_t line = 64 / sizeof(std::uint64_t);
+        std::uint64_t sum = 0;
+        for (std::size_t at = 0; at < filler_.size(); at += line) {
+            sum += filler_[at];
+        }
+        sum_ = sum;
+    }
+    [[nodiscard]] std::size_t size() const { return filler_.size() * sizeof(std::uint64_t); }
+
+private:
+    static std::size_t filling() {
+        constexpr long unknown = 64L << 20U;
+        const long last = sysconf(_SC_LEVEL3_CACHE_SIZE);
+        return static_cast<std::size_t>(last > 0 ? last : unknown) * 3 / 2;
+    }
+    std::vector<std::uint64_t> filler_;
+    volatile std::uint64_t sum_ = 0;
 };
 
-/// Somewhere in the document; `nearby` stays within ten pages, as somebody who works on a document does.
-Cost costOf(const Operation& operation, OrvexPDFDocumentManager& manager, int runs, bool nearby) {
-    std::mt19937 random(1);
-    std::vector<double> run;
-    std::vector<double> undo;
-    std::vector<double> redo;
-    for (int i = 0; i < runs; ++i) {
+/// Where in the document edits are made: anywhere, or nearby, within ten pages, as by somebody who works on a document.
+/// With `caches` these are emptied before each edit.
+struct Trial {
+    OrvexPDFDocumentManager& manager;
+    bool nearby;
+    Caches* caches = nullptr;
+    std::vector<double> runs{};
+    std::vector<double> undos{};
+    std::vector<double> redos{};
+
+    void run(const Operation& operation, std::mt19937& random) {
         const auto count = manager.pdfDoc->pageCount();
         const auto page = nearby ? (count - 10) / 2 + static_cast<std::int64_t>(random() % 10)
                                  : static_cast<std::int64_t>(random() % static_cast<std::uint32_t>(count));
-        run.push_back(microseconds([&] { operation.run(manager, page); }));
+        runs.push_back(time([&] { operation.run(manager, page); }));
         if (operation.isEdit) {
-            undo.push_back(microseconds([&] { manager.undoManager->undo(); }));
-            redo.push_back(microseconds([&] { manager.undoManager->redo(); }));
+            undos.push_back(time([&] { manager.undoManager->undo(); }));
+            redos.push_back(time([&] { manager.undoManager->redo(); }));
             manager.undoManager->undo();
         }
     }
-    return operation.isEdit ? Cost{median(run), median(undo), median(redo)} : Cost{median(run)};
+
+private:
+    [[nodiscard]] double time(const std::function<void()>& work) const {
+        if (caches != nullptr) {
+            caches->empty();
+        }
+        return microseconds(work);
+    }
+};
+
+/// All with warm caches or all with cold ones, in turns, as the machine's clock varies.
+void runInTurns(std::span<Trial> trials, const Operation& operation, int runs) {
+    constexpr int turns = 10;
+    std::mt19937 random(1);
+    for (int turn = 0; turn < turns; ++turn) {
+        for (auto& trial : trials) {
+            for (int i = 0; i < runs / turns; ++i) {
+                trial.run(operation, random);
+            }
+        }
+    }
 }
 
-void printRow(const std::string& name, double small, double nearby, double anywhere) {
-    std::printf("| %-26s | %9.2f | %13.2f | %6.2f | %13.2f | %6.2f |\n", name.c_str(), small, nearby, nearby / small,
-                anywhere, anywhere / small);
+void printHead(const std::string& pages) {
+    std::printf(
+        "| %-24s | %7s | %12s | %5s | %11s | %5s | %8s | %16s | %5s |\n| --- | --- | --- | --- | --- | --- | --- | "
+        "--- | --- |\n",
+        "microseconds per edit", "10", (pages + " nearby").c_str(), "ratio", (pages + " any").c_str(), "ratio",
+        "10, cold", (pages + " any, cold").c_str(), "ratio");
+}
+
+void printRow(const std::string& name, std::span<const Trial> trials, std::vector<double> Trial::*samples) {
+    std::array<double, 5> cost{};
+    for (std::size_t i = 0; i < cost.size(); ++i) {
+        cost[i] = median(trials[i].*samples);
+    }
+    std::printf("| %-24s | %7.2f | %12.2f | %5.2f | %11.2f | %5.2f | %8.1f | %16.1f | %5.2f |\n", name.c_str(), cost[0],
+                cost[1], cost[1] / cost[0], cost[2], cost[2] / cost[0], cost[3], cost[4], cost[4] / cost[3]);
+}
+
+void printRows(const Operation& operation, OrvexPDFDocumentManager& small, OrvexPDFDocumentManager& large,
+               Caches& caches) {
+    std::vector<Trial> trials{
+        {small, true}, {large, true}, {large, false}, {small, true, &caches}, {large, false, &caches}};
+    runInTurns(std::span(trials).first(3), operation, 3000);
+    runInTurns(std::span(trials).subspan(3), operation, 50);
+    printRow(operation.name, trials, &Trial::runs);
+    if (operation.isEdit) {
+        printRow("  its undo", trials, &Trial::undos);
+        printRow("  its redo", trials, &Trial::redos);
+    }
 }
 
 /// Heap per edit that the history keeps, the new page and record with it.
@@ -204,28 +276,23 @@ int main(int argc, char** argv) {
         std::from_chars(text.data(), text.data() + text.size(), many);
     }
     constexpr int few = 10;
-    constexpr int runs = 3000;
     const auto largeFile = fileOfPages(many);
     const auto small = managerOf(Bytes::copyOf(fileOfPages(few)));
     const auto large = managerOf(Bytes::copyOf(largeFile));
     const auto other = managerOf(Bytes::copyOf(fileOfPages(1)))->page(0);
-    const auto pages = std::to_string(many);
-    std::printf("| %-26s | %9s | %13s | %6s | %13s | %6s |\n| --- | --- | --- | --- | --- | --- |\n",
-                "microseconds per edit", "10", (pages + " nearby").c_str(), "ratio", (pages + " any").c_str(), "ratio");
     for (const auto& manager : {small, large}) {
         (void)manager->pageIndex("none"); // the table of ids is made once, when somebody first asks
     }
-    for (const auto& operation : operations(other)) {
-        const auto a = costOf(operation, *small, runs, true);
-        const auto b = costOf(operation, *large, runs, true);
-        const auto c = costOf(operation, *large, runs, false);
-        printRow(operation.name, a.run, b.run, c.run);
-        if (operation.isEdit) {
-            printRow("  its undo", a.undo, b.undo, c.undo);
-            printRow("  its redo", a.redo, b.redo, c.redo);
+    {
+        Caches caches;
+        printHead(std::to_string(many));
+        for (const auto& operation : operations(other)) {
+            printRows(operation, *small, *large, caches);
         }
+        std::printf("\nCold: %zu MiB were read before each.\n", caches.size() >> 20U);
     }
-    std::printf("\nHistory, bytes per turned page: %.0f on 10 pages, %.0f on %d\n", historyBytesPerEdit(*small, runs),
-                historyBytesPerEdit(*large, runs), many);
+    constexpr int turns = 3000;
+    std::printf("\nHistory, bytes per turned page: %.0f on 10 pages, %.0f on %d\n", historyBytesPerEdit(*small, turns),
+                historyBytesPerEdit(*large, turns), many);
     compareLoading(largeFile, many);
 }
