@@ -1,5 +1,5 @@
 #include "Commands.h"
-#include "Failure.h"
+#include "FoundFiles.h"
 #include "MakePages.h"
 #include "OpenPDF.h"
 #include "PageRange.h"
@@ -45,19 +45,45 @@ void watermark(const LayerOptions& options) {
     savePDF(*manager, options.output, options.file);
 }
 
+/// A page whose recognised text is read when it is drawn, and not kept: a long document needs no more memory for it
+/// than a short one does.
+class PageWithTextInFile final : public OrvexPDFPage {
+public:
+    /// `record` is that of the page as it is.
+    PageWithTextInFile(const OrvexPDFPageMeta& record, std::shared_ptr<const FoundFiles> files, std::size_t index)
+        : OrvexPDFPage(record.originalPage->content(), record.originalPage->layers(), record.originalPage->rotation()),
+          files_(std::move(files)), index_(index), orientation_(record.originalPageRotation) {}
+
+    void draw(PDFDisplayBox box, GraphicsContext& context) override {
+        withText(files_->page(index_))->draw(box, context);
+    }
+    [[nodiscard]] bool isDrawnBesideOthers() const override {
+        return withText(std::make_shared<const OrvexFoundPage>())->isDrawnBesideOthers();
+    }
+
+private:
+    [[nodiscard]] OrvexPDFPagePtr withText(std::shared_ptr<const OrvexFoundPage> found) const {
+        auto page = clone();
+        if (isFoundAsShown(*found, bounds(PDFDisplayBox::media).size(), orientation_)) {
+            page->textRotation = orientation_;
+        }
+        page->foundPage = std::move(found);
+        return page;
+    }
+
+    std::shared_ptr<const FoundFiles> files_;
+    std::size_t index_;
+    std::int64_t orientation_; ///< degrees, clockwise
+};
+
 void textLayer(const LayerOptions& options) {
     checkPDFOutput(options.output, options.file);
     const auto manager = openPDF(options.file, options.password);
     const auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());
-    const auto found = readFoundPages(options.found, pages.size());
-    for (std::size_t i = 0; i < found.size(); ++i) {
-        auto record = *manager->meta(pages[i]);
-        record.foundPage = found[i];
-        const Size stored = record.originalPage->bounds(PDFDisplayBox::media).size();
-        if (isFoundAsShown(*found[i], stored, record.originalPageRotation)) {
-            record.setTextRotationTop();
-        }
-        manager->updateMeta(record, false);
+    const auto found = std::make_shared<const FoundFiles>(options.found, pages.size());
+    for (std::size_t i = 0; i < found->pageCount(); ++i) {
+        const auto record = *manager->meta(pages[i]);
+        manager->replace(pages[i], std::make_shared<PageWithTextInFile>(record, found, i), record, false);
     }
     savePDF(*manager, options.output, options.file);
 }

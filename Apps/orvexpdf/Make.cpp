@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Failure.h"
+#include "FoundFiles.h"
 #include "Interrupt.h"
 #include "MakePages.h"
 #include "Messages.h"

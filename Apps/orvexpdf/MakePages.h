@@ -25,12 +25,6 @@ void requirePixels(const Image& image, const std::string& name);
 /// The same for the contents of one file; `name` is for messages.
 [[nodiscard]] std::vector<SourceImage> imagesIn(const Bytes& data, const std::string& name, std::optional<double> dpi);
 
-using FoundPages = std::vector<std::shared_ptr<const OrvexFoundPage>>;
-
-/// The found pages of all files, in order; a file holds a found document or one found page. Throws Failure, also when
-/// there are more than `limit`.
-[[nodiscard]] FoundPages readFoundPages(const std::vector<std::string>& paths, std::size_t limit);
-
 /// A preset by its name (strong, medium, low) or from a JSON file; null for an empty text. Throws Failure.
 [[nodiscard]] OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath);
 

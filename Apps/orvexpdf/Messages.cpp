@@ -3,6 +3,7 @@
 #include "OrvexPDF/Alias.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 
 #include <unistd.h>
@@ -15,7 +16,7 @@ struct State {
     std::mutex mutex;
     bool quiet = false;
     bool statusShown = false;
-    bool dropsWarnings = false;
+    std::atomic<int> droppingWarnings = 0; ///< how many want it
 };
 
 State& state() {
@@ -36,7 +37,7 @@ void putLine(const std::string& text) {
 }
 
 void logLine(const LogRecord& record) {
-    if (record.level == LogLevel::warning && state().dropsWarnings) {
+    if (record.level == LogLevel::warning && state().droppingWarnings > 0) {
         return;
     }
     const std::string level(name(record.level));
@@ -91,11 +92,11 @@ std::string oneLine(std::string_view text) {
 }
 
 WarningsDropped::WarningsDropped() {
-    state().dropsWarnings = true;
+    ++state().droppingWarnings;
 }
 
 WarningsDropped::~WarningsDropped() {
-    state().dropsWarnings = false;
+    --state().droppingWarnings;
 }
 
 } // namespace orvex::tool

@@ -41,6 +41,20 @@ template <> struct JSONRecord<OrvexFoundDocument> {
         jsonField<&OrvexFoundDocument::source>("source"), jsonField<&OrvexFoundDocument::pages>("pages")};
 };
 
+/// A document whose pages are not read yet.
+struct OrvexFoundOutline {
+    std::optional<std::string> author;
+    std::optional<std::string> creator;
+    std::optional<std::string> source;
+    std::optional<JSONElements> pages;
+};
+
+template <> struct JSONRecord<OrvexFoundOutline> {
+    static constexpr std::array fields{
+        jsonFieldToRead<&OrvexFoundOutline::author>("author"), jsonFieldToRead<&OrvexFoundOutline::creator>("creator"),
+        jsonFieldToRead<&OrvexFoundOutline::source>("source"), jsonFieldToRead<&OrvexFoundOutline::pages>("pages")};
+};
+
 template <> struct JSONRecord<OrvexFoundFeature> {
     static constexpr std::array fields{
         jsonField<&OrvexFoundFeature::box>("box"), jsonField<&OrvexFoundFeature::score>("score"),
@@ -73,16 +87,21 @@ template <class Record> std::string encodeText(const Record& record, bool pretty
     return data ? std::string(data->text()) : "{}";
 }
 
-template <class Record> std::optional<Record> decode(const Bytes& jsonData, std::string* why) {
+/// What `read` gives; nothing, with a warning and the reason, when it fails.
+template <class Read> auto attempt(std::string_view function, std::string* why, Read read) {
     try {
-        return decodeJSON<Record>(jsonData);
+        return std::optional(read());
     } catch (const JSONError& error) {
-        warn("from(jsonData:)", error);
+        warn(function, error);
         if (why != nullptr) {
             *why = error.summary();
         }
-        return std::nullopt;
+        return std::optional<decltype(read())>();
     }
+}
+
+template <class Record> std::optional<Record> decode(const Bytes& jsonData, std::string* why) {
+    return attempt("from(jsonData:)", why, [&] { return decodeJSON<Record>(jsonData); });
 }
 
 } // namespace
@@ -113,6 +132,25 @@ std::string OrvexFoundDocument::toJSONString(bool pretty) const {
 }
 std::optional<OrvexFoundDocument> OrvexFoundDocument::from(const Bytes& jsonData, std::string* why) {
     return decode<OrvexFoundDocument>(jsonData, why);
+}
+
+std::optional<OrvexFoundPages> OrvexFoundPages::from(const Bytes& jsonData, std::string* why) {
+    auto outline = decode<OrvexFoundOutline>(jsonData, why);
+    return outline && outline->pages
+               ? std::optional(OrvexFoundPages(std::make_shared<const OrvexFoundOutline>(std::move(*outline))))
+               : std::nullopt;
+}
+
+std::size_t OrvexFoundPages::count() const {
+    return outline_->pages->size();
+}
+
+std::optional<OrvexFoundPage> OrvexFoundPages::page(std::size_t index, std::string* why) const {
+    return attempt("page(_:)", why, [&] {
+        OrvexFoundPage page;
+        readJSONElement(*outline_->pages, index, page);
+        return page;
+    });
 }
 
 } // namespace orvex

@@ -4,8 +4,11 @@
 #include "Platform/Foundation/Bytes.h"
 #include "Platform/Foundation/Geometry.h"
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvex {
@@ -92,6 +95,26 @@ struct OrvexFoundDocument {
     [[nodiscard]] std::string toJSONString(bool pretty) const;
     [[nodiscard]] static std::optional<OrvexFoundDocument> from(const Bytes& jsonData, std::string* why = nullptr);
     friend bool operator==(const OrvexFoundDocument&, const OrvexFoundDocument&) = default;
+};
+
+struct OrvexFoundOutline;
+
+/// The pages of a found document in JSON, read one by one: what long documents hold takes several times the JSON's size
+/// once it is read.
+class OrvexFoundPages {
+public:
+    /// Empty, with a warning in the log and the reason in `why`, for what OrvexFoundDocument refuses; but what stands
+    /// inside of pages shows only when they are read. Empty without a word for a document without pages. Keeps the
+    /// JSON.
+    [[nodiscard]] static std::optional<OrvexFoundPages> from(const Bytes& jsonData, std::string* why = nullptr);
+    [[nodiscard]] std::size_t count() const;
+    /// Reads a page, each time anew; `index` is below count(). Empty as OrvexFoundPage::from() is. Threads: any, side
+    /// by side.
+    [[nodiscard]] std::optional<OrvexFoundPage> page(std::size_t index, std::string* why = nullptr) const;
+
+private:
+    explicit OrvexFoundPages(std::shared_ptr<const OrvexFoundOutline> outline) : outline_(std::move(outline)) {}
+    std::shared_ptr<const OrvexFoundOutline> outline_;
 };
 
 /// One thing that a recogniser found, in its own words.

@@ -50,6 +50,35 @@ TEST_F(Layers, RecognisedTextMakesAPageSearchableAndLeavesItsLooks) {
            "cmp before-1.png after-1.png");
 }
 
+TEST_F(Layers, RecognisedTextOnATurnedPageStandsWhereItWasFound) {
+    // Page 2 is shown 200 points wide and 300 high. The shape of what was recognised tells how it was turned.
+    const auto found = [](const char* size) {
+        return std::string(R"({"size":)") + size +
+               R"(,"items":[{"text":"needle","box":{"x":20,"y":30,"w":50,"h":10}}]})";
+    };
+    write("shown.json", found(R"({"w":200,"h":300})"));
+    write("stored.json", found(R"({"w":300,"h":200})"));
+    toolOutput("text-layer a.pdf --found shown.json --pages 2 -o b.pdf");
+    EXPECT_THAT(oracle("pdftotext -f 2 -x 15 -y 25 -W 60 -H 20 b.pdf -"), HasSubstr("needle"));
+    toolOutput("text-layer a.pdf --found stored.json --pages 2 -o b.pdf");
+    EXPECT_THAT(oracle("pdftotext -f 2 -x 155 -y 15 -W 20 -H 60 b.pdf -"), HasSubstr("needle"));
+}
+
+TEST_F(Layers, AFaultInRecognisedTextIsTheFirstOneAndNothingIsWritten) {
+    const std::string page = R"({"size":{"w":9,"h":9},"items":[{"text":"a"}]})";
+    write("type.json", R"({"pages":[)" + page + R"(,{"items":[{"text":5}]}]})");
+    write("broken.json", R"({"pages":[{"dpi":"x"},{"dpi":1 2}]})");
+    write("many.json", R"({"pages":[)" + page + "," + page + R"(,{"dpi":true}]})");
+    write("text.json", "Hello");
+    const std::string start = "orvexpdf text-layer a.pdf -o b.pdf --found ";
+    expectRefusal(start + "type.json", unusable, {"type.json", "not found content: pages[1].items[0].text: Expected"});
+    expectRefusal(start + "broken.json", unusable, {"broken.json", "Not valid JSON", "column 32"});
+    expectRefusal(start + "many.json", unusable, {"many.json: not found content: pages[2].dpi"});
+    expectRefusal(start + "type.json --found text.json", unusable, {"type.json"});
+    expectRefusal(start + "text.json --found type.json", unusable, {"text.json"});
+    expectRefusal(start + "type.json --found found.json", unusable, {"type.json"});
+}
+
 TEST_F(Layers, MoreFoundPagesThanPagesAreRefused) {
     expectRefusal("orvexpdf text-layer a.pdf --found found.json --found found.json --pages 2 -o b.pdf", unusable,
                   {"found.json", "more found pages"});

@@ -135,6 +135,50 @@ TEST(FoundContent, ASizeNeedsBothNumbers) {
     EXPECT_FALSE(size.cgSize());
 }
 
+TEST(FoundContent, PagesReadOneByOneAreThoseOfTheDocument) {
+    OrvexFoundDocument document;
+    document.author = "A";
+    document.pages = {somePage(), OrvexFoundPage(), OrvexFoundPage(OrvexFoundSize(1, 2))};
+    for (const bool pretty : {false, true}) {
+        const auto pages = OrvexFoundPages::from(*document.toData(pretty));
+        ASSERT_TRUE(pages);
+        ASSERT_EQ(pages->count(), 3U);
+        for (const std::size_t i : {2U, 0U, 1U, 0U}) {
+            EXPECT_EQ(pages->page(i), document.pages->at(i)) << i;
+        }
+    }
+}
+
+TEST(FoundContent, AFaultInsideAPageShowsWhenThatPageIsReadAndNamesItsPlace) {
+    const LogRecorder recorder(moduleLogger());
+    std::string why;
+    const auto pages = OrvexFoundPages::from(json(R"({"pages":[{},{"items":[{"text":5}]},{"dpi":[}},7]})"), &why);
+    ASSERT_TRUE(pages);
+    EXPECT_TRUE(recorder.lines().empty());
+    EXPECT_EQ(pages->page(0, &why), OrvexFoundPage());
+    EXPECT_FALSE(pages->page(1, &why));
+    expectOneWarning(recorder, "page(_:)");
+    EXPECT_EQ(why, "pages[1].items[0].text: Expected to decode String but found number instead.");
+    EXPECT_FALSE(pages->page(2, &why));
+    EXPECT_FALSE(pages->page(3, &why));
+    EXPECT_EQ(why, "pages[3]: Expected to decode Dictionary<String, Any> but found number instead.");
+}
+
+TEST(FoundContent, WhatIsNoDocumentHasNoPagesToRead) {
+    const LogRecorder recorder(moduleLogger());
+    std::string why;
+    EXPECT_FALSE(OrvexFoundPages::from(json(R"({"size":{"w":1,"h":2}})"), &why));
+    EXPECT_FALSE(OrvexFoundPages::from(json(R"({"pages":null})"), &why));
+    EXPECT_TRUE(recorder.lines().empty());
+    EXPECT_EQ(why, "");
+    for (const auto* text :
+         {"", "[]", R"({"pages":5})", R"({"pages":[{}]} 1)", R"({"pages":[{})", R"({"author":1,"pages":[]})"}) {
+        why.clear();
+        EXPECT_FALSE(OrvexFoundPages::from(json(text), &why)) << text;
+        EXPECT_NE(why, "") << text;
+    }
+}
+
 TEST(FoundContent, SlashesAreEscapedAndReadBack) {
     OrvexFoundPage page;
     page.items = {OrvexFoundItem("a/b", OrvexFoundBox())};

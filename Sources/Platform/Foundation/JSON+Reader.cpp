@@ -1,7 +1,6 @@
 #include "Platform/Foundation/JSON.h"
 #include "Platform/Foundation/JSON_p.h"
 #include "Platform/Foundation/Strings.h"
-#include "Platform/Foundation/Workers.h"
 
 #include <algorithm>
 #include <charconv>
@@ -216,25 +215,23 @@ bool JSONReader::nextElement() {
     return advance(']');
 }
 
-void JSONReader::readElements(const std::function<void(std::size_t)>& prepare,
-                              const std::function<void(std::size_t, JSONReader&)>& read) {
-    std::vector<std::pair<std::size_t, std::size_t>> places; // where elements start and end
+JSONElements JSONReader::takeElements() {
     enterArray();
-    const JSONReader inside(*this);
+    JSONElements elements(*this);
     while (nextElement()) {
         const std::size_t start = offset_;
         const bool bracket = peek() == '{' || peek() == '[';
         offset_ = bracket ? skipJSONBrackets(text_, start) : skipJSONValue(text_, start, depth_);
-        places.emplace_back(start, offset_);
+        elements.places_.emplace_back(start, offset_);
     }
-    prepare(places.size());
-    forEachInParallel(places.size(), [&](std::size_t i) {
-        JSONReader element(inside);
-        std::tie(element.offset_, element.end_) = places[i];
-        element.levels_[element.depth_ - 1].index = i;
-        read(i, element);
-        element.finish(); // which also checks where the next one starts
-    });
+    return elements;
+}
+
+JSONReader JSONElements::reader(std::size_t index) const {
+    JSONReader element(inside_);
+    std::tie(element.offset_, element.end_) = places_[index];
+    element.levels_[element.depth_ - 1].index = index;
+    return element;
 }
 
 bool JSONReader::readBool() {

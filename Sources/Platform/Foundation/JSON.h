@@ -7,7 +7,6 @@
 #include <concepts>
 #include <cstdint>
 #include <exception>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -118,6 +117,8 @@ private:
     bool pretty_;
 };
 
+class JSONElements;
+
 enum class JSONKind { null, boolean, number, string, array, object };
 
 /// Reads JSON front to back, value by value, straight out of the bytes: nothing is built that the caller does not ask
@@ -140,10 +141,9 @@ public:
     /// The same for arrays: while nextElement() is true there is an element to read or skip.
     void enterArray();
     [[nodiscard]] bool nextElement();
-    /// An array on all cores: calls prepare(count), then read(index, reader) for each element, several at a time. Fails
-    /// as the first element does that fails.
-    void readElements(const std::function<void(std::size_t)>& prepare,
-                      const std::function<void(std::size_t, JSONReader&)>& read);
+    /// Passes over an array whose elements are read later, or side by side. What stands inside of them is not looked
+    /// at.
+    [[nodiscard]] JSONElements takeElements();
 
     [[nodiscard]] bool readBool();
     [[nodiscard]] double readDouble();
@@ -157,7 +157,7 @@ public:
     /// Throws when the whole text is not well-formed, whatever was read of it.
     void checkStructure() const;
     [[nodiscard]] std::size_t size() const { return text_.size(); } ///< of the whole text, in bytes
-    /// To the end of what this reader was given: the whole text, or an element of readElements().
+    /// To the end of what this reader was given: the whole text, or one of JSONElements.
     [[nodiscard]] std::size_t bytesLeft() const { return end_ - offset_; }
 
     /// For those that decode records: errors about the value or object that was read last.
@@ -165,6 +165,7 @@ public:
     [[noreturn]] void failCorrupted(const std::string& detail) const;
 
 private:
+    friend class JSONElements;
     struct TypeName;
     struct Level {
         bool array = false;
@@ -193,6 +194,21 @@ private:
     std::size_t end_; ///< of what is to be read
     std::size_t depth_ = 0;
     std::vector<Level> levels_; ///< the first `depth_` are entered
+};
+
+/// Where the elements of an array lie. Keeps the text alive.
+class JSONElements {
+public:
+    [[nodiscard]] std::size_t size() const { return places_.size(); }
+    /// For the element alone, whose finish() has to be called behind it: where it ends was guessed from its brackets.
+    /// Errors name the element by its place in the whole. Threads: any.
+    [[nodiscard]] JSONReader reader(std::size_t index) const;
+
+private:
+    friend class JSONReader;
+    explicit JSONElements(JSONReader inside) : inside_(std::move(inside)) {}
+    JSONReader inside_;                                       ///< within the array
+    std::vector<std::pair<std::size_t, std::size_t>> places_; ///< starts and ends
 };
 
 } // namespace orvex

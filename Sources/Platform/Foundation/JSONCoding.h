@@ -9,6 +9,7 @@
 #pragma once
 
 #include "Platform/Foundation/JSON.h"
+#include "Platform/Foundation/Workers.h"
 
 #include <algorithm>
 #include <array>
@@ -121,11 +122,18 @@ template <JSONRecordType Record> void readJSONValue(JSONReader& reader, Record& 
 /// Specialised as true for records so large that lists of them are worth reading on all cores.
 template <class Element> inline constexpr bool isReadSideBySide = false;
 
+template <class Element> void readJSONElement(const JSONElements& elements, std::size_t index, Element& element) {
+    JSONReader reader = elements.reader(index);
+    readJSONValue(reader, element);
+    reader.finish();
+}
+
 template <class Element> void readJSONValue(JSONReader& reader, std::vector<Element>& elements) {
     if constexpr (isReadSideBySide<Element>) {
         if (constexpr std::size_t worthIt = 100'000; reader.size() > worthIt) {
-            reader.readElements([&](std::size_t count) { elements.resize(count); },
-                                [&](std::size_t i, JSONReader& element) { readJSONValue(element, elements[i]); });
+            const JSONElements places = reader.takeElements();
+            elements.resize(places.size());
+            forEachInParallel(places.size(), [&](std::size_t i) { readJSONElement(places, i, elements[i]); });
             return;
         }
     }
@@ -170,20 +178,35 @@ template <class Field> void readJSONMember(JSONReader& reader, Field& field) {
     }
 }
 
+inline void readJSONMember(JSONReader& reader, std::optional<JSONElements>& elements) {
+    if (reader.kind() == JSONKind::null) {
+        reader.skip();
+    } else {
+        elements = reader.takeElements();
+    }
+}
+
 template <class Pointer> struct JSONMemberPointer;
 template <class R, class F> struct JSONMemberPointer<F R::*> {
     using Record = R;
     using Field = F;
 };
 
-template <auto member> constexpr auto jsonField(std::string_view key) {
+/// Of a record that is never written.
+template <auto member> constexpr auto jsonFieldToRead(std::string_view key) {
     using Record = typename JSONMemberPointer<decltype(member)>::Record;
     using Field = typename JSONMemberPointer<decltype(member)>::Field;
-    return JSONField<Record>{key, !isJSONOptional<Field>,
-                             [](JSONWriter& writer, std::string_view name, const Record& record) {
-                                 writeJSONMember(writer, name, record.*member);
-                             },
+    return JSONField<Record>{key, !isJSONOptional<Field>, nullptr,
                              [](JSONReader& reader, Record& record) { readJSONMember(reader, record.*member); }};
+}
+
+template <auto member> constexpr auto jsonField(std::string_view key) {
+    auto field = jsonFieldToRead<member>(key);
+    using Record = typename JSONMemberPointer<decltype(member)>::Record;
+    field.write = [](JSONWriter& writer, std::string_view name, const Record& record) {
+        writeJSONMember(writer, name, record.*member);
+    };
+    return field;
 }
 
 template <class Record> constexpr auto jsonFieldsSortedByKey() {
