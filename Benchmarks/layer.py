@@ -106,7 +106,7 @@ def contents_of(pdf):
     streams = [data[match.end():match.end() + int(match[1])]
                for match in re.finditer(rb"/Length (\d+)[^>]*>>\s*stream\r?\n", data)]
     contents = [zlib.decompress(stream) for stream in streams if stream[:1] == b"\x78"]
-    return [content for content in contents if b" Tm\n" in content]
+    return [content for content in contents if b" Tj\n" in content]
 
 
 def floor(pdf, folder, level=3):

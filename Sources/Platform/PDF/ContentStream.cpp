@@ -13,6 +13,8 @@
 
 namespace orvex {
 
+using namespace std::string_view_literals;
+
 namespace {
 
 constexpr std::size_t longestNumber = 24;
@@ -26,15 +28,25 @@ constexpr auto digitPairs = [] {
     return pairs;
 }();
 
-/// Six places less the zeros at their end.
-char* putFraction(char* at, std::uint32_t millionths) {
-    for (const std::uint32_t pair : {millionths / 10'000, millionths / 100 % 100, millionths % 100}) {
-        at = std::copy_n(digitPairs.data() + std::size_t{2} * pair, 2, at);
-    }
+char* putPair(char* at, std::uint32_t pair) {
+    return std::copy_n(digitPairs.data() + std::size_t{2} * pair, 2, at);
+}
+
+/// Back to before the zeros that a fraction ends with.
+char* dropZeros(char* at) {
     while (at[-1] == '0') {
         --at;
     }
     return at;
+}
+
+char* putWhole(char* at, std::uint64_t whole) {
+    if (whole < 100) {
+        const auto pair = static_cast<std::uint32_t>(whole);
+        const std::size_t skipped = pair < 10 ? 1 : 0;
+        return std::copy_n(digitPairs.data() + std::size_t{2} * pair + skipped, 2 - skipped, at);
+    }
+    return std::to_chars(at, at + longestNumber, whole).ptr;
 }
 
 /// Behind it; there is room for the longest number.
@@ -50,17 +62,42 @@ char* putNumber(char* at, double value) {
     if (value < 0 && millionths != 0) {
         *at++ = '-';
     }
-    const std::uint64_t whole = millionths / unit;
-    if (whole < 10) {
-        *at++ = static_cast<char>('0' + whole);
-    } else {
-        at = std::to_chars(at, at + longestNumber, whole).ptr;
-    }
+    at = putWhole(at, millionths / unit);
     if (const auto fraction = static_cast<std::uint32_t>(millionths % unit); fraction != 0) {
         *at++ = '.';
-        at = putFraction(at, fraction);
+        at = dropZeros(putPair(putPair(putPair(at, fraction / 10'000), fraction / 100 % 100), fraction % 100));
     }
     return at;
+}
+
+constexpr std::int64_t parts = 10'000;
+constexpr std::int64_t unstretched = 100 * parts;
+
+std::int64_t inParts(double value) {
+    return std::llrint(value * parts);
+}
+
+/// As putNumber(), and a blank.
+char* putParts(char* at, std::int64_t value) {
+    if (value < 0) {
+        *at++ = '-';
+    }
+    const auto size = static_cast<std::uint64_t>(std::abs(value));
+    at = putWhole(at, size / parts);
+    if (const auto fraction = static_cast<std::uint32_t>(size % parts); fraction != 0) {
+        *at++ = '.';
+        at = dropZeros(putPair(putPair(at, fraction / 100), fraction % 100));
+    }
+    *at++ = ' ';
+    return at;
+}
+
+/// Whether a line in this place is stretched along its base line and nothing else, by what readers are used to.
+bool isOnlyStretched(const AffineTransform& place) {
+    constexpr double most = 100;
+    constexpr double mostDistant = 1e9;
+    return place.b == 0 && place.c == 0 && place.d == 1 && place.a > 1 / most && place.a < most &&
+           std::abs(place.tx) < mostDistant && std::abs(place.ty) < mostDistant;
 }
 
 } // namespace
@@ -86,11 +123,20 @@ void ContentStreamContext::prepare() {
     if (!contentDrawn_) {
         throw PDFWriteError("a page draws its content before anything else");
     }
+    endTextObject();
     writePending();
+}
+
+void ContentStreamContext::endTextObject() {
+    if (textObject_) {
+        after_ += "ET\n";
+        textObject_.reset();
+    }
 }
 
 void ContentStreamContext::writePending() {
     if (const auto transform = std::exchange(pending_, std::nullopt)) {
+        endTextObject();
         after_ += "q\n";
         if (!transform->isIdentity()) {
             concatenate(*transform);
@@ -110,9 +156,12 @@ void ContentStreamContext::saveState() {
 
 void ContentStreamContext::restoreState() {
     if (pending_) { // never written: what was set in it holds on
-        saved_.back().invisibleSize = state_.invisibleSize;
+        const double alpha = saved_.back().fillAlpha;
+        saved_.back() = state_;
+        saved_.back().fillAlpha = alpha;
         pending_.reset();
     } else {
+        endTextObject();
         (contentDrawn_ ? after_ : before_) += "Q\n";
     }
     state_ = saved_.back();
@@ -194,6 +243,7 @@ void ContentStreamContext::drawPageContent(const PDFPage& /*page*/, PDFDisplayBo
 }
 
 void ContentStreamContext::finish() {
+    endTextObject();
     if (gaps_.empty()) {
         return;
     }
@@ -211,6 +261,9 @@ void ContentStreamContext::finish() {
 
 void ContentStreamContext::drawVisibleLine(std::string line, std::shared_ptr<const Font> font, double size,
                                            Point baseline) {
+    if (std::exchange(state_.isTextStretched, false)) {
+        after_ += "100 Tz\n";
+    }
     gaps_.push_back({after_.size(), [=, this, line = std::move(line), font = std::move(font)](std::string& content) {
                          const auto nameOf = [this](const FontFile& face) {
                              auto& name = resources_.faces[face];
@@ -222,27 +275,64 @@ void ContentStreamContext::drawVisibleLine(std::string line, std::shared_ptr<con
                          outlines_.appendLine(content, nameOf, line, *font, size, baseline.x, baseline.y);
                      }});
     state_.invisibleSize.reset();
+    state_.isTextInvisible = false;
     drewMarks_ = true;
 }
 
 void ContentStreamContext::drawInvisibleLine(std::string_view line, const std::shared_ptr<const Font>& font,
                                              double size, Point baseline) {
-    after_ += "BT\n";
+    if (!textObject_) {
+        after_ += "BT\n";
+        textObject_ = {0, 0, state_.isTextStretched ? 0 : unstretched};
+    }
     if (std::exchange(state_.invisibleSize, size) != size) {
-        resources_.invisibleFont = named("Text");
-        after_.append("/").append(resources_.invisibleFont).append(" ");
-        appendNumbers({size}, "Tf\n3 Tr");
+        setInvisible(size);
     }
     const AffineTransform place{1, 0, 0, 1, baseline.x, baseline.y};
-    const auto [a, b, c, d, x, y] = pending_ ? place.followedBy(*pending_) : place;
-    appendNumbers({a, b, c, d, x, y}, "Tm");
+    const bool othersMayFollow = placeLine(pending_ ? place.followedBy(*pending_) : place);
     if (!invisible_.appendLine(after_, line)) {
         gaps_.push_back({after_.size(), [this, line = std::string(line), font](std::string& content) {
                              invisible_.add(line, *font);
                              invisible_.appendLine(content, line);
                          }});
     }
-    after_ += "ET\n";
+    if (!othersMayFollow) {
+        endTextObject();
+    }
+}
+
+void ContentStreamContext::setInvisible(double size) {
+    if (resources_.invisibleFont.empty()) {
+        resources_.invisibleFont = named("Text");
+    }
+    after_.append("/").append(resources_.invisibleFont).append(" ");
+    appendNumbers({size}, "Tf");
+    if (!std::exchange(state_.isTextInvisible, true)) {
+        after_ += "3 Tr\n";
+    }
+}
+
+/// By the way from the last line, and how far it is stretched: half as long as a matrix. Lines that need a matrix have
+/// a text object to themselves: false.
+bool ContentStreamContext::placeLine(const AffineTransform& place) {
+    if (!isOnlyStretched(place)) {
+        if (std::exchange(state_.isTextStretched, false)) {
+            after_ += "100 Tz\n";
+        }
+        appendNumbers({place.a, place.b, place.c, place.d, place.tx, place.ty}, "Tm");
+        return false;
+    }
+    const TextObject last = *textObject_;
+    textObject_ = {inParts(place.tx), inParts(place.ty), inParts(100 * place.a)};
+    std::array<char, 3 * longestNumber + 8> text; // NOLINT(*-member-init): filled as far as it is read
+    char* end = text.data();
+    if (textObject_->stretch != last.stretch) {
+        end = std::ranges::copy("Tz "sv, putParts(end, textObject_->stretch)).out;
+        state_.isTextStretched = textObject_->stretch != unstretched;
+    }
+    end = putParts(putParts(end, textObject_->x - last.x), textObject_->y - last.y);
+    after_.append(text.data(), end).append("Td\n");
+    return true;
 }
 
 void ContentStreamContext::drawText(std::string_view utf8, const std::shared_ptr<const Font>& font, double size,
@@ -266,6 +356,7 @@ void ContentStreamContext::beginFoundText(std::string_view utf8, const Rect& rec
     if (!pending_ || !pending_->isIdentity()) { // the rectangle is one of the space in force
         prepare();
     }
+    endTextObject();
     after_ += "/OrvexFound << /Text <FEFF";
     for (std::size_t at = 0; at < utf8.size();) {
         appendUTF16(after_, nextCodePoint(utf8, at));
@@ -275,6 +366,7 @@ void ContentStreamContext::beginFoundText(std::string_view utf8, const Rect& rec
 }
 
 void ContentStreamContext::endFoundText() {
+    endTextObject(); // marked content and text objects do not overlap
     after_ += "EMC\n";
 }
 

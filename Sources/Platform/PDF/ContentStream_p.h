@@ -4,6 +4,7 @@
 #include "Platform/PDF/GraphicsContext.h"
 #include "Platform/PDF/OutlineFonts_p.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -61,6 +62,15 @@ private:
     struct State {
         double fillAlpha = 1;
         std::optional<double> invisibleSize; ///< at which invisible text goes on without another word
+        bool isTextInvisible = false;        ///< the mode that was set last
+        bool isTextStretched = false;        ///< other than by 100 %
+    };
+    /// Invisible lines follow each other in one text object, each placed from where the last one starts. Counted in
+    /// ten-thousandths, so that nothing adds up on the way.
+    struct TextObject {
+        std::int64_t x = 0; ///< points
+        std::int64_t y = 0;
+        std::int64_t stretch = 0; ///< per cent
     };
     [[nodiscard]] std::string named(const std::string& what);
     void prepare();
@@ -69,6 +79,9 @@ private:
     void appendNumbers(std::initializer_list<double> numbers, std::string_view operation);
     void drawVisibleLine(std::string line, std::shared_ptr<const Font> font, double size, Point baseline);
     void drawInvisibleLine(std::string_view line, const std::shared_ptr<const Font>& font, double size, Point baseline);
+    void setInvisible(double size);
+    [[nodiscard]] bool placeLine(const AffineTransform& place);
+    void endTextObject();
 
     /// What finish() has to put in.
     struct Gap {
@@ -84,6 +97,7 @@ private:
     std::string after_;
     DrawnResources resources_;
     State state_;
+    std::optional<TextObject> textObject_; ///< the one that is open
     std::vector<State> saved_;
     std::vector<Gap> gaps_;
     /// A saved state that nothing has needed yet, with what was concatenated in it: invisible text takes it along in

@@ -87,6 +87,7 @@ bool ContentReader::runText(const ContentScanner& scanner) {
     case operatorCode("ET"):
         return true;
     case operatorCode("Td"):
+        items_ += inItem_ ? 0 : 1;
         moveLine(numberAt(operands, 0), numberAt(operands, 1));
         return true;
     case operatorCode("TD"):

@@ -113,9 +113,9 @@ private:
         friend bool operator==(const StyleKey&, const StyleKey&) = default;
     };
     StyleKey styleKey_;
-    std::uint32_t items_ = 0;
-    bool inItem_ = false; ///< one that says what it stands for
-    float tracking_ = 0;  ///< character spacing in page space
+    std::uint32_t items_ = 0; ///< of a text layer: a text object is one, and so is each place that it moves to
+    bool inItem_ = false;     ///< one that says what it stands for
+    float tracking_ = 0;      ///< character spacing in page space
     std::string stringBuffer_;
     bool stopAtFirstText_ = false;
     bool exhausted_ = false;
