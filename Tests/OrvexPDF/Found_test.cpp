@@ -1,5 +1,6 @@
 // What pages and documents say of their own text.
 #include "OrvexPDF/Document.h"
+#include "Platform/Foundation/Workers.h"
 #include "Support/PDFFixture.h"
 
 #include <gmock/gmock.h>
@@ -154,6 +155,39 @@ TEST(FoundDocument, PassesOverPlatformPages) {
     EXPECT_EQ(document->pageCount(), 3);
     EXPECT_EQ(document->foundDocument().pages->size(), 2U);
     EXPECT_EQ(document->extractFoundDocument().pages->size(), 2U);
+}
+
+/// A page in two fonts: codes of one of Adobe's character maps, and a rare name of a glyph.
+Bytes pageInFontsOfItsOwn(const std::string& map, const std::string& ordering, const std::string& codes) {
+    const std::string rare =
+        "<< /Type /Font /Subtype /Type1 /BaseFont /Rare /Encoding << /Differences [65 /afii10017] >> >>";
+    const std::string wide = "<< /Type /Font /Subtype /Type0 /BaseFont /Wide /Encoding /" + map +
+                             " /DescendantFonts [<< /Type /Font /Subtype /CIDFontType0 /BaseFont /Wide /DW 1000 "
+                             "/CIDSystemInfo << /Registry (Adobe) /Ordering (" +
+                             ordering + ") /Supplement 0 >> >>] >>";
+    return Bytes(test::pdfFromObjects(
+        {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+         "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Contents 4 0 R /Resources << /Font << /Rare " + rare +
+             " /Wide " + wide + " >> >> >>",
+         test::streamBody("BT /Rare 12 Tf 72 700 Td (A) Tj /Wide 12 Tf 0 -50 Td <" + codes + "> Tj ET")}));
+}
+
+TEST(ExtractFoundDocument, SeveralDocumentsAreOpenedReadAndClosedSideBySide) {
+    const std::vector<std::pair<Bytes, std::string>> files = {
+        {pageInFontsOfItsOwn("90ms-RKSJ-H", "Japan1", "93FA967B"), "日本"},
+        {pageInFontsOfItsOwn("GBK-EUC-H", "GB1", "D6D0CEC4"), "中文"},
+        {pageInFontsOfItsOwn("UniJIS-UCS2-H", "Japan1", "65E5672C"), "日本"},
+        {pageInFontsOfItsOwn("ETen-B5-H", "CNS1", "A4A4A4E5"), "中文"}};
+    std::vector<std::vector<std::string>> texts(64);
+    forEachInParallel(texts.size(), [&](std::size_t i) {
+        const auto document = OrvexPDFDocument::fromData(files[i % files.size()].first);
+        for (const auto& item : *document->orvexPage(0)->extractFoundPage().items) {
+            texts[i].push_back(*item.text);
+        }
+    });
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        EXPECT_EQ(texts[i], (std::vector<std::string>{"А", files[i % files.size()].second})) << i;
+    }
 }
 
 } // namespace
