@@ -66,7 +66,13 @@ std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, 
         manager.write(meter);
         size = meter.count();
     });
-    report("wrote " + (path == "-" ? "standard output" : path));
+    const auto encryption = manager.pdfDoc->savedEncryption();
+    const std::string written = path == "-" ? "standard output" : path;
+    report("wrote " + written + (encryption == PDFSavedEncryption::kept ? ", encrypted as before" : ""));
+    if (encryption == PDFSavedEncryption::removed) {
+        warn(displayName(input) + " was encrypted and " + written +
+             " is not: with one of its passwords (--password) it stays encrypted");
+    }
     return size;
 }
 

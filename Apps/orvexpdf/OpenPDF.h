@@ -48,7 +48,7 @@ struct PDFOutput {
 };
 /// Before any work: exactly one of the two is given, and it can work out. Throws Failure (usage, outputFailed).
 void checkPDFOutput(const PDFOutput& output, const std::string& input);
-/// Returns the size of what was written. Throws Failure (outputFailed).
+/// Returns the size of what was written; says what became of the input's encryption. Throws Failure (outputFailed).
 std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input);
 
 } // namespace orvex::tool

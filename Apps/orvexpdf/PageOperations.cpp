@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Input.h"
 #include "MakePages.h"
+#include "Messages.h"
 #include "OpenPDF.h"
 #include "PageRange.h"
 #include "Platform/Imaging/Codecs.h"
@@ -130,6 +131,10 @@ void insertPDF(const std::string& path, const Bytes& data, std::int64_t place, O
         failToOpen(path, why->what(), why->failure());
     }
     manager.insert(document, place);
+    if (document->savedEncryption() != PDFSavedEncryption::none &&
+        manager.pdfDoc->savedEncryption() != PDFSavedEncryption::kept) {
+        warn(displayName(path) + " is encrypted, and its pages are written in the open");
+    }
 }
 
 void insertImages(const std::string& path, const Bytes& data, std::int64_t place, OrvexPDFDocumentManager& manager) {

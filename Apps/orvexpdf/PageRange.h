@@ -1,4 +1,4 @@
-// Pages as people name them: counted from 1, "3", "2-5", "1-3,7,9-end".
+// Pages as people name them: counted from 1, "3", "2-5", "1-3,7,9-end"; "5-2" and "end-1" count down.
 #pragma once
 
 #include <cstdint>

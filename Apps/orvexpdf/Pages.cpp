@@ -115,7 +115,8 @@ Command addPages(CLI::App& tool) {
                  "Insert a PDF or the pages of an image before the\npage at a place; behind all without one");
     addOperation(*app, "--append", "FILE", "The same behind all pages, whatever the name says");
     app->add_flag("--reverse", options->reverse, "Turn the order around")->group("Operations");
-    app->footer(std::string("Operations happen in the order given; pages count from 1, each time anew.\n\n") +
+    app->footer(std::string("Operations happen in the order given; pages count from 1, each time anew.\n"
+                            "A range like 5-2 counts down: pages 5, 4, 3 and 2.\n\n") +
                 examples);
     return {app, [options, app] { runPages(*options, operationsOf(*app)); }};
 }

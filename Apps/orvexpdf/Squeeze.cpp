@@ -32,7 +32,10 @@ constexpr auto examples = R"(Examples:
       Pages become images at 144 dpi where that takes fewer bytes; their text
       stays searchable.
   orvexpdf squeeze scans.pdf --mode archive.json --pages 2-end --in-place
-      With a preset of your own, without the first page.)";
+      With a preset of your own, without the first page.
+
+Each page by itself is compared with its picture. Where pages share fonts or
+images, the file may grow; what it takes is reported at the end.)";
 
 /// What a page takes and what became of it.
 struct Outcome {
@@ -72,6 +75,15 @@ void reportPage(std::int64_t number, const Outcome& outcome) {
            formatByteCount(outcome.before));
 }
 
+/// The whole file's sizes. Each page by itself was compared with the bare picture of it: the file may still grow.
+void reportSizes(std::int64_t before, std::int64_t after) {
+    report("the file: " + formatByteCount(after) + " instead of " + formatByteCount(before));
+    if (after > before) {
+        warn("the file became larger, by " + formatByteCount(after - before) +
+             ": each page by itself was compared with its picture, without regard to what pages share in the file");
+    }
+}
+
 void squeeze(const SqueezeOptions& options) {
     checkPDFOutput(options.output, options.file);
     const auto preset = readPreset(options.mode);
@@ -97,8 +109,7 @@ void squeeze(const SqueezeOptions& options) {
         reportPage(pages[i] + 1, outcomes[i]);
     }
     const auto before = manager->originalBytes;
-    const auto after = savePDF(*manager, options.output, options.file);
-    report(formatByteCount(after) + " instead of " + formatByteCount(before));
+    reportSizes(before, savePDF(*manager, options.output, options.file));
 }
 
 } // namespace

@@ -53,6 +53,19 @@ TEST_F(Pages, AreRemovedMovedAndReversed) {
     expectPages("--reverse", "EDCBA");
 }
 
+TEST_F(Pages, RangesMayCountDown) {
+    expectPages("--remove 4-2", "AE");
+    expectPages("--remove end-2", "A");
+    expectPages("--move 5-4:1", "EDABC");
+    expectPages("--move end-1:1", "EDCBA");
+    expectPages("--move 3-1,5:end", "DCBAE");
+    expectPages("--rotate 3-2:left", "ABCDE");
+    EXPECT_EQ(pdfinfo("out.pdf", "Page    2 rot", 2), "270");
+    EXPECT_EQ(pdfinfo("out.pdf", "Page    3 rot", 3), "270");
+    EXPECT_EQ(pdfinfo("out.pdf", "Page    4 rot", 4), "0");
+    EXPECT_THAT(toolOutput("text five.pdf --pages 5-3,1"), testing::MatchesRegex("E[^A-Z]*D[^A-Z]*C[^A-Z]*A[^A-Z]*"));
+}
+
 TEST_F(Pages, OperationsHappenInTheOrderGiven) {
     expectPages("--remove 1 --reverse --remove 1", "DCB");
     expectPages("--reverse --remove 1 --remove 1", "CBA");
@@ -106,6 +119,35 @@ TEST_F(Pages, OfAnEncryptedDocumentNeedItsPassword) {
     }
 }
 
+TEST_F(Pages, OfAnEncryptedDocumentStayEncryptedWithItsPassword) {
+    oracle("qpdf --encrypt user owner 256 --modify=none -- five.pdf locked.pdf");
+    oracle("qpdf --encrypt '' owner 256 --modify=none -- five.pdf owned.pdf");
+    for (const std::string file : {"locked.pdf", "owned.pdf"}) {
+        const auto result = tool("pages " + file + " --password owner --remove 1 -o out.pdf");
+        EXPECT_EQ(result.errors, "orvexpdf: wrote out.pdf, encrypted as before\n");
+        EXPECT_EQ(oracle("qpdf --show-encryption --password=owner out.pdf"),
+                  oracle("qpdf --show-encryption --password=owner " + file));
+    }
+}
+
+TEST_F(Pages, ThatAreNoLongerEncryptedAreToldOf) {
+    oracle("qpdf --encrypt '' owner 256 -- five.pdf owned.pdf");
+    for (const std::string password : {"", "--password wrong "}) {
+        const auto result = tool("pages owned.pdf " + password + "--remove 1 -o out.pdf");
+        EXPECT_EQ(result.exitCode, done);
+        EXPECT_THAT(result.errors, HasSubstr("orvexpdf: warning: owned.pdf was encrypted and out.pdf is not"));
+        EXPECT_THAT(result.errors, HasSubstr("--password"));
+        EXPECT_THAT(oracle("qpdf --show-encryption out.pdf"), HasSubstr("File is not encrypted"));
+    }
+    EXPECT_EQ(tool("pages owned.pdf --reverse -o out.pdf --quiet").errors, "");
+    EXPECT_THAT(tool("pages two.pdf --append owned.pdf -o out.pdf").errors,
+                HasSubstr("warning: owned.pdf is encrypted, and its pages are written in the open"));
+    EXPECT_EQ(tool("pages owned.pdf --password owner --append owned.pdf -o out.pdf").errors,
+              "orvexpdf: wrote out.pdf, encrypted as before\n");
+    EXPECT_THAT(tool("watermark owned.pdf --text DRAFT -o out.pdf").errors, HasSubstr("owned.pdf was encrypted"));
+    EXPECT_THAT(tool("squeeze owned.pdf --mode low -o out.pdf").errors, HasSubstr("owned.pdf was encrypted"));
+}
+
 TEST_F(Pages, AreChangedInPlaceWhenAsked) {
     toolOutput("pages five.pdf --remove 1 --in-place");
     EXPECT_EQ(letters("five.pdf"), "BCDE");
@@ -125,6 +167,11 @@ TEST_F(Pages, WrongUsageIsRefusedWithTheReason) {
         {"five.pdf --append two.pdf -o two.pdf", {"is an input"}},
         {"five.pdf --insert two.pdf:1 -o two.pdf", {"is an input"}},
         {"five.pdf --remove 6 -o out.pdf", {"6", "5 pages"}},
+        {"five.pdf --remove 6-2 -o out.pdf", {"6-2", "5 pages"}},
+        {"five.pdf --remove 0-2 -o out.pdf", {"0-2", "5 pages"}},
+        {"five.pdf --remove 2- -o out.pdf", {"2-", "not a list of pages"}},
+        {"five.pdf --remove 1-2-3 -o out.pdf", {"1-2-3", "not a list of pages"}},
+        {"five.pdf --remove 1,,2 -o out.pdf", {"1,,2", "not a list of pages"}},
         {"five.pdf --remove '' -o out.pdf", {"no pages are named"}},
         {"five.pdf --remove 1-end -o out.pdf", {"no page would be left"}},
         {"five.pdf --remove 4-5 --remove 4 -o out.pdf", {"3 pages"}},

@@ -48,6 +48,30 @@ TEST_F(Squeeze, OnlyThePagesNamed) {
     EXPECT_THAT(oracle("pdfimages -list -l 1 out.pdf"), HasSubstr("jpeg"));
 }
 
+TEST_F(Squeeze, RangesMayCountDown) {
+    const auto result = tool("squeeze both.pdf --mode strong --pages 2-1,1 -o out.pdf");
+    EXPECT_EQ(result.exitCode, done) << result.errors;
+    EXPECT_LT(result.errors.find("page 1:"), result.errors.find("page 2:"));
+    EXPECT_EQ(result.errors.find("page 1:"), result.errors.rfind("page 1:"));
+}
+
+TEST_F(Squeeze, AFileThatGrowsIsToldOf) {
+    // Lines that no filter makes small, in a content that all pages share.
+    std::string shared;
+    for (int i = 0; i < 200; ++i) {
+        shared += std::to_string(i * 37 % 600) + " " + std::to_string(i * 61 % 700) + " 1 " + std::to_string(i % 3) +
+                  " re f\n";
+    }
+    write("one.pdf", pdfFromPages({{shared + showing("shared")}}));
+    oracle("qpdf --empty --pages one.pdf 1 one.pdf 1 one.pdf 1 one.pdf 1 -- four.pdf");
+    const auto result = tool("squeeze four.pdf --mode strong -o out.pdf");
+    EXPECT_EQ(result.exitCode, done) << result.errors;
+    EXPECT_THAT(result.errors, HasSubstr("page 4: PNG, "));
+    ASSERT_GT(read("out.pdf").size(), read("four.pdf").size());
+    EXPECT_THAT(result.errors, HasSubstr("orvexpdf: warning: the file became larger, by "));
+    EXPECT_THAT(tool("squeeze scan.pdf --mode strong -o out.pdf").errors, Not(HasSubstr("larger")));
+}
+
 TEST_F(Squeeze, ATurnedPageKeepsItsTextWhereItStood) {
     // Comments that no filter makes small: its picture takes less.
     std::string bulk;

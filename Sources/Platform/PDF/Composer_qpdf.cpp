@@ -76,8 +76,7 @@ std::size_t Composer::measure() {
 void Composer::finish(const std::function<void(const FileForm&)>& use) {
     try {
         contents_.pack();
-        // Whoever was trusted with a password gets a file that asks for it again.
-        const bool locked = base_ && !base_->password().empty() && target_->isEncrypted();
+        const bool locked = base_ && base_->savedEncryption() == PDFSavedEncryption::kept;
         use({base_ ? base_->bytes() : Bytes(), base_ ? StreamPacking::keep : StreamPacking::compact,
              locked ? Protection::asLoaded : Protection::none, document_.kept.get()});
         requireMemoryOfAll();

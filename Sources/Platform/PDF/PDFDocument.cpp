@@ -73,6 +73,10 @@ std::optional<std::int64_t> PDFDocument::measuredSize() const {
     return static_cast<std::int64_t>(Composer(source_, pages, info_).measure());
 }
 
+PDFSavedEncryption PDFDocument::savedEncryption() const {
+    return source_ ? source_->savedEncryption() : PDFSavedEncryption::none;
+}
+
 std::vector<PDFPagePtr> PDFDocument::allPages() const {
     std::vector<PDFPagePtr> pages;
     pages.reserve(pages_.size());

@@ -34,6 +34,13 @@ private:
     PDFOpenFailure failure_;
 };
 
+/// What becomes of the encryption of the file that a document was loaded from.
+enum class PDFSavedEncryption {
+    none,   ///< it has none
+    kept,   ///< it was opened with one of its passwords: these, permissions and strength stay
+    removed ///< it opened without
+};
+
 enum class PDFInfoKey { title, author, creator, producer };
 
 /// Used from one thread at a time; different documents may be used in parallel, also when they share pages.
@@ -64,15 +71,19 @@ public:
     void setInfo(PDFInfoKey key, std::string utf8);
 
     /// The document as a PDF file; empty for a document without pages. What is not pages (outline, forms, attachments,
-    /// metadata, ...) comes from the loaded file; pages draw themselves; the same state gives the same bytes. A file
-    /// that was opened with a password keeps its encryption: passwords, permissions, strength; one that opened without
-    /// is written in the open. Signatures are not kept. Throws PDFWriteError where a page cannot be written.
+    /// metadata, ...) comes from the loaded file; pages draw themselves; the same state gives the same bytes. It is
+    /// encrypted as savedEncryption() says. Signatures are not kept. Throws PDFWriteError where a page cannot be
+    /// written.
     [[nodiscard]] std::optional<Bytes> dataRepresentation() const;
     /// The same bytes, streamed. False, with nothing written, for a document without pages.
     bool write(ByteSink& sink) const;
     /// How many bytes these are, mostly without passing the long streams of the loaded file. None for a document
     /// without pages. Throws PDFWriteError.
     [[nodiscard]] std::optional<std::int64_t> measuredSize() const;
+
+    /// How saving treats the loaded file's encryption, for hosts that tell before or after. Pages of other files are
+    /// saved as this document is.
+    [[nodiscard]] PDFSavedEncryption savedEncryption() const;
 
     [[nodiscard]] const std::shared_ptr<PDFSource>& source() const { return source_; }
 

@@ -32,6 +32,8 @@ public:
 
     [[nodiscard]] const Bytes& bytes() const { return bytes_; }
     [[nodiscard]] const std::string& password() const { return password_; }
+    /// Whoever was trusted with a password gets a file that asks for it again.
+    [[nodiscard]] PDFSavedEncryption savedEncryption() const { return savedEncryption_; }
     [[nodiscard]] int pageCount() const { return static_cast<int>(pages_.ids.size()); }
     [[nodiscard]] Rect box(int page, PDFDisplayBox box) const;
     [[nodiscard]] int rotation(int page) const;
@@ -71,6 +73,7 @@ private:
     PDFSource();
     Bytes bytes_;
     std::string password_;
+    PDFSavedEncryption savedEncryption_ = PDFSavedEncryption::none;
     mutable std::shared_ptr<QPDF> pdf_;
     /// What is read from the bytes themselves.
     struct Stored {

@@ -229,7 +229,12 @@ std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string
         source->pdf_ = parseWithOrWithout(bytes, source->password_);
         source->stored_ = std::make_unique<Stored>(bytes, *source->pdf_);
         source->pages_ = listPages(*source->pdf_, bytes, source->stored_->table);
-        if (source->pages_.repaired || source->pdf_->isEncrypted()) {
+        const bool isEncrypted = source->pdf_->isEncrypted();
+        if (isEncrypted) {
+            source->savedEncryption_ =
+                source->password_.empty() ? PDFSavedEncryption::removed : PDFSavedEncryption::kept;
+        }
+        if (source->pages_.repaired || isEncrypted) {
             source->stored_.reset();
         }
         orvex::requireMemory(*source->pdf_);

@@ -99,6 +99,34 @@ TEST(SavedEncryption, PagesOfALockedFileAreSavedInTheOpenElsewhere) {
     EXPECT_THAT(test::run("pdftotext " + in + " -").output, HasSubstr("Alpha"));
 }
 
+TEST(SavedEncryption, IsToldBeforeAnythingIsSaved) {
+    const test::TempFolder folder;
+    const std::string in = (folder.path() / "in.pdf").string();
+    const std::string out = (folder.path() / "out.pdf").string();
+    std::ofstream(in, std::ios::binary) << test::pagesShowing({"Alpha"}).text();
+    ASSERT_EQ(test::run("qpdf --encrypt '' owner 256 -- " + in + " " + out).exitCode, 0);
+    const Bytes owned = readFile(out);
+    struct Case {
+        Bytes file;
+        std::string password;
+        PDFSavedEncryption expected;
+    };
+    const std::vector<Case> cases = {{readFile(in), "", PDFSavedEncryption::none},
+                                     {readFile(in), "any", PDFSavedEncryption::none},
+                                     {owned, "", PDFSavedEncryption::removed},
+                                     {owned, "wrong", PDFSavedEncryption::removed},
+                                     {owned, "owner", PDFSavedEncryption::kept}};
+    for (const auto& one : cases) {
+        const auto document = opened(one.file, one.password);
+        EXPECT_EQ(document->savedEncryption(), one.expected) << one.password;
+        std::ofstream(out, std::ios::binary) << document->dataRepresentation()->text();
+        EXPECT_EQ(test::run("qpdf --is-encrypted " + out).exitCode == 0, one.expected == PDFSavedEncryption::kept);
+    }
+    PDFDocument without;
+    without.insertPage(opened(owned, "owner")->page(0), 0);
+    EXPECT_EQ(without.savedEncryption(), PDFSavedEncryption::none);
+}
+
 TEST(SavedEncryption, PasswordsBeyondASCIIOpenOldFilesToo) {
     const test::TempFolder folder;
     const std::string in = (folder.path() / "in.pdf").string();
