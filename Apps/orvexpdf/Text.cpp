@@ -14,9 +14,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <new>
 #include <optional>
-#include <thread>
 #include <utility>
 
 namespace orvex::tool {
@@ -38,58 +39,90 @@ constexpr auto examples = R"(Examples:
   orvexpdf text *.pdf --page 1 -o titles.txt
       Of the first page of each file.)";
 
-// Among several files those with no more pages are read by one thread each.
+// Among several files those with no more pages, and no more text, are read by one thread each.
 constexpr std::size_t fewPages = 32;
+constexpr std::size_t littleText = std::size_t{1} << 20;
+// So many texts at most wait for that of a file before them. Of the files themselves each thread has one open.
+constexpr std::size_t mostWaiting = 64;
 
-/// One of the files named, from when it is opened until its text is written.
+/// What became of a file before its turn to be written came.
 struct File {
-    std::shared_ptr<OrvexPDFDocument> document; ///< null when it was read, or cannot be
-    std::vector<std::int64_t> pages;
+    bool isLong = false; ///< to be opened, and read page by page, when its turn comes
     std::optional<Failure> failure;
+};
+
+struct OpenedFile {
+    std::shared_ptr<OrvexPDFDocument> document;
+    std::vector<std::int64_t> pages;
 };
 
 std::string textOf(const OrvexPDFPage& page) {
     return printedRows(page.textLines()) + "\f";
 }
 
-File open(const std::string& path, const TextOptions& options) {
+OpenedFile open(const std::string& path, const TextOptions& options) {
     auto document = openDocument(path, options.password);
     try {
         auto pages = parsePages(options.pages, document->pageCount());
-        return {std::move(document), std::move(pages), std::nullopt};
+        return {std::move(document), std::move(pages)};
     } catch (const Failure& failure) {
         throw Failure(failure.code(), displayName(path) + ": " + failure.what());
     }
 }
 
-/// The pages of a short file among several: there are enough files to keep all cores at work.
-std::string readShort(File& file) {
-    std::string text;
-    for (const auto page : file.pages) {
-        throwIfInterrupted();
-        text += textOf(*file.document->orvexPage(page));
-    }
-    file.document.reset();
-    return text;
-}
-
-/// Opens a file and, when it is a short one among several, reads it.
-std::string begin(const TextOptions& options, std::size_t index, File& file) {
-    const std::string& path = options.files[index];
+/// Does what may fail for one file and leave the others readable.
+std::optional<Failure> attempt(const std::string& path, const std::function<void()>& work) {
     try {
-        file = open(path, options);
-        return options.files.size() > 1 && file.pages.size() <= fewPages ? readShort(file) : "";
+        work();
+        return std::nullopt;
     } catch (const Interrupted&) {
         throw;
     } catch (const Failure& failure) {
-        file.failure = failure;
+        return failure;
     } catch (const std::bad_alloc&) {
-        file.failure = Failure(ExitCode::other, displayName(path) + ": out of memory");
+        return Failure(ExitCode::other, displayName(path) + ": out of memory");
     } catch (const std::exception& error) {
-        file.failure = Failure(ExitCode::other, displayName(path) + ": " + error.what());
+        return Failure(ExitCode::other, displayName(path) + ": " + error.what());
     }
-    file.document.reset();
-    return "";
+}
+
+/// The text of a short file; none for a long one.
+std::optional<std::string> readShort(const std::string& path, const TextOptions& options) {
+    const auto [document, pages] = open(path, options);
+    if (pages.size() > fewPages) {
+        return std::nullopt;
+    }
+    std::string text;
+    for (const auto page : pages) {
+        throwIfInterrupted();
+        text += textOf(*document->orvexPage(page));
+        if (text.size() > littleText) {
+            return std::nullopt;
+        }
+    }
+    return text;
+}
+
+std::string readAhead(const TextOptions& options, const std::string& path, File& file) {
+    file.isLong = options.files.size() == 1 || path == "-"; // standard input cannot be read again
+    std::optional<std::string> text;
+    if (!file.isLong) {
+        file.failure = attempt(path, [&] { text = readShort(path, options); });
+        file.isLong = !file.failure && !text;
+    }
+    return text.value_or("");
+}
+
+void writeLong(const TextOptions& options, const std::string& path, File& file, ByteSink& sink) {
+    OpenedFile opened;
+    file.failure = attempt(path, [&] { opened = open(path, options); });
+    if (file.failure) {
+        return;
+    }
+    writePages(*opened.document, opened.pages, sink, [](const OrvexPDFPage& page, bool) { return textOf(page); });
+    if (options.files.size() == 1) {
+        keepOpen(opened.document);
+    }
 }
 
 /// Writes the text of all files that can be read, in their order; returns the failures of the others.
@@ -98,26 +131,24 @@ std::vector<Failure> writeFiles(const TextOptions& options, ByteSink& sink) {
     std::vector<Failure> failures;
     std::size_t next = 0;
     Progress progress("Reading files", files.size());
-    const auto produce = [&](std::size_t i) { return begin(options, i, files[i]); };
+    const auto produce = [&](std::size_t i) { return readAhead(options, options.files[i], files[i]); };
     const auto consume = [&](const std::string& text) {
         throwIfInterrupted();
-        const File file = std::exchange(files[next++], {});
+        const std::string& path = options.files[next];
+        File file = std::exchange(files[next++], {});
         put(sink, text);
+        if (file.isLong) {
+            writeLong(options, path, file, sink);
+        }
         if (file.failure) {
             failures.push_back(*file.failure);
             if (files.size() > 1) {
                 reportError(file.failure->what());
             }
-        } else if (file.document) {
-            writePages(*file.document, file.pages, sink, [](const OrvexPDFPage& page, bool) { return textOf(page); });
-            if (files.size() == 1) {
-                keepOpen(file.document);
-            }
         }
         progress.advance();
     };
-    const std::size_t inFlight = 2 * std::max<std::size_t>(std::thread::hardware_concurrency(), 1);
-    forEachInOrder(files.size(), produce, consume, inFlight);
+    forEachInOrder(files.size(), produce, consume, mostWaiting);
     return failures;
 }
 

@@ -54,6 +54,8 @@ TEST_F(Text, PrintsSeveralFilesInTheOrderNamed) {
     const auto b = writeNumbered("b", 1);
     EXPECT_EQ(toolOutput("text b.pdf a.pdf b.pdf b.pdf"), b + a + b + b);
     EXPECT_EQ(toolOutput("text a.pdf - < b.pdf"), a + b);
+    const auto c = writeNumbered("c", 50);
+    EXPECT_EQ(toolOutput("text a.pdf - b.pdf < c.pdf"), a + c + b);
     EXPECT_EQ(toolOutput("text a.pdf b.pdf -o out.txt"), "");
     EXPECT_EQ(read("out.txt").text(), a + b);
 }
@@ -69,6 +71,18 @@ TEST_F(Text, KeepsTheOrderOfManyFilesShortAndLong) {
     EXPECT_EQ(toolOutput("text" + files), printed);
     EXPECT_EQ(oracle("taskset -c $(taskset -cp $$ | sed 's/.*: //; s/[-,].*//') " + quoted(toolPath) + " text" + files),
               printed);
+}
+
+TEST_F(Text, PrintsShortFilesWithMuchTextBetweenOthers) {
+    std::string content = "BT /F1 8 Tf 1 0 0 1 20 99980 Tm 10 TL";
+    for (int row = 0; row < 9000; ++row) {
+        content += " (" + std::to_string(row) + std::string(130, 'x') + ") Tj T*";
+    }
+    write("much.pdf", pdfFromPages({{content + " ET", "[0 0 100000 100000]"}, {showing("end")}}));
+    const auto a = writeNumbered("a", 1);
+    const auto much = toolOutput("text much.pdf");
+    EXPECT_GT(much.size(), std::size_t{1} << 20);
+    EXPECT_EQ(toolOutput("text a.pdf much.pdf a.pdf much.pdf"), a + much + a + much);
 }
 
 TEST_F(Text, TakesTheSamePagesOfEachFile) {
@@ -148,8 +162,10 @@ TEST_F(Text, GivesTheMemoryOfEachFileBack) {
     for (int i = 0; i < 200; ++i) {
         files += " a.pdf";
     }
-    // As many as are open at a time on any machine of up to 16 cores, against many more.
-    EXPECT_LT(peakOf("text --page 1" + files), 2 * peakOf("text --page 1" + files.substr(0, files.size() / 5)));
+    // As many as may be ahead at a time, against many more; read by a thread each, and page by page.
+    for (const std::string command : {"text --page 1", "text --pages 1-33"}) {
+        EXPECT_LT(peakOf(command + files), 2 * peakOf(command + files.substr(0, files.size() / 5))) << command;
+    }
 }
 
 } // namespace
