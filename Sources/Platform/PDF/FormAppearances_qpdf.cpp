@@ -10,12 +10,22 @@ namespace orvex {
 
 namespace {
 
+/// The state that a button is in by its field's value, where it states none itself.
+QPDFObjectHandle stateOf(QPDFObjectHandle annotation, QPDFObjectHandle looks) {
+    auto value = inheritedAttribute(annotation, "/V");
+    return value.isName() && looks.hasKey(value.getName()) ? value : QPDFObjectHandle::newName("/Off");
+}
+
 /// An annotation whose only appearance has no states looks the same in all of them; qpdf would find none.
 QPDFAnnotationObjectHelper fieldOf(QPDFObjectHandle annotation) {
     auto appearances = annotation.getKey("/AP");
-    if (appearances.isDictionary() && appearances.getKey("/N").isStream()) {
+    auto looks = appearances.isDictionary() ? appearances.getKey("/N") : QPDFObjectHandle::newNull();
+    if (looks.isStream()) {
         annotation = annotation.shallowCopy();
         annotation.removeKey("/AS");
+    } else if (looks.isDictionary() && !annotation.getKey("/AS").isName()) {
+        annotation = annotation.shallowCopy();
+        annotation.replaceKey("/AS", stateOf(annotation, looks));
     }
     return {annotation};
 }

@@ -201,6 +201,30 @@ TEST(FieldAppearances, FieldsThatAreOffOrSayNothingShowNothing) {
     }
 }
 
+/// Other readers look at /AS alone: the pictures are compared with those of buttons that state it.
+TEST(FieldAppearances, AButtonThatStatesNoStateIsInThatOfItsValue) {
+    const auto shown = [](const std::string& state, const std::string& above = {}) {
+        const auto look = [](const std::string& operators) {
+            return "<< /Type /XObject /Subtype /Form /BBox [0 0 180 40] /Length " + std::to_string(operators.size()) +
+                   " >>\nstream\n" + operators + "\nendstream";
+        };
+        return inkOf(ours(fieldFile("/AP << /N << /A 8 0 R /Off 9 0 R >> >> /Parent 10 0 R " + state, {},
+                                    {look("20 10 30 20 re f"), look("100 10 5 5 re f"),
+                                     "<< /FT /Btn /Ff 32768 /Kids [7 0 R] " + above + " >>"})));
+    };
+    const auto on = shown("/AS /A");
+    const auto off = shown("/AS /Off");
+    ASSERT_NE(on.x, off.x);
+    EXPECT_EQ(shown("/V /A"), on);
+    EXPECT_EQ(shown("", "/V /A"), on);
+    EXPECT_EQ(shown("/AS /A", "/V /B"), on);
+    EXPECT_EQ(shown("/AS (A)", "/V /A"), on);
+    EXPECT_EQ(shown("", "/V /B"), off);
+    EXPECT_EQ(shown("", "/V (A)"), off);
+    EXPECT_EQ(shown(""), off);
+    EXPECT_EQ(shown("/AS /Off", "/V /A"), off);
+}
+
 TEST(FieldAppearances, FramesAndBackgroundsTakeTheirColoursAndWidths) {
     const auto picture = ours(fieldFile("/FT /Tx /MK << /BC [1 0 0] /BG [0 1 0] >> /BS << /W 4 >>"));
     EXPECT_EQ(shadeAt(picture, 12, 30), (Shade{255, 0, 0}));
