@@ -7,6 +7,8 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <system_error>
+#include <thread>
 
 namespace orvex::tool {
 
@@ -76,8 +78,24 @@ private:
     std::int64_t orientation_; ///< degrees, clockwise
 };
 
+/// Looking through the system's fonts takes as long as reading thirty pages. What fails shows when the font is needed.
+std::jthread findFontAhead() {
+    const auto find = [] {
+        try {
+            (void)Font::named("Helvetica");
+        } catch (const std::exception&) {
+        }
+    };
+    try {
+        return std::jthread(find);
+    } catch (const std::system_error&) {
+        return {};
+    }
+}
+
 void textLayer(const LayerOptions& options) {
     checkPDFOutput(options.output, options.file);
+    const auto ahead = findFontAhead();
     const auto manager = openPDF(options.file, options.password);
     const auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());
     const auto found = std::make_shared<const FoundFiles>(options.found, pages.size());

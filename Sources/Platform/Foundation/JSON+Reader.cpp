@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <span>
 #include <tuple>
 
 namespace orvex {
@@ -117,44 +118,22 @@ JSONReader::JSONReader(const Bytes& data) : bytes_(jsonAsUTF8(data)), text_(byte
     skipBlanks();
 }
 
-inline char JSONReader::peek() const {
-    return offset_ < text_.size() ? text_[offset_] : '\0';
-}
-
-inline void JSONReader::skipBlanks() {
-    offset_ = skipJSONBlanks(text_, offset_);
-}
-
-JSONKind JSONReader::kind() const {
-    switch (peek()) {
-    case '{':
-        return JSONKind::object;
-    case '[':
-        return JSONKind::array;
-    case '"':
-        return JSONKind::string;
-    case 't':
-    case 'f':
-        return JSONKind::boolean;
-    case 'n':
-        return JSONKind::null;
-    default: // or nothing that JSON has, which shows when it is read
-        return JSONKind::number;
-    }
-}
-
 void JSONReader::enterObject() {
     static constexpr TypeName type{"Swift.Dictionary<Swift.String, Any>", "Dictionary<String, Any>"};
-    enter(JSONKind::object, type);
+    enter(JSONKind::object, '{', type);
+    levels_[depth_ - 1] = {false, true, noKey};
 }
 
 void JSONReader::enterArray() {
     static constexpr TypeName type{"Swift.Array<Any>", "Array<Any>"};
-    enter(JSONKind::array, type);
+    enter(JSONKind::array, '[', type);
+    levels_[depth_ - 1] = {true, true, 0};
 }
 
-void JSONReader::enter(JSONKind kind, const TypeName& type) {
-    expect(kind, type);
+inline void JSONReader::enter(JSONKind kind, char opening, const TypeName& type) {
+    if (peek() != opening) {
+        expect(kind, type);
+    }
     if (depth_ == jsonDepthLimit) {
         failMalformedJSON(text_, offset_, std::string(jsonTooDeep));
     }
@@ -162,57 +141,18 @@ void JSONReader::enter(JSONKind kind, const TypeName& type) {
     if (depth_ == levels_.size()) {
         levels_.emplace_back();
     }
-    Level& level = levels_[depth_++]; // one that was left is used again, with its memory
-    level.array = kind == JSONKind::array;
-    level.first = true;
-    level.index = 0;
-    level.key = {};
-    level.decodedKey.clear();
+    ++depth_;
 }
 
-/// To the next item; false when there is none, with the container left behind.
-bool JSONReader::advance(char closing) {
-    Level& level = levels_[depth_ - 1];
-    skipBlanks();
-    if (!level.first && peek() != closing) {
-        pass(',');
-    }
-    if (peek() == closing) {
-        ++offset_;
-        --depth_;
-        return false;
-    }
-    level.index += level.first ? 0 : 1;
-    level.first = false;
-    return true;
+void JSONReader::failUnexpected() const {
+    failUnexpectedJSON(text_, offset_);
 }
 
-/// Over what has to come next, and blanks behind it.
-inline void JSONReader::pass(char wanted) {
-    if (peek() != wanted) {
-        failUnexpectedJSON(text_, offset_);
-    }
-    ++offset_;
-    skipBlanks();
-}
-
-std::optional<std::string_view> JSONReader::nextKey() {
-    if (!advance('}')) {
-        return std::nullopt;
-    }
+std::string_view JSONReader::takeOtherKey() {
     if (peek() != '"') {
-        failUnexpectedJSON(text_, offset_);
+        failUnexpected();
     }
-    Level& level = levels_[depth_ - 1];
-    level.decodedKey.clear();
-    const auto key = takeKey(level.key, level.decodedKey);
-    skipBlanks();
-    pass(':');
-    return key;
-}
-
-bool JSONReader::nextElement() {
-    return advance(']');
+    return takeString();
 }
 
 JSONElements JSONReader::takeElements() {
@@ -230,7 +170,7 @@ JSONElements JSONReader::takeElements() {
 JSONReader JSONElements::reader(std::size_t index) const {
     JSONReader element(inside_);
     std::tie(element.offset_, element.end_) = places_[index];
-    element.levels_[element.depth_ - 1].index = index;
+    element.levels_[element.depth_ - 1].place = index;
     return element;
 }
 
@@ -268,10 +208,7 @@ std::int64_t JSONReader::readInt() {
 std::string JSONReader::readString() {
     static constexpr TypeName type{"Swift.String", "String"};
     expect(JSONKind::string, type);
-    std::string_view raw;
-    std::string decoded;
-    const auto value = takeString(raw, decoded);
-    return value.data() == decoded.data() ? decoded : std::string(value);
+    return std::string(takeString());
 }
 
 void JSONReader::skip() {
@@ -321,41 +258,28 @@ void JSONReader::failMismatch(const TypeName& type) const {
 
 JSONPath JSONReader::path() const {
     JSONPath steps;
-    for (std::size_t i = 0; i < depth_; ++i) {
-        const Level& level = levels_[i];
-        const auto key = level.decodedKey.empty() ? level.key : std::string_view(level.decodedKey);
-        steps.push_back(level.array ? JSONPathStep(level.index) : JSONPathStep(std::string(key)));
+    JSONReader keys(*this);
+    for (const Level& level : std::span(levels_).first(depth_)) {
+        if (level.array) {
+            steps.emplace_back(level.place);
+        } else {
+            keys.offset_ = level.place;
+            steps.emplace_back(level.place == noKey ? std::string() : keys.readString());
+        }
     }
     return steps;
 }
 
-/// As takeString(): most keys are a few letters.
-inline std::string_view JSONReader::takeKey(std::string_view& raw, std::string& decoded) {
-    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
-    const std::size_t start = offset_ + 1;
-    std::size_t end = start;
-    while (end < text_.size() && isLetter(text_[end])) {
-        ++end;
-    }
-    if (end == text_.size() || text_[end] != '"') {
-        return takeString(raw, decoded);
-    }
-    offset_ = end + 1;
-    return raw = {text_.data() + start, end - start};
-}
-
-/// What the text at the current place stands for: a view of `raw`, its inside, where it has no escapes, else of
-/// `decoded`.
-std::string_view JSONReader::takeString(std::string_view& raw, std::string& decoded) {
+/// What the text at the current place stands for: a view of its inside where it has no escapes, else of `decoded_`.
+std::string_view JSONReader::takeString() {
     const std::size_t start = offset_ + 1;
     const std::size_t plain = skipPlainJSON(text_, start);
     if (plain < text_.size() && text_[plain] == '"') {
         offset_ = plain + 1;
-        return raw = text_.substr(start, plain - start);
+        return {text_.data() + start, plain - start};
     }
     offset_ = skipJSONString(text_, offset_);
-    raw = text_.substr(start, offset_ - 1 - start);
-    return decode(raw, decoded);
+    return decode(text_.substr(start, offset_ - 1 - start));
 }
 
 std::string_view JSONReader::takeNumber() {
@@ -371,7 +295,7 @@ std::string_view JSONReader::takeNumber() {
     return literal;
 }
 
-std::string_view JSONReader::decode(std::string_view raw, std::string& decoded) const {
+std::string_view JSONReader::decode(std::string_view raw) {
     const auto start = static_cast<std::size_t>(raw.data() - text_.data());
     bool ascii = true;
     bool escapes = false;
@@ -389,9 +313,9 @@ std::string_view JSONReader::decode(std::string_view raw, std::string& decoded) 
     if (!escapes) {
         return raw;
     }
-    decoded.clear();
-    EscapeDecoder(text_, raw).decode(decoded);
-    return decoded;
+    decoded_.clear();
+    EscapeDecoder(text_, raw).decode(decoded_);
+    return decoded_;
 }
 
 } // namespace orvex

@@ -167,26 +167,26 @@ public:
 private:
     friend class JSONElements;
     struct TypeName;
+    static constexpr std::size_t noKey = static_cast<std::size_t>(-1);
     struct Level {
-        bool array = false;
-        bool first = true;
-        std::size_t index = 0;
-        std::string_view key;   ///< as it stands in the text
-        std::string decodedKey; ///< what it stands for, when it has escapes
+        bool array;
+        bool first;
+        std::size_t place; ///< the element's index, or where the key stands in the text
     };
     [[nodiscard]] char peek() const;
     void skipBlanks();
-    void enter(JSONKind kind, const TypeName& type);
+    void enter(JSONKind kind, char opening, const TypeName& type);
     bool advance(char closing);
     void pass(char wanted);
+    [[nodiscard]] std::string_view takeOtherKey();
+    [[noreturn]] void failUnexpected() const;
     void expect(JSONKind wanted, const TypeName& type) const;
     [[noreturn]] void failMismatch(const TypeName& type) const;
     [[noreturn]] void failNull(const TypeName& type) const;
     [[nodiscard]] JSONPath path() const;
-    std::string_view takeKey(std::string_view& raw, std::string& decoded);
-    std::string_view takeString(std::string_view& raw, std::string& decoded);
+    std::string_view takeString();
     std::string_view takeNumber();
-    std::string_view decode(std::string_view raw, std::string& decoded) const;
+    std::string_view decode(std::string_view raw);
 
     Bytes bytes_; ///< UTF-8, without a byte-order mark
     std::string_view text_;
@@ -194,6 +194,7 @@ private:
     std::size_t end_; ///< of what is to be read
     std::size_t depth_ = 0;
     std::vector<Level> levels_; ///< the first `depth_` are entered
+    std::string decoded_;       ///< what the last text with escapes stands for
 };
 
 /// Where the elements of an array lie. Keeps the text alive.
@@ -210,5 +211,95 @@ private:
     JSONReader inside_;                                       ///< within the array
     std::vector<std::pair<std::size_t, std::size_t>> places_; ///< starts and ends
 };
+
+// What is called for every member of every record becomes part of its callers.
+
+inline char JSONReader::peek() const {
+    return offset_ < text_.size() ? text_[offset_] : '\0';
+}
+
+inline void JSONReader::skipBlanks() {
+    char c = peek();
+    while (c <= ' ' && (c == ' ' || c == '\n' || c == '\t' || c == '\r')) {
+        ++offset_;
+        c = peek();
+    }
+}
+
+/// To the next item; false when there is none, with the container left behind. A comma before the end is let pass.
+inline bool JSONReader::advance(char closing) {
+    Level& level = levels_[depth_ - 1];
+    skipBlanks();
+    if (!level.first && peek() != closing) {
+        pass(',');
+    }
+    if (peek() == closing) {
+        ++offset_;
+        --depth_;
+        return false;
+    }
+    return true;
+}
+
+/// Over what has to come next, and blanks behind it.
+inline void JSONReader::pass(char wanted) {
+    if (peek() != wanted) {
+        failUnexpected();
+    }
+    ++offset_;
+    skipBlanks();
+}
+
+inline std::optional<std::string_view> JSONReader::nextKey() {
+    if (!advance('}')) {
+        return std::nullopt;
+    }
+    Level& level = levels_[depth_ - 1];
+    level.first = false;
+    level.place = offset_;
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    std::size_t end = offset_ + 1;
+    while (end < text_.size() && isLetter(text_[end])) {
+        ++end;
+    }
+    std::string_view key;
+    if (peek() == '"' && end < text_.size() && text_[end] == '"') { // most keys are a few letters
+        key = {text_.data() + offset_ + 1, end - offset_ - 1};
+        offset_ = end + 1;
+    } else {
+        key = takeOtherKey();
+    }
+    skipBlanks();
+    pass(':');
+    return key;
+}
+
+inline bool JSONReader::nextElement() {
+    if (!advance(']')) {
+        return false;
+    }
+    Level& level = levels_[depth_ - 1];
+    level.place += level.first ? 0 : 1;
+    level.first = false;
+    return true;
+}
+
+inline JSONKind JSONReader::kind() const {
+    switch (peek()) {
+    case '{':
+        return JSONKind::object;
+    case '[':
+        return JSONKind::array;
+    case '"':
+        return JSONKind::string;
+    case 't':
+    case 'f':
+        return JSONKind::boolean;
+    case 'n':
+        return JSONKind::null;
+    default: // or nothing that JSON has, which shows when it is read
+        return JSONKind::number;
+    }
+}
 
 } // namespace orvex

@@ -41,12 +41,18 @@ char* dropZeros(char* at) {
 }
 
 char* putWhole(char* at, std::uint64_t whole) {
-    if (whole < 100) {
-        const auto pair = static_cast<std::uint32_t>(whole);
-        const std::size_t skipped = pair < 10 ? 1 : 0;
-        return std::copy_n(digitPairs.data() + std::size_t{2} * pair + skipped, 2 - skipped, at);
+    if (whole >= 1000) {
+        return std::to_chars(at, at + longestNumber, whole).ptr;
     }
-    return std::to_chars(at, at + longestNumber, whole).ptr;
+    const auto small = static_cast<std::uint32_t>(whole);
+    if (small < 10) {
+        *at = static_cast<char>('0' + small);
+        return at + 1;
+    }
+    if (small >= 100) {
+        *at++ = static_cast<char>('0' + small / 100);
+    }
+    return putPair(at, small % 100);
 }
 
 /// Behind it; there is room for the longest number.
@@ -170,7 +176,7 @@ void ContentStreamContext::restoreState() {
 
 void ContentStreamContext::concatenate(const AffineTransform& transform) {
     if (pending_) {
-        pending_ = transform.followedBy(*pending_);
+        pending_ = pending_->isIdentity() ? transform : transform.followedBy(*pending_);
         return;
     }
     prepare();
@@ -288,8 +294,9 @@ void ContentStreamContext::drawInvisibleLine(std::string_view line, const std::s
     if (std::exchange(state_.invisibleSize, size) != size) {
         setInvisible(size);
     }
-    const AffineTransform place{1, 0, 0, 1, baseline.x, baseline.y};
-    const bool othersMayFollow = placeLine(pending_ ? place.followedBy(*pending_) : place);
+    const Point start = pending_ ? pending_->apply(baseline) : baseline;
+    const AffineTransform space = pending_.value_or(AffineTransform{});
+    const bool othersMayFollow = placeLine({space.a, space.b, space.c, space.d, start.x, start.y});
     if (!invisible_.appendLine(after_, line)) {
         gaps_.push_back({after_.size(), [this, line = std::string(line), font](std::string& content) {
                              invisible_.add(line, *font);
@@ -331,7 +338,7 @@ bool ContentStreamContext::placeLine(const AffineTransform& place) {
         state_.isTextStretched = textObject_->stretch != unstretched;
     }
     end = putParts(putParts(end, textObject_->x - last.x), textObject_->y - last.y);
-    after_.append(text.data(), end).append("Td\n");
+    after_.append(text.data(), std::ranges::copy("Td\n"sv, end).out);
     return true;
 }
 

@@ -6,6 +6,8 @@
 
 #include <qpdf/QPDFObjectHandle.hh>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -30,9 +32,14 @@ private:
         char32_t character;
         int width; ///< thousandths of an em
     };
-    [[nodiscard]] std::uint16_t codeOf(char32_t character) const;
-    std::vector<Glyph> glyphs_;        ///< in the order of first use; the first has code 1
-    std::vector<std::uint16_t> codes_; ///< by character as far as the highest shown; 0: none yet
+    /// A code as it stands in a string.
+    struct Code {
+        std::array<char, 4> bytes{};
+        std::uint8_t length = 0; ///< 0: none yet
+    };
+    static Code makeCode(std::size_t glyph);
+    std::vector<Glyph> glyphs_; ///< in the order of first use; the first has code 1
+    std::vector<Code> codes_;   ///< by character as far as the highest shown
 };
 
 } // namespace orvex

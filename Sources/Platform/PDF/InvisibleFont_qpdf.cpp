@@ -10,31 +10,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace orvex {
 
 namespace {
 
 constexpr std::size_t mostGlyphs = 0xFFFE; ///< codes are two bytes, the first is the missing glyph's
-
-constexpr std::size_t longestCode = 4;
-
-/// Two bytes of a literal string, which is half as long as a hexadecimal one and takes half the time to compress.
-/// Returns where they end.
-char* putCode(char* at, std::uint16_t code) {
-    for (const auto byte : {static_cast<char>(code >> 8U), static_cast<char>(code & 0xFFU)}) {
-        if (byte == '(' || byte == ')' || byte == '\\') {
-            *at++ = '\\';
-        }
-        if (byte == '\r') { // a reader takes any end of line inside a string for a line feed
-            *at++ = '\\';
-            *at++ = 'r';
-        } else {
-            *at++ = byte;
-        }
-    }
-    return at;
-}
 
 std::u32string decoded(std::string_view utf8) {
     std::u32string text;
@@ -45,14 +27,18 @@ std::u32string decoded(std::string_view utf8) {
     return text;
 }
 
+bool isASCII(std::string_view text) {
+    unsigned char bits = 0;
+    for (const char byte : text) {
+        bits |= static_cast<unsigned char>(byte);
+    }
+    return bits < 0x80;
+}
+
 /// Calls `show` with each character of a line from left to right, until it answers false, and with the blank behind
 /// the line: readers see where a word ends by that blank, not by gaps alone.
 template <class Show> bool forEachShown(std::string_view utf8, Show show) {
-    bool ascii = true;
-    for (const char byte : utf8) {
-        ascii = ascii && static_cast<unsigned char>(byte) < 0x80;
-    }
-    if (ascii) { // as most lines are
+    if (isASCII(utf8)) { // as most lines are
         return std::ranges::all_of(utf8, show) && (utf8.ends_with(' ') || utf8.empty() || show(U' '));
     }
     const std::u32string text = decoded(utf8);
@@ -62,21 +48,32 @@ template <class Show> bool forEachShown(std::string_view utf8, Show show) {
 
 } // namespace
 
-std::uint16_t InvisibleFont::codeOf(char32_t character) const {
-    return character < codes_.size() ? codes_[character] : 0;
+/// Two bytes of a literal string, which is half as long as a hexadecimal one and takes half the time to compress.
+InvisibleFont::Code InvisibleFont::makeCode(std::size_t glyph) {
+    Code code;
+    const auto put = [&code](char byte) { code.bytes.at(code.length++) = byte; };
+    for (const auto byte : {static_cast<char>(glyph >> 8U & 0xFFU), static_cast<char>(glyph & 0xFFU)}) {
+        if (byte == '(' || byte == ')' || byte == '\\' || byte == '\r') {
+            put('\\');
+        }
+        put(byte == '\r' ? 'r' : byte); // a reader takes any end of line inside a string for a line feed
+    }
+    return code;
 }
 
 bool InvisibleFont::appendLine(std::string& content, std::string_view utf8) const {
     constexpr std::string_view operation = ") Tj\n";
     const std::size_t before = content.size();
-    const bool full = glyphs_.size() >= mostGlyphs;
-    content.resize(before + 1 + longestCode * (utf8.size() + 1) + operation.size());
+    const Code missing = glyphs_.size() >= mostGlyphs ? makeCode(0) : Code{};
+    content.resize(before + 1 + missing.bytes.size() * (utf8.size() + 1) + operation.size());
     char* at = content.data() + before;
     *at++ = '(';
     const bool shown = forEachShown(utf8, [&](char32_t character) {
-        const std::uint16_t code = codeOf(character);
-        at = putCode(at, code);
-        return code != 0 || full;
+        const bool known = character < codes_.size() && codes_[character].length > 0;
+        const Code& code = known ? codes_[character] : missing;
+        std::memcpy(at, code.bytes.data(), code.bytes.size()); // all of it: cheaper than as much as there is
+        at += code.length;
+        return code.length > 0;
     });
     at = std::ranges::copy(operation, at).out;
     content.resize(shown ? static_cast<std::size_t>(at - content.data()) : before);
@@ -85,10 +82,10 @@ bool InvisibleFont::appendLine(std::string& content, std::string_view utf8) cons
 
 void InvisibleFont::add(std::string_view utf8, const Font& measuring) {
     forEachShown(utf8, [&](char32_t character) {
-        if (codeOf(character) == 0 && glyphs_.size() < mostGlyphs) {
+        codes_.resize(std::max<std::size_t>(codes_.size(), character + std::size_t{1}));
+        if (codes_[character].length == 0 && glyphs_.size() < mostGlyphs) {
             glyphs_.push_back({character, static_cast<int>(std::lround(measuring.advance(character) * 1000))});
-            codes_.resize(std::max<std::size_t>(codes_.size(), character + std::size_t{1}));
-            codes_[character] = static_cast<std::uint16_t>(glyphs_.size());
+            codes_[character] = makeCode(glyphs_.size());
         }
         return true;
     });

@@ -26,7 +26,11 @@ TextLines::Iterator& TextLines::Iterator::operator++() {
         return *this;
     }
     const std::string_view text = *rest_;
+    const auto mayBreak = [](char c) { return c < ' ' || c > '~'; }; // what is signed counts as below
     for (std::size_t at = 0; at < text.size(); ++at) {
+        if (!mayBreak(text[at])) {
+            continue;
+        }
         if (const std::size_t length = breakLength(text.substr(at)); length > 0) {
             line_ = text.substr(0, at);
             rest_ = text.substr(at + length);

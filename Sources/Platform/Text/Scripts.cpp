@@ -42,7 +42,8 @@ constexpr std::array<Block, 9> blocksWithoutSpaces = {{{0x0E00, 0x0EFF}, // Thai
                                                        {0x1B000, 0x1B2FF}}};
 
 bool contains(std::span<const Block> blocks, char32_t codePoint) {
-    return std::ranges::any_of(blocks,
+    return codePoint >= blocks.front().first && // most text comes before all of them
+           std::ranges::any_of(blocks,
                                [=](const Block& block) { return codePoint >= block.first && codePoint <= block.last; });
 }
 
