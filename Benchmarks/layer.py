@@ -109,7 +109,7 @@ def contents_of(pdf):
     return [content for content in contents if b" Tj\n" in content]
 
 
-def floor(pdf, folder, level=3):
+def floor(pdf, folder, level=1):
     """Compresses, writes and syncs the content that a file of ours has."""
     library = ctypes.CDLL("libdeflate.so.0")
     library.libdeflate_alloc_compressor.restype = ctypes.c_void_p
