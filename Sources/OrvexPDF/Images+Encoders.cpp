@@ -9,10 +9,10 @@
 namespace orvex {
 namespace {
 
-constexpr std::string_view file = "NSImage+Extension";
+constexpr std::string_view encodersFile = "NSImage+Extension";
 
 template <class Message> void debugTurn(Message&& message) {
-    moduleLogger().log(LogLevel::debug, file, "orvexImageWithRotation(_:)", std::forward<Message>(message));
+    moduleLogger().log(LogLevel::debug, encodersFile, "orvexImageWithRotation(_:)", std::forward<Message>(message));
 }
 
 /// Null when the pixels cannot be had.
@@ -27,7 +27,7 @@ BitmapPtr wholeBitmap(const ImageRep& rep) {
 }
 
 void warnOfQuality(std::string_view function, double quality) {
-    moduleLogger().log(LogLevel::warning, file, function,
+    moduleLogger().log(LogLevel::warning, encodersFile, function,
                        [&] { return "Only values between >0 and <=1 allowed, received " + describe(quality); });
 }
 

@@ -1,5 +1,5 @@
 #include "OrvexPDF/Alias.h"
-#include "OrvexPDF/Images.h"
+#include "OrvexPDF/Images_p.h"
 #include "Platform/Foundation/Strings.h"
 
 #include <algorithm>
@@ -8,10 +8,8 @@ namespace orvex {
 
 namespace {
 
-constexpr std::string_view file = "Images";
-
 template <class Message> void log(LogLevel level, std::string_view function, Message&& message) {
-    moduleLogger().log(level, file, function, std::forward<Message>(message));
+    moduleLogger().log(level, imagesFile, function, std::forward<Message>(message));
 }
 
 /// Turns a page further for as long as this lives.

@@ -11,7 +11,6 @@
 namespace orvex {
 namespace {
 
-constexpr std::string_view file = "Images";
 constexpr std::string_view transformLabel = "orvexImageTransform(image:dpi:)";
 constexpr std::string_view optimizeLabel = "optimizeImage(image:squeeze:size:)";
 
@@ -102,7 +101,7 @@ bool isFiner(const Image& image, std::int64_t dpi) {
 
 ImagePtr orvexImageTransform(const ImagePtr& image, std::int64_t dpi) {
     const auto info = [](const char* message) {
-        moduleLogger().log(LogLevel::info, file, transformLabel, [&] { return std::string(message); });
+        moduleLogger().log(LogLevel::info, imagesFile, transformLabel, [&] { return std::string(message); });
     };
     const double factor = static_cast<double>(dpi) / 72.0;
     const Target target{factor * image->size().width, factor * image->size().height};
@@ -153,7 +152,7 @@ void consider(OrvexImageMetaMode mode, const std::optional<Bytes>& data, OrvexIm
         return;
     }
     const auto count = static_cast<std::int64_t>(data->size());
-    moduleLogger().log(LogLevel::debug, file, optimizeLabel,
+    moduleLogger().log(LogLevel::debug, imagesFile, optimizeLabel,
                        [&] { return "Size " + std::string(name(mode)) + " = " + std::to_string(count); });
     if (count < best.count) {
         best.count = count;
@@ -186,7 +185,7 @@ OrvexImageMeta optimized(ImagePtr image, const OrvexPDFSqueezeMode& squeeze) {
 
 OrvexImageMeta optimizeImage(const ImagePtr& image, const OrvexPDFSqueezeModePtr& squeeze, Size) {
     OrvexImageMeta result = squeeze ? optimized(image, *squeeze) : OrvexImageMeta{image};
-    moduleLogger().log(LogLevel::debug, file, optimizeLabel, [&] { return "Result " + describe(result); });
+    moduleLogger().log(LogLevel::debug, imagesFile, optimizeLabel, [&] { return "Result " + describe(result); });
     return result;
 }
 
@@ -195,7 +194,7 @@ std::optional<OrvexImageMeta> optimizeImage(OrvexPDFPage& page, const OrvexPDFSq
         const ImagePtr image = page.image(squeeze->dpi);
         return optimizeImage(image, squeeze, image->size());
     } catch (const OrvexPDFPageError& error) {
-        moduleLogger().log(LogLevel::warning, file, "optimizeImage(page:squeeze:)",
+        moduleLogger().log(LogLevel::warning, imagesFile, "optimizeImage(page:squeeze:)",
                            [&] { return std::string("Error ") + error.what(); });
         return std::nullopt;
     }

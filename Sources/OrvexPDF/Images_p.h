@@ -4,7 +4,12 @@
 #include "OrvexPDF/Images.h"
 #include "Platform/Imaging/Bitmap.h"
 
+#include <string_view>
+
 namespace orvex {
+
+/// What log lines name as their file.
+inline constexpr std::string_view imagesFile = "Images";
 
 /// The pixels of an image's first representation with the resolution that its size in points gives them.
 struct EncoderSamples {

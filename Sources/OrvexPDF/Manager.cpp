@@ -9,14 +9,14 @@ namespace orvex {
 
 namespace {
 
-constexpr std::string_view file = "Manager";
+constexpr std::string_view managerFile = "Manager";
 
 template <class Message> void debugLine(std::string_view function, Message&& message) {
-    moduleLogger().log(LogLevel::debug, file, function, std::forward<Message>(message));
+    moduleLogger().log(LogLevel::debug, managerFile, function, std::forward<Message>(message));
 }
 
 template <class Message> void warningLine(std::string_view function, Message&& message) {
-    moduleLogger().log(LogLevel::warning, file, function, std::forward<Message>(message));
+    moduleLogger().log(LogLevel::warning, managerFile, function, std::forward<Message>(message));
 }
 
 OrvexPDFPageMeta recordOfLoadedPage(OrvexPDFPagePtr page) {

@@ -36,7 +36,7 @@ ImageRepPtr repOf(std::optional<Bitmap> bitmap, Size points) {
     return rep;
 }
 
-ImagePtr imageOf(const ImageRepPtr& rep, Size points) {
+ImagePtr imageAt(const ImageRepPtr& rep, Size points) {
     auto image = std::make_shared<Image>(points);
     image->addRepresentation(rep);
     return image;
@@ -81,7 +81,7 @@ ImagePtr OrvexPDFPage::image(std::int64_t dpi) {
     const double scale = static_cast<double>(dpi) / 72;
     const auto rep = renderBitmap(scale * points.width, scale * points.height);
     rep->setSize(points);
-    return imageOf(rep, points);
+    return imageAt(rep, points);
 }
 
 ImagePtr OrvexPDFPage::render(std::int64_t dpi) {
@@ -89,7 +89,7 @@ ImagePtr OrvexPDFPage::render(std::int64_t dpi) {
     const double scale = static_cast<double>(dpi) / 72;
     const RenderRequest complete{truncateOrDie(scale * points.width, "the width of a page's bitmap"),
                                  truncateOrDie(scale * points.height, "the height of a page's bitmap"), true, true};
-    return imageOf(repOf(orvex::render(*this, complete), points), points);
+    return imageAt(repOf(orvex::render(*this, complete), points), points);
 }
 
 ImagePtr OrvexPDFPage::thumbnail(Size size) {
@@ -103,7 +103,7 @@ ImagePtr OrvexPDFPage::thumbnail(Size size) {
     const std::int64_t height = wholePixels(shown.height * fit, scale);
     const Size points{static_cast<double>(width) / scale, static_cast<double>(height) / scale};
     auto bitmap = orvex::render(*this, {width, height, true, true});
-    return bitmap ? imageOf(repOf(std::move(bitmap), points), points) : nullptr;
+    return bitmap ? imageAt(repOf(std::move(bitmap), points), points) : nullptr;
 }
 
 ImagePtr OrvexPDFPage::thumbnail72DPI(Size size) {

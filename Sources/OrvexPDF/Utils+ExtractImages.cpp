@@ -50,7 +50,7 @@ std::string nameOf(RawDecodingErrorCode code) {
     return names.at(static_cast<std::size_t>(code));
 }
 
-std::string describe(const std::optional<std::vector<std::string>>& names) {
+std::string describeNames(const std::optional<std::vector<std::string>>& names) {
     if (!names) {
         return "nil";
     }
@@ -236,7 +236,7 @@ RawDecodingError::RawDecodingError(RawDecodingErrorCode code, const std::string&
     : std::runtime_error(description), code_(code) {}
 
 RawDecodingError RawDecodingError::noColorSpace(const std::optional<std::vector<std::string>>& filters) {
-    RawDecodingError error(Code::noColorSpace, nameOf(Code::noColorSpace) + "(" + describe(filters) + ")");
+    RawDecodingError error(Code::noColorSpace, nameOf(Code::noColorSpace) + "(" + describeNames(filters) + ")");
     error.filters_ = filters;
     return error;
 }

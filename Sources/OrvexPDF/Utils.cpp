@@ -8,7 +8,7 @@ namespace orvex {
 namespace {
 
 /// An encoder that yields nothing counts as no bytes.
-std::string sizeOf(const std::optional<Bytes>& data) {
+std::string byteCountOf(const std::optional<Bytes>& data) {
     return formatByteCount(data ? static_cast<std::int64_t>(data->size()) : 0);
 }
 
@@ -32,14 +32,14 @@ std::vector<std::function<std::string()>> imageReport(const ImagePtr& image, dou
     std::vector<std::function<std::string()>> lines = {
         [=] { return "\n\nImage visual size=" + inParentheses(image->size()); },
         [=] {
-            return "  NSBitmap  PNG=" + sizeOf(orvexDataForPNGRepresentation(*image)) + ", " + jpg +
-                   sizeOf(orvexDataForJPGRepresentation(*image, quality));
+            return "  NSBitmap  PNG=" + byteCountOf(orvexDataForPNGRepresentation(*image)) + ", " + jpg +
+                   byteCountOf(orvexDataForJPGRepresentation(*image, quality));
         },
         [=] {
-            return "  CoreImage PNG=" + sizeOf(orvexDataForPNGCoreImage(*image)) + ", " + jpg +
-                   sizeOf(orvexDataForJPGCoreImage(*image, quality));
+            return "  CoreImage PNG=" + byteCountOf(orvexDataForPNGCoreImage(*image)) + ", " + jpg +
+                   byteCountOf(orvexDataForJPGCoreImage(*image, quality));
         },
-        [=] { return "  CGImage   " + jpg + sizeOf(orvexDataForJPGCGImage(*image, quality)); },
+        [=] { return "  CGImage   " + jpg + byteCountOf(orvexDataForJPGCGImage(*image, quality)); },
     };
     for (const ImageRepPtr& rep : image->representations()) {
         lines.emplace_back([rep] { return describeRep(*rep); });

@@ -111,14 +111,10 @@ private:
     bool inText_ = false;
 };
 
-constexpr std::uint64_t each(std::uint8_t byte) {
-    return 0x0101010101010101U * byte;
-}
-
 /// The highest bit of each byte that is below `limit`, which is at most 0x80, or above ASCII. Bytes above the lowest
 /// one found may be marked too.
 std::uint64_t belowOrBeyondASCII(std::uint64_t bytes, std::uint8_t limit) {
-    return ((bytes - each(limit)) | bytes) & each(0x80);
+    return ((bytes - eightOf(limit)) | bytes) & eightOf(0x80);
 }
 
 } // namespace
@@ -142,8 +138,8 @@ std::size_t skipPlainJSON(std::string_view text, std::size_t offset) {
     if constexpr (std::endian::native == std::endian::little) {
         for (std::uint64_t bytes = 0; text.size() - offset >= sizeof bytes; offset += sizeof bytes) {
             std::memcpy(&bytes, text.data() + offset, sizeof bytes);
-            const std::uint64_t special = belowOrBeyondASCII(bytes, ' ') | belowOrBeyondASCII(bytes ^ each('"'), 1) |
-                                          belowOrBeyondASCII(bytes ^ each('\\'), 1);
+            const std::uint64_t special = belowOrBeyondASCII(bytes, ' ') | belowOrBeyondASCII(bytes ^ eightOf('"'), 1) |
+                                          belowOrBeyondASCII(bytes ^ eightOf('\\'), 1);
             if (special != 0) {
                 return offset + static_cast<std::size_t>(std::countr_zero(special)) / 8;
             }

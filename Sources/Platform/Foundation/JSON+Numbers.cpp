@@ -63,20 +63,16 @@ std::string integralDigits(std::string_view magnitude) {
     return digits.append(static_cast<std::size_t>(decimal.exponent), '0');
 }
 
-constexpr std::uint64_t each(std::uint8_t byte) {
-    return 0x0101010101010101U * byte;
-}
-
 /// The digits of a number that ends within eight bytes, all looked at together: how many digits there are cannot be
 /// foreseen, and a processor that guesses wrong loses more time than the rest takes. Returns where the number ends, and
 /// null for what is not so short or not so plain.
 const char* takeFewDigits(const char* at, std::uint64_t& value, std::size_t& places) {
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, at, sizeof bytes);
-    const std::uint64_t digits = bytes ^ each('0');
+    const std::uint64_t digits = bytes ^ eightOf('0');
     // The highest bit of each byte that is no digit; bytes above the first such byte are right too, for none carries.
-    const std::uint64_t others = ((digits & each(0x7F)) + each(0x7F - 9)) | digits;
-    const std::uint64_t marks = others & each(0x80);
+    const std::uint64_t others = ((digits & eightOf(0x7F)) + eightOf(0x7F - 9)) | digits;
+    const std::uint64_t marks = others & eightOf(0x80);
     const auto whole = static_cast<unsigned>(std::countr_zero(marks)) / 8;
     if (whole == 0 || whole >= 7 || at[whole] != '.') {
         return nullptr;

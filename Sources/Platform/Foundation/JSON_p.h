@@ -24,6 +24,11 @@ Bytes jsonAsUTF8(const Bytes& data);
 /// Brackets, commas, colons and literals of the whole text; texts and numbers only for where they end.
 void checkJSONStructure(std::string_view text);
 
+/// Bytes that are looked at together.
+constexpr std::uint64_t eightOf(std::uint8_t byte) {
+    return 0x0101010101010101U * byte;
+}
+
 inline bool isJSONDigit(char c) {
     return c >= '0' && c <= '9';
 }

@@ -15,22 +15,22 @@ constexpr int ascent = 770;
 constexpr int descent = -230;
 
 /// Big-endian numbers, as every table wants them.
-class Table {
+class FontTable {
 public:
-    Table& u16(std::initializer_list<int> values) {
+    FontTable& u16(std::initializer_list<int> values) {
         for (const int value : values) {
             bytes_ += static_cast<char>((value >> 8) & 0xFF);
             bytes_ += static_cast<char>(value & 0xFF);
         }
         return *this;
     }
-    Table& u32(std::initializer_list<std::uint32_t> values) {
+    FontTable& u32(std::initializer_list<std::uint32_t> values) {
         for (const std::uint32_t value : values) {
             u16({static_cast<int>(value >> 16), static_cast<int>(value & 0xFFFF)});
         }
         return *this;
     }
-    Table& u8(std::initializer_list<int> values) {
+    FontTable& u8(std::initializer_list<int> values) {
         for (const int value : values) {
             bytes_ += static_cast<char>(value);
         }
@@ -46,7 +46,7 @@ private:
 /// painted, but PDFium, which takes a character's box from its outline, gets the whole cell, and MuPDF, which drops
 /// characters whose outline has an empty box, keeps them.
 std::string glyphOutline(int advance) {
-    Table glyph;
+    FontTable glyph;
     glyph.u16({2, 0, descent, advance, ascent}); // contours, box
     glyph.u16({0, 1, 0});                        // last point of each contour, no instructions
     glyph.u8({0x11, 0x01});                      // both on the curve, the first with the x before it (0)
@@ -55,7 +55,7 @@ std::string glyphOutline(int advance) {
 }
 
 std::string head() {
-    Table table;
+    FontTable table;
     table.u32({0x00010000, 0x00010000, 0, 0x5F0F3CF5}); // versions, whole-file sum (set later), magic number
     table.u16({0x000B, unitsPerEm});
     table.u32({0, 0, 0, 0}); // created and modified: never, so that equal fonts are equal bytes
@@ -64,21 +64,21 @@ std::string head() {
 }
 
 std::string hhea(int glyphs, int widest) {
-    Table table;
+    FontTable table;
     table.u32({0x00010000});
     table.u16({ascent, descent, 0, widest, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, glyphs});
     return table.bytes();
 }
 
 std::string maxp(int glyphs) {
-    Table table;
+    FontTable table;
     table.u32({0x00010000});
     table.u16({glyphs, 2, 2, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0});
     return table.bytes();
 }
 
 std::string os2() {
-    Table table;
+    FontTable table;
     table.u16({3, 500, 400, 5, 0, 650, 700, 0, 140, 650, 700, 0, 480, 50, 260, 0});
     table.u16({0, 0, 0, 0, 0}); // classification
     table.u32({0, 0, 0, 0, 0}); // Unicode ranges and vendor
@@ -90,7 +90,7 @@ std::string os2() {
 
 /// Codes reach the glyphs by their numbers; the table is there because a font without one is refused by some readers.
 std::string cmap() {
-    Table table;
+    FontTable table;
     table.u16({0, 1, 3, 1});
     table.u32({12});
     table.u16({4, 24, 0, 2, 2, 0, 0, 0xFFFF, 0, 0xFFFF, 1, 0});
@@ -98,7 +98,7 @@ std::string cmap() {
 }
 
 std::string post() {
-    Table table;
+    FontTable table;
     table.u32({0x00030000, 0});
     table.u16({-100, 50});
     table.u32({0, 0, 0, 0, 0});
@@ -106,7 +106,7 @@ std::string post() {
 }
 
 std::string hmtx(std::span<const int> advances) {
-    Table table;
+    FontTable table;
     for (const int advance : advances) {
         table.u16({advance, 0});
     }
@@ -114,7 +114,7 @@ std::string hmtx(std::span<const int> advances) {
 }
 
 std::string loca(std::size_t glyphs, std::size_t outlineSize) {
-    Table table;
+    FontTable table;
     for (std::size_t i = 0; i <= glyphs; ++i) {
         table.u32({static_cast<std::uint32_t>(i * outlineSize)});
     }
@@ -144,7 +144,7 @@ struct NamedTable {
 
 std::string assemble(std::span<const NamedTable> tables) {
     const auto count = static_cast<int>(tables.size());
-    Table directory;
+    FontTable directory;
     directory.u32({0x00010000}).u16({count, 128, 3, count * 16 - 128});
     std::string body;
     const std::size_t start = 12 + 16 * tables.size();
@@ -153,7 +153,7 @@ std::string assemble(std::span<const NamedTable> tables) {
     for (const auto& [tag, bytes] : tables) {
         headAt = tag == "head" ? start + body.size() : headAt;
         entries += tag;
-        entries += Table()
+        entries += FontTable()
                        .u32({checksum(bytes), static_cast<std::uint32_t>(start + body.size()),
                              static_cast<std::uint32_t>(bytes.size())})
                        .bytes();
@@ -161,7 +161,7 @@ std::string assemble(std::span<const NamedTable> tables) {
         body.append((4 - body.size() % 4) % 4, '\0');
     }
     std::string file = directory.bytes() + entries + body;
-    file.replace(headAt + 8, 4, Table().u32({0xB1B0AFBA - checksum(file)}).bytes());
+    file.replace(headAt + 8, 4, FontTable().u32({0xB1B0AFBA - checksum(file)}).bytes());
     return file;
 }
 
@@ -178,7 +178,7 @@ std::string makeGlyphlessTrueType(std::span<const int> advances) {
                                                 {"hmtx", hmtx(advances)},
                                                 {"loca", loca(advances.size(), outlineSize)},
                                                 {"maxp", maxp(glyphs)},
-                                                {"name", Table().u16({0, 0, 6}).bytes()},
+                                                {"name", FontTable().u16({0, 0, 6}).bytes()},
                                                 {"post", post()}}};
     return assemble(tables);
 }

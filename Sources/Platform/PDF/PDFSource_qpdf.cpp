@@ -20,7 +20,6 @@ namespace {
 
 constexpr Rect letter{0, 0, 612, 792};
 constexpr std::size_t headerWindow = 1024; // readers accept a header that is preceded by that much junk
-constexpr int treeDepthLimit = 64;
 
 /// qpdf makes a static object when it first closes a file, and needs it for closing. Made as early as this it outlives
 /// the documents that a host keeps in statics of its own.
@@ -152,7 +151,8 @@ std::optional<Rect> plainMediaBox(std::string_view attributes) {
     return items.rest() == "]" ? rectangleOf(corner) : std::nullopt;
 }
 
-Rect intersection(const Rect& a, const Rect& b) {
+/// The part of `a` within `b`; `b` where they do not meet.
+Rect within(const Rect& a, const Rect& b) {
     const double x = std::max(a.x, b.x);
     const double y = std::max(a.y, b.y);
     const double width = std::min(a.maxX(), b.maxX()) - x;
@@ -210,12 +210,12 @@ Rect pageBox(const QPDFObjectHandle& page, PDFDisplayBox box) {
     if (box == PDFDisplayBox::media) {
         return media;
     }
-    const Rect crop = intersection(rectangle(inheritedAttribute(page, "/CropBox")).value_or(media), media);
+    const Rect crop = within(rectangle(inheritedAttribute(page, "/CropBox")).value_or(media), media);
     if (box == PDFDisplayBox::crop) {
         return crop;
     }
     const char* key = box == PDFDisplayBox::bleed ? "/BleedBox" : box == PDFDisplayBox::trim ? "/TrimBox" : "/ArtBox";
-    return intersection(rectangle(QPDFObjectHandle(page).getKey(key)).value_or(crop), media);
+    return within(rectangle(QPDFObjectHandle(page).getKey(key)).value_or(crop), media);
 }
 
 std::shared_ptr<PDFSource> PDFSource::open(const Bytes& bytes, const std::string& password) {

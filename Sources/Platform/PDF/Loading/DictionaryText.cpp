@@ -1,5 +1,7 @@
 #include "Platform/PDF/Loading/DictionaryText_p.h"
 
+#include "Platform/PDF/Syntax_p.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -10,25 +12,17 @@ namespace {
 constexpr int deepestNesting = 50;
 constexpr std::ptrdiff_t mostDigits = 18;
 
+/// Zeros are white space only to some.
 bool isSpace(char c) {
-    return c == ' ' || c == '\n' || c == '\r' || c == '\t' || c == '\f';
-}
-
-bool isDelimiter(char c) {
-    return c == '/' || c == '<' || c == '>' || c == '[' || c == ']' || c == '(' || c == ')' || c == '{' || c == '}' ||
-           c == '%';
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
+    return isBlank(c) && c != '\0';
 }
 
 bool isHexDigit(char c) {
-    return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    return hexDigit(c) >= 0;
 }
 
 /// Control characters are white space to some parsers and part of a name to others.
-bool isRegular(char c) {
+bool isOfName(char c) {
     return static_cast<unsigned char>(c) > ' ' && !isDelimiter(c);
 }
 
@@ -126,7 +120,7 @@ bool TextScanner::scan(TextKind& kind, int depth) {
 
 bool TextScanner::scanName(bool isKey) {
     for (++at_; !endsToken(); ++at_) {
-        if (!isRegular(*at_)) {
+        if (!isOfName(*at_)) {
             return false;
         }
         if (*at_ == '#') {
@@ -249,7 +243,7 @@ bool TextScanner::scanDictionary(std::vector<TextEntry>* entries, int depth) {
 
 bool TextScanner::scanKeyword() {
     const char* const start = at_;
-    at_ = std::find_if_not(at_, end_, isRegular);
+    at_ = std::find_if_not(at_, end_, isOfName);
     const std::string_view word(start, static_cast<std::size_t>(at_ - start));
     return (word == "true" || word == "false" || word == "null") && endsToken();
 }

@@ -8,6 +8,9 @@
 
 namespace orvex {
 
+/// Of nodes above a page that it may inherit from.
+inline constexpr int treeDepthLimit = 64;
+
 /// A page in its own words.
 struct PageText {
     StoredObject object;    ///< the page itself

@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::array inherited{"/MediaBox", "/CropBox", "/Resources"};
 constexpr std::array own{"/BleedBox", "/TrimBox", "/ArtBox"};
-constexpr int treeDepthLimit = 64;
 /// Longer ones are shared by pages, and would take long to parse for each.
 constexpr std::size_t longestResources = 8192;
 

@@ -13,9 +13,9 @@ constexpr std::size_t firstFree = 258;
 constexpr std::size_t tableSize = 4096;
 
 /// Strings as chains: each is another one and a byte more.
-class Table {
+class StringTable {
 public:
-    Table() {
+    StringTable() {
         for (std::size_t code = 0; code < clearTable; ++code) {
             entries_[code] = {0, 1, static_cast<std::uint8_t>(code), static_cast<std::uint8_t>(code)};
         }
@@ -82,7 +82,7 @@ private:
 
 ByteBuffer expandLZW(ByteSpan data, bool earlyChange, std::size_t limit) {
     ByteBuffer out;
-    Table table;
+    StringTable table;
     CodeReader codes(data, earlyChange);
     std::size_t previous = clearTable;
     while (out.size() < limit) {

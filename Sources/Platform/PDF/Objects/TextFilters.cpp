@@ -1,5 +1,6 @@
 // The filters that need no table: run lengths, and bytes written as text.
 #include "Platform/PDF/Objects/StreamFilters_p.h"
+#include "Platform/PDF/Syntax_p.h"
 
 #include <algorithm>
 #include <array>
@@ -7,18 +8,6 @@
 namespace orvex {
 
 namespace {
-
-bool isWhite(std::uint8_t byte) {
-    return byte == 0 || byte == '\t' || byte == '\n' || byte == '\f' || byte == '\r' || byte == ' ';
-}
-
-int hexDigit(std::uint8_t byte) {
-    if (byte >= '0' && byte <= '9') {
-        return byte - '0';
-    }
-    const int letter = byte | 0x20;
-    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
-}
 
 /// Four bytes from five digits; fewer digits give one byte less than they are.
 void putGroup(const std::array<std::uint8_t, 5>& digits, std::size_t count, ByteBuffer& out) {
@@ -57,7 +46,7 @@ ByteBuffer decodeASCIIHex(ByteSpan data, std::size_t limit) {
         if (byte == '>' || out.size() == limit) {
             break;
         }
-        const int digit = hexDigit(byte);
+        const int digit = hexDigit(static_cast<char>(byte));
         if (digit < 0) {
             continue; // white space, or damage
         }
@@ -84,7 +73,7 @@ ByteBuffer decodeASCII85(ByteSpan data, std::size_t limit) {
             out.insert(out.end(), 4, 0);
         } else if (byte >= '!' && byte <= 'u') {
             digits[count++] = static_cast<std::uint8_t>(byte - '!');
-        } else if (!isWhite(byte)) {
+        } else if (!isBlank(static_cast<char>(byte))) {
             break; // damaged
         }
         if (count == digits.size()) {

@@ -16,10 +16,10 @@ constexpr std::array folders = {"/usr/share/poppler/cMap", "/usr/local/share/pop
 constexpr std::array collections = {"Adobe-Japan1", "Adobe-GB1",    "Adobe-CNS1", "Adobe-Korea1", "Adobe-KR",
                                     "Adobe-Japan2", "adobe-japan1", "adobe-gb1",  "adobe-cns1",   "adobe-korea1"};
 constexpr int deepest = 8; ///< maps that build upon each other
-constexpr std::size_t longestName = 64;
+constexpr std::size_t longestMapName = 64;
 
-bool isPlainName(std::string_view name) {
-    return !name.empty() && name.size() <= longestName && std::ranges::all_of(name, [](unsigned char c) {
+bool canBeMapName(std::string_view name) {
+    return !name.empty() && name.size() <= longestMapName && std::ranges::all_of(name, [](unsigned char c) {
         return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-';
     });
 }
@@ -48,7 +48,7 @@ std::shared_ptr<const CMap> read(std::string_view name, int depth) {
 std::shared_ptr<const CMap> load(std::string_view name, int depth) {
     static std::mutex mutex;
     static std::unordered_map<std::string, std::shared_ptr<const CMap>> maps;
-    if (depth > deepest || !isPlainName(name)) {
+    if (depth > deepest || !canBeMapName(name)) {
         return nullptr;
     }
     {

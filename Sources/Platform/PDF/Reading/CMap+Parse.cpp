@@ -1,5 +1,7 @@
 #include "Platform/PDF/Reading/CMap_p.h"
 
+#include "Platform/PDF/Syntax_p.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -7,29 +9,16 @@ namespace orvex {
 
 namespace {
 
-enum class Kind : unsigned char { end, string, literal, number, name, word, arrayStart, arrayEnd };
+enum class TokenKind : unsigned char { end, string, literal, number, name, word, arrayStart, arrayEnd };
 
 struct Token {
-    Kind kind = Kind::end;
+    TokenKind kind = TokenKind::end;
     std::string_view text; ///< a name without its slash, a word, a literal string as it stands
     std::string bytes;     ///< of a string
     std::uint32_t number = 0;
 };
 
-constexpr std::size_t longestName = 64;
-
-constexpr bool isBlank(char c) {
-    return c == ' ' || c == '\n' || c == '\r' || c == '\t' || c == '\f' || c == '\0';
-}
-constexpr bool isRegular(char c) {
-    return !isBlank(c) && std::string_view("<>[](){}/%").find(c) == std::string_view::npos;
-}
-constexpr int digitOf(char c) {
-    return c >= '0' && c <= '9'   ? c - '0'
-           : c >= 'A' && c <= 'F' ? c - 'A' + 10
-           : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                  : -1;
-}
+constexpr std::size_t longestOrdering = 64;
 
 /// The little of PostScript that character maps are written in.
 class Lexer {
@@ -40,28 +29,28 @@ public:
         skipBlanks();
         token.bytes.clear();
         if (rest_.empty()) {
-            token.kind = Kind::end;
+            token.kind = TokenKind::end;
             return;
         }
         const char c = rest_.front();
         if (c == '<' && rest_.size() > 1 && rest_[1] != '<') {
-            token.kind = Kind::string;
+            token.kind = TokenKind::string;
             readHex(token.bytes);
         } else if (c == '/') {
             rest_.remove_prefix(1);
-            token.kind = Kind::name;
+            token.kind = TokenKind::name;
             token.text = takeRegular();
         } else if (c == '[' || c == ']') {
             rest_.remove_prefix(1);
-            token.kind = c == '[' ? Kind::arrayStart : Kind::arrayEnd;
+            token.kind = c == '[' ? TokenKind::arrayStart : TokenKind::arrayEnd;
         } else if (c == '(') {
             const std::size_t end = std::min(rest_.find(')'), rest_.size());
-            token.kind = Kind::literal;
+            token.kind = TokenKind::literal;
             token.text = rest_.substr(1, end - 1);
             rest_.remove_prefix(std::min(end + 1, rest_.size()));
         } else if (!isRegular(c)) {
             rest_.remove_prefix(1);
-            token.kind = Kind::word;
+            token.kind = TokenKind::word;
             token.text = {};
         } else {
             readWord(token);
@@ -88,7 +77,7 @@ private:
         int high = -1;
         std::size_t at = 1;
         for (; at < rest_.size() && rest_[at] != '>'; ++at) {
-            const int digit = digitOf(rest_[at]);
+            const int digit = hexDigit(rest_[at]);
             if (digit >= 0 && high >= 0) {
                 bytes += static_cast<char>(high * 16 + digit);
                 high = -1;
@@ -105,7 +94,7 @@ private:
         token.text = takeRegular();
         const char* end = token.text.data() + token.text.size();
         const auto [stopped, error] = std::from_chars(token.text.data(), end, token.number);
-        token.kind = error == std::errc() && stopped == end ? Kind::number : Kind::word;
+        token.kind = error == std::errc() && stopped == end ? TokenKind::number : TokenKind::word;
     }
 
     std::string_view rest_;
@@ -133,18 +122,18 @@ public:
     void parse() {
         std::string_view lastName;
         std::uint32_t lastNumber = 0;
-        for (lexer_.next(token_); token_.kind != Kind::end; lexer_.next(token_)) {
-            if (token_.kind == Kind::name) {
+        for (lexer_.next(token_); token_.kind != TokenKind::end; lexer_.next(token_)) {
+            if (token_.kind == TokenKind::name) {
                 lastName = token_.text;
-            } else if (token_.kind == Kind::number) {
+            } else if (token_.kind == TokenKind::number) {
                 lastNumber = token_.number;
-            } else if (token_.kind == Kind::literal && lastName == "Ordering" && map_.ordering_.empty()) {
-                map_.ordering_ = token_.text.substr(0, longestName);
-            } else if (token_.kind == Kind::word && token_.text == "def" && lastName == "WMode") {
+            } else if (token_.kind == TokenKind::literal && lastName == "Ordering" && map_.ordering_.empty()) {
+                map_.ordering_ = token_.text.substr(0, longestOrdering);
+            } else if (token_.kind == TokenKind::word && token_.text == "def" && lastName == "WMode") {
                 map_.vertical_ = lastNumber == 1;
-            } else if (token_.kind == Kind::word && token_.text == "usecmap" && named_ && !map_.base_) {
+            } else if (token_.kind == TokenKind::word && token_.text == "usecmap" && named_ && !map_.base_) {
                 map_.base_ = named_(lastName);
-            } else if (token_.kind == Kind::word && token_.text.starts_with("begin")) {
+            } else if (token_.kind == TokenKind::word && token_.text.starts_with("begin")) {
                 section(token_.text.substr(5));
             }
         }
@@ -154,7 +143,7 @@ private:
     /// Reads the next token of a section; false at the section's end.
     bool entry() {
         lexer_.next(token_);
-        return token_.kind != Kind::end && !(token_.kind == Kind::word && token_.text.starts_with("end"));
+        return token_.kind != TokenKind::end && !(token_.kind == TokenKind::word && token_.text.starts_with("end"));
     }
 
     void section(std::string_view name) {
@@ -178,10 +167,11 @@ private:
     void codeSpaces() {
         while (entry()) {
             const std::string low = token_.bytes;
-            if (token_.kind != Kind::string || !entry()) {
+            if (token_.kind != TokenKind::string || !entry()) {
                 return;
             }
-            if (token_.kind == Kind::string && !low.empty() && low.size() <= 4 && low.size() == token_.bytes.size()) {
+            if (token_.kind == TokenKind::string && !low.empty() && low.size() <= 4 &&
+                low.size() == token_.bytes.size()) {
                 map_.spaces_.push_back({valueOf(low), valueOf(token_.bytes), static_cast<std::uint8_t>(low.size())});
             }
         }
@@ -189,7 +179,7 @@ private:
 
     void identifiers(std::vector<CMap::Range>& ranges, bool areRanges, std::uint32_t rising) {
         while (entry()) {
-            if (token_.kind != Kind::string) {
+            if (token_.kind != TokenKind::string) {
                 continue;
             }
             const CMap::Code low = codeOf(token_.bytes);
@@ -203,7 +193,7 @@ private:
             if (!entry()) {
                 return;
             }
-            if (token_.kind == Kind::number && low.value <= high.value) {
+            if (token_.kind == TokenKind::number && low.value <= high.value) {
                 ranges.push_back({CMap::key(low), CMap::key(high), CMap::key(low), token_.number, rising});
             }
         }
@@ -211,14 +201,14 @@ private:
 
     void texts() {
         while (entry()) {
-            if (token_.kind != Kind::string) {
+            if (token_.kind != TokenKind::string) {
                 continue;
             }
             const std::uint32_t code = valueOf(token_.bytes);
             if (!entry()) {
                 return;
             }
-            if (token_.kind == Kind::string) {
+            if (token_.kind == TokenKind::string) {
                 addText(code, code);
             }
         }
@@ -226,7 +216,7 @@ private:
 
     void textRanges() {
         while (entry()) {
-            if (token_.kind != Kind::string) {
+            if (token_.kind != TokenKind::string) {
                 continue;
             }
             const std::uint32_t low = valueOf(token_.bytes);
@@ -234,20 +224,20 @@ private:
                 return;
             }
             const std::uint32_t high = valueOf(token_.bytes);
-            if (token_.kind != Kind::string || !entry()) {
+            if (token_.kind != TokenKind::string || !entry()) {
                 return;
             }
-            if (token_.kind == Kind::string && low <= high) {
+            if (token_.kind == TokenKind::string && low <= high) {
                 addText(low, high);
-            } else if (token_.kind == Kind::arrayStart) {
+            } else if (token_.kind == TokenKind::arrayStart) {
                 std::uint64_t code = low;
-                while (entry() && token_.kind != Kind::arrayEnd) {
-                    if (token_.kind == Kind::string && code <= high) {
+                while (entry() && token_.kind != TokenKind::arrayEnd) {
+                    if (token_.kind == TokenKind::string && code <= high) {
                         addText(static_cast<std::uint32_t>(code), static_cast<std::uint32_t>(code));
                     }
                     ++code;
                 }
-                if (token_.kind != Kind::arrayEnd) {
+                if (token_.kind != TokenKind::arrayEnd) {
                     return;
                 }
             }

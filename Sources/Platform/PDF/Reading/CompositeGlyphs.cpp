@@ -14,10 +14,6 @@ const CompositeFontParts::Metrics* find(const std::vector<CompositeFontParts::Me
     return after != metrics.begin() && id <= std::prev(after)->last ? &*std::prev(after) : nullptr;
 }
 
-bool isCharacter(std::uint32_t value) {
-    return value > 0 && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
-}
-
 /// The character that a code is in a coding of Unicode.
 std::uint32_t decoded(CMap::Code code, TextCoding coding) {
     if (coding == TextCoding::utf32 || (coding == TextCoding::utf16 && code.length == 2)) {

@@ -1,5 +1,7 @@
 #include "Platform/PDF/Reading/ContentScanner_p.h"
 
+#include "Platform/PDF/Syntax_p.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -11,41 +13,8 @@ namespace {
 // An array of a million numbers is no text.
 constexpr std::size_t mostOperands = std::size_t{1} << 20;
 
-enum class CharacterClass : unsigned char { regular, blank, delimiter };
-
-constexpr std::array<CharacterClass, 256> characterClasses = [] {
-    std::array<CharacterClass, 256> classes{};
-    for (const char c : {'\0', '\t', '\n', '\f', '\r', ' '}) {
-        classes[static_cast<unsigned char>(c)] = CharacterClass::blank;
-    }
-    for (const char c : {'(', ')', '<', '>', '[', ']', '{', '}', '/', '%'}) {
-        classes[static_cast<unsigned char>(c)] = CharacterClass::delimiter;
-    }
-    return classes;
-}();
-
-CharacterClass classOf(char c) {
-    return characterClasses[static_cast<unsigned char>(c)];
-}
-bool isBlank(char c) {
-    return classOf(c) == CharacterClass::blank;
-}
-bool isRegular(char c) {
-    return classOf(c) == CharacterClass::regular;
-}
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 bool startsNumber(char c) {
     return isDigit(c) || c == '-' || c == '+' || c == '.';
-}
-
-int hexDigit(char c) {
-    if (isDigit(c)) {
-        return c - '0';
-    }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 std::string_view unhex(std::string_view digits, std::string& buffer) {

@@ -81,7 +81,7 @@ constexpr std::u16string_view dingbats =
     u"❡❢❣❤✐❥❦❧♠♥♦♣    ✉✈✇①②③④⑤⑥⑦⑧⑨⑩❶❷❸❹❺❻❼❽❾❿➀➁➂➃➄➅➆➇➈➉➊➋➌➍➎➏➐➑➒➓➔→➣↔↕➙➛➜➝➞➟➠➡➢➤➥➦➧➨➩➫➭➯➲➳➵➸➺➻➼➽➾➚➪➶➹➘➴➷➬➮"
     u"➱✃❐❒❮❰";
 
-constexpr std::size_t longestName = 64; ///< of one component; longer ones tell nothing
+constexpr std::size_t longestComponent = 64; ///< of one component; longer ones tell nothing
 
 using Characters = std::unordered_map<std::string_view, char32_t>;
 
@@ -103,10 +103,6 @@ std::optional<std::uint32_t> number(std::string_view digits, int base) {
     std::uint32_t value = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, base);
     return error == std::errc() && end == digits.data() + digits.size() ? std::optional(value) : std::nullopt;
-}
-
-bool isCharacter(std::uint32_t value) {
-    return value > 0 && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
 }
 
 /// "uni" and groups of four digits, or "u" and four to six: whether the name has one of these forms.
@@ -156,7 +152,7 @@ template <typename Visit> void forEachComponent(std::string_view name, Visit vis
     name = name.substr(0, name.find('.'));
     while (!name.empty()) {
         const std::size_t end = std::min(name.find('_'), name.size());
-        if (end > 0 && end <= longestName) {
+        if (end > 0 && end <= longestComponent) {
             visit(name.substr(0, end));
         }
         name.remove_prefix(std::min(end + 1, name.size()));

@@ -23,7 +23,7 @@ std::string encrypted(std::string_view plain, std::uint16_t key) {
     return cipher;
 }
 
-bool isPlainName(std::string_view name) {
+bool isAlphanumeric(std::string_view name) {
     return std::ranges::all_of(name, [](unsigned char c) {
         return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
     });
@@ -53,7 +53,7 @@ std::string fontOfNames(std::span<const std::string_view> names) {
 /// it. So it is given a font that has the names, and its map is read.
 std::unordered_map<std::string_view, char32_t> charactersOfRareGlyphNames(std::span<const std::string_view> names) {
     std::vector<std::string_view> wanted;
-    std::ranges::copy_if(names.first(std::min(names.size(), mostNames)), std::back_inserter(wanted), isPlainName);
+    std::ranges::copy_if(names.first(std::min(names.size(), mostNames)), std::back_inserter(wanted), isAlphanumeric);
     std::ranges::sort(wanted);
     wanted.erase(std::unique(wanted.begin(), wanted.end()), wanted.end());
     std::unordered_map<std::string_view, char32_t> found;

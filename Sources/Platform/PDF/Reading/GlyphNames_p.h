@@ -25,6 +25,11 @@ enum class GlyphNaming : unsigned char { common, dingbats };
 /// Spells Latin ligatures out and makes no-break spaces plain: a glyph's text as people search for it.
 void makePlain(std::string& utf8);
 
+/// Of Unicode; surrogates and zero are none.
+[[nodiscard]] constexpr bool isCharacter(std::uint32_t value) {
+    return value > 0 && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+}
+
 /// The characters of those names that the Adobe glyph list holds; its rarer names are looked up through FreeType.
 [[nodiscard]] std::unordered_map<std::string_view, char32_t>
 charactersOfRareGlyphNames(std::span<const std::string_view> names);

@@ -26,7 +26,7 @@ Workspace& workspace() {
 constexpr std::size_t keptContent = std::size_t{8} << 20;
 
 // Room for the glyphs of most pages, taken at once: what is never used of it costs nothing, moving to larger room does.
-constexpr std::size_t usualGlyphs = 16'384;
+constexpr std::size_t glyphsAtFirst = 16'384;
 
 enum class Wanted { everything, firstText };
 
@@ -60,7 +60,7 @@ void readGlyphs(const PDFSource& source, int page, Wanted wanted, Workspace& spa
         parts = partsOf(source, page, limits.contentBytes);
     }
     unpack(parts.streams, limits.contentBytes, space.content);
-    space.glyphs.glyphs.reserve(std::min(space.content.size() / 2, usualGlyphs));
+    space.glyphs.glyphs.reserve(std::min(space.content.size() / 2, glyphsAtFirst));
     ContentResources resources(source, source.readingCache(), parts.resources);
     ContentReader reader(source, source.readingCache(), parts.mediaBox, space.glyphs);
     if (wanted == Wanted::firstText) {

@@ -113,7 +113,7 @@ constexpr std::array<std::uint16_t, 316> timesBoldItalic = {
 constexpr std::u16string_view symbolCharacters =
     u" !∀#∃%&∋()∗+,−./0123456789:;<=>?≅ΑΒΧ∆ΕΦΓΗΙϑΚΛΜΝΟΠΘΡΣΤΥςΩΞΨΖ[∴]⊥_‾αβχδεφγηιϕκλμνοπθρστυϖωξψζ{|}∼€ϒ′≤⁄∞ƒ♣♦♥♠↔←"
     u"↑→↓°±″≥×∝∂•÷≠≡≈…⏐⎯↵ℵℑℜ℘⊗⊕∅∩∪⊃⊇⊄⊂⊆∈∉∠∇®©™∏√⋅¬∧∨⇔⇐⇑⇒⇓◊〈∑⎛⎜⎝⎡⎢⎣⎧⎨⎩⎪〉∫⌠⎮⌡⎞⎟⎠⎤⎥⎦⎫⎬⎭";
-constexpr std::array<std::uint16_t, 186> symbol = {
+constexpr std::array<std::uint16_t, 186> symbolWidths = {
     250, 333,  713, 500, 549, 833, 778, 439,  333, 333, 500, 549, 250, 549, 250, 278, 500, 500, 500,  500, 500,
     500, 500,  500, 500, 500, 278, 278, 549,  549, 549, 444, 549, 722, 667, 722, 612, 611, 763, 603,  722, 333,
     631, 722,  686, 889, 722, 722, 768, 741,  556, 592, 611, 690, 439, 768, 645, 795, 611, 333, 863,  333, 658,
@@ -124,10 +124,10 @@ constexpr std::array<std::uint16_t, 186> symbol = {
     890, 823,  549, 250, 713, 603, 603, 1042, 987, 603, 987, 603, 494, 329, 713, 384, 384, 384, 384,  384, 384,
     494, 494,  494, 494, 329, 274, 686, 686,  686, 384, 384, 384, 384, 384, 384, 494, 494, 494};
 
-constexpr std::u16string_view dingbats =
+constexpr std::u16string_view dingbatCharacters =
     u" ✁✂✃✄☎✆✇✈✉☛☞✌✍✎✏✐✑✒✓✔✕✖✗✘✙✚✛✜✝✞✟✠✡✢✣✤✥✦✧★✩✪✫✬✭✮✯✰✱✲✳✴✵✶✷✸✹✺✻✼✽✾✿❀❁❂❃❄❅❆❇❈❉❊❋●❍■❏❐❑❒▲▼◆❖◗❘❙❚❛❜❝❞❨❩❪❫❬❭❮❯❰❱❲❳❴"
     u"❵❡❢❣❤❥❦❧♣♦♥♠①②③④⑤⑥⑦⑧⑨⑩❶❷❸❹❺❻❼❽❾❿➀➁➂➃➄➅➆➇➈➉➊➋➌➍➎➏➐➑➒➓➔→↔↕➘➙➚➛➜➝➞➟➠➡➢➣➤➥➦➧➨➩➪➫➬➭➮➯➱➲➳➴➵➶➷➸➹➺➻➼➽➾";
-constexpr std::array<std::uint16_t, 202> zapfDingbats = {
+constexpr std::array<std::uint16_t, 202> dingbatWidths = {
     278, 974,  961, 974, 980, 719, 789, 790, 791, 690, 960, 939, 549, 855, 911, 933, 911, 945, 974, 755, 846, 762, 761,
     571, 677,  763, 760, 759, 754, 494, 552, 537, 577, 692, 786, 788, 788, 790, 793, 794, 816, 823, 789, 841, 823, 833,
     816, 831,  923, 744, 723, 749, 790, 792, 695, 776, 768, 792, 759, 707, 708, 682, 701, 826, 815, 789, 789, 707, 687,
@@ -137,8 +137,6 @@ constexpr std::array<std::uint16_t, 202> zapfDingbats = {
     788, 788,  788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 788, 894,
     838, 1016, 458, 748, 924, 748, 918, 927, 928, 928, 834, 873, 828, 924, 924, 917, 930, 931, 463, 883, 836, 836, 867,
     867, 696,  696, 874, 874, 760, 946, 771, 865, 771, 888, 967, 888, 831, 873, 927, 970, 918};
-
-constexpr float thousandth = 0.001F;
 
 /// Lower-case letters and digits of a name.
 std::string simplified(std::string_view name) {
@@ -240,11 +238,11 @@ std::optional<float> standardAdvance(StandardFace face, char32_t character) {
     const bool isLatin = face < StandardFace::courier;
     const std::u16string_view characters = isLatin                        ? latinCharacters
                                            : face == StandardFace::symbol ? symbolCharacters
-                                                                          : dingbats;
+                                                                          : dingbatCharacters;
     const std::span<const std::uint16_t> widths = isLatin ? latin.at(static_cast<std::size_t>(face))
                                                   : face == StandardFace::symbol
-                                                      ? std::span<const std::uint16_t>(symbol)
-                                                      : std::span<const std::uint16_t>(zapfDingbats);
+                                                      ? std::span<const std::uint16_t>(symbolWidths)
+                                                      : std::span<const std::uint16_t>(dingbatWidths);
     const std::size_t at =
         character > 0xFFFF ? std::u16string_view::npos : characters.find(static_cast<char16_t>(character));
     return at == std::u16string_view::npos ? std::nullopt : std::optional(static_cast<float>(widths[at]) * thousandth);

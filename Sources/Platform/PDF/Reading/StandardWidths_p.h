@@ -7,6 +7,9 @@
 
 namespace orvex {
 
+/// Of an em, the unit that most widths and heights are given in.
+inline constexpr float thousandth = 0.001F;
+
 enum class StandardFace : unsigned char {
     helvetica,
     helveticaBold,

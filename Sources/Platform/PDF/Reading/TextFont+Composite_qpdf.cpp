@@ -1,4 +1,5 @@
 #include "Platform/PDF/Reading/GlyphNames_p.h"
+#include "Platform/PDF/Reading/StandardWidths_p.h"
 #include "Platform/PDF/Reading/StreamBytes_p.h"
 #include "Platform/PDF/Reading/TextFontBuilder_p.h"
 #include "Platform/PDF/Reading/TextFontObjects_p.h"
@@ -12,7 +13,6 @@ namespace {
 
 using Metrics = CompositeFontParts::Metrics;
 
-constexpr float thousandth = 0.001F;
 constexpr std::uint32_t mostUsualGlyphs = 640; ///< that textOfGlyphInUsualOrder() knows
 
 /// Sorts; where two overlap, the one that begins later, or is listed later, holds.

@@ -11,8 +11,6 @@ namespace orvex {
 
 namespace {
 
-constexpr float thousandth = 0.001F;
-
 using Heights = TextFontHeights;
 
 constexpr Heights usualHeights = {0.9F, -0.22F};

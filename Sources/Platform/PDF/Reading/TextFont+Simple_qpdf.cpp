@@ -13,7 +13,6 @@ namespace orvex {
 
 namespace {
 
-constexpr float thousandth = 0.001F;
 constexpr unsigned symbolicFlag = 1U << 2U;
 
 /// The number that ends a name such as "g65", "C0041" or "cid_12"; none when that is not all there is.

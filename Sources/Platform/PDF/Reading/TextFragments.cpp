@@ -20,14 +20,6 @@ constexpr double columnGap = 0.95;
 constexpr double leaderGap = 1.5;
 // How far the next glyph may step back.
 constexpr double mostBackwards = 0.5;
-// How far a baseline may be off that is meant to be the same.
-constexpr double sameBaseline = 0.2;
-// The same for raised and lowered small letters, which stand close.
-constexpr double raisedBaseline = 0.6;
-constexpr double raisedSize = 0.85;
-constexpr double raisedGap = 0.5;
-// The cosine of the angle up to which two directions are the same (four degrees).
-constexpr double sameDirection = 0.9976;
 
 /// One glyph behind another, in the frame of the first.
 struct Step {

@@ -10,6 +10,15 @@
 
 namespace orvex {
 
+/// How far a baseline may be off that is meant to be the same, in ems.
+inline constexpr double sameBaseline = 0.2;
+/// The same for raised and lowered small letters, which stand close.
+inline constexpr double raisedBaseline = 0.6;
+inline constexpr double raisedSize = 0.85;
+inline constexpr double raisedGap = 0.5;
+/// The cosine of the angle up to which two directions are the same (four degrees).
+inline constexpr double sameDirection = 0.9976;
+
 inline constexpr std::uint32_t noFragment = std::numeric_limits<std::uint32_t>::max();
 
 /// Glyphs [first, last] in the order of the content, left to right along their baseline.

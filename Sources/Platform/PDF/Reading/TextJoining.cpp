@@ -13,13 +13,8 @@ constexpr double strangersGap = 0.8;
 // The same for fragments that follow each other.
 constexpr double neighboursGap = 0.95;
 constexpr double mostOverlap = 0.3;
-constexpr double sameBaseline = 0.2;
-constexpr double raisedBaseline = 0.6;
-constexpr double raisedSize = 0.85;
-constexpr double raisedGap = 0.5;
 constexpr double raisedOverlap = 1.5; // what is raised may stand over what is lowered
 constexpr double printedTwice = 0.15; // ems that a bold look is shifted by
-constexpr double sameDirection = 0.9976;
 // Pages that scatter more than this are no text that could be put together.
 constexpr std::size_t mostFragments = 50'000;
 constexpr std::size_t mostFrames = 32;

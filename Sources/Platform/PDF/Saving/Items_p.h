@@ -1,4 +1,4 @@
-// Looking at objects of a document being saved.
+// Small matters of objects of a document being saved.
 #pragma once
 
 #include <qpdf/QPDFObjectHandle.hh>
@@ -21,6 +21,11 @@ namespace orvex {
         found.push_back(array.getArrayItem(i));
     }
     return found;
+}
+
+/// In points, as it is written.
+[[nodiscard]] inline QPDFObjectHandle coordinate(double points) {
+    return QPDFObjectHandle::newReal(points, 4);
 }
 
 /// Whether something refers to an object that was removed.

@@ -2,6 +2,7 @@
 
 #include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/Saving/DocumentPlaces_p.h"
+#include "Platform/PDF/Saving/Items_p.h"
 #include "Platform/PDF/Saving/Pictures_p.h"
 
 #include <array>
@@ -13,21 +14,17 @@ namespace orvex {
 
 namespace {
 
-QPDFObjectHandle number(double value) {
-    return QPDFObjectHandle::newReal(value, 4);
-}
-
 /// Where a coordinate goes: the line on which the others vary stays upright or level, or becomes the other.
 QPDFObjectHandle movedX(QPDFObjectHandle x, const AffineTransform& placement) {
     double value = 0;
     return readNumber(x, value)
-               ? number(placement.a != 0 ? placement.a * value + placement.tx : placement.b * value + placement.ty)
+               ? coordinate(placement.a != 0 ? placement.a * value + placement.tx : placement.b * value + placement.ty)
                : x;
 }
 QPDFObjectHandle movedY(QPDFObjectHandle y, const AffineTransform& placement) {
     double value = 0;
     return readNumber(y, value)
-               ? number(placement.d != 0 ? placement.d * value + placement.ty : placement.c * value + placement.tx)
+               ? coordinate(placement.d != 0 ? placement.d * value + placement.ty : placement.c * value + placement.tx)
                : y;
 }
 
@@ -41,7 +38,7 @@ void movePoint(std::vector<QPDFObjectHandle>& destination, const AffineTransform
     double zoom = 0;
     const double scale = std::sqrt(std::abs(placement.a * placement.d - placement.b * placement.c));
     if (readNumber(destination[4], zoom) && zoom != 0 && scale > 0 && scale != 1) {
-        destination[4] = number(zoom / scale);
+        destination[4] = coordinate(zoom / scale);
     }
 }
 
@@ -59,7 +56,7 @@ void moveRectangle(std::vector<QPDFObjectHandle>& destination, const AffineTrans
     const Rect to = placement.apply(Rect{sides[0], sides[1], sides[2] - sides[0], sides[3] - sides[1]});
     const std::array<double, 4> moved{to.x, to.y, to.maxX(), to.maxY()};
     for (std::size_t i = 0; i < moved.size(); ++i) {
-        destination[i + 2] = number(moved[i]);
+        destination[i + 2] = coordinate(moved[i]);
     }
 }
 

@@ -14,8 +14,7 @@ namespace orvex {
 
 namespace {
 
-constexpr int decimals = 4;
-constexpr int nestingLimit = 10; // of lists of points
+constexpr int listNestingLimit = 10; // of lists of points
 
 /// From page space to the picture's: the media box as shown, from (0, 0), stretched to `size`.
 AffineTransform placement(const Rect& media, int rotation, Size size) {
@@ -34,10 +33,6 @@ AffineTransform placement(const Rect& media, int rotation, Size size) {
     const double sy = size.height / (upright ? media.height : media.width);
     const auto stretch = [](double factor) { return std::abs(factor - 1) < 1e-6 ? 1.0 : factor; };
     return shown.followedBy({stretch(sx), 0, 0, stretch(sy), 0, 0});
-}
-
-QPDFObjectHandle number(double value) {
-    return QPDFObjectHandle::newReal(value, decimals);
 }
 
 class Mover {
@@ -76,8 +71,8 @@ public:
         const auto corners = rect.getArrayAsRectangle();
         const Rect to =
             placement_.apply(Rect{corners.llx, corners.lly, corners.urx - corners.llx, corners.ury - corners.lly});
-        holder.replaceKey(
-            key, QPDFObjectHandle::newArray({number(to.x), number(to.y), number(to.maxX()), number(to.maxY())}));
+        holder.replaceKey(key, QPDFObjectHandle::newArray(
+                                   {coordinate(to.x), coordinate(to.y), coordinate(to.maxX()), coordinate(to.maxY())}));
     }
 
 private:
@@ -87,12 +82,12 @@ private:
         auto items = points.getArrayAsVector();
         for (std::size_t i = 0; i < items.size(); ++i) {
             Point point;
-            if (items[i].isArray() && depth < nestingLimit) {
+            if (items[i].isArray() && depth < listNestingLimit) {
                 result.appendItem(moved(items[i], depth + 1));
             } else if (i + 1 < items.size() && readNumber(items[i], point.x) && readNumber(items[i + 1], point.y)) {
                 const Point to = placement_.apply(point);
-                result.appendItem(number(to.x));
-                result.appendItem(number(to.y));
+                result.appendItem(coordinate(to.x));
+                result.appendItem(coordinate(to.y));
                 ++i;
             } else {
                 result.appendItem(items[i]);
@@ -146,9 +141,9 @@ private:
             }
             const AffineTransform turn = placement({0, 0, 1, 1}, rotation_, {1, 1});
             matrix = matrix.followedBy({turn.a, turn.b, turn.c, turn.d, 0, 0});
-            dictionary.replaceKey("/Matrix",
-                                  QPDFObjectHandle::newArray({number(matrix.a), number(matrix.b), number(matrix.c),
-                                                              number(matrix.d), number(matrix.tx), number(matrix.ty)}));
+            dictionary.replaceKey("/Matrix", QPDFObjectHandle::newArray(
+                                                 {coordinate(matrix.a), coordinate(matrix.b), coordinate(matrix.c),
+                                                  coordinate(matrix.d), coordinate(matrix.tx), coordinate(matrix.ty)}));
             copy.setFilterOnWrite(false);
         }
         return copy;
@@ -194,8 +189,8 @@ void becomePicture(QPDFObjectHandle page, int rotation, Size size) {
         page.removeKey(key);
     }
     if (!inheritedAttribute(page, "/CropBox").isNull()) {
-        page.replaceKey("/CropBox",
-                        QPDFObjectHandle::newArray({number(0), number(0), number(size.width), number(size.height)}));
+        page.replaceKey("/CropBox", QPDFObjectHandle::newArray({coordinate(0), coordinate(0), coordinate(size.width),
+                                                                coordinate(size.height)}));
     }
 }
 

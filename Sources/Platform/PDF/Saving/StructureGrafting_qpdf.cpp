@@ -14,7 +14,7 @@ using Scope = ObjectCopier::Scope;
 constexpr long long keyLimit = 1'000'000'000;
 constexpr int roleChainLimit = 10;
 
-std::vector<QPDFObjectHandle> items(QPDFObjectHandle value) {
+std::vector<QPDFObjectHandle> oneOrMore(QPDFObjectHandle value) {
     if (value.isArray()) {
         return value.getArrayAsVector();
     }
@@ -85,7 +85,7 @@ private:
 
     [[nodiscard]] std::vector<QPDFObjectHandle> elementsAt(long long key) const {
         const auto found = import_.from().tags->find(key);
-        return found != import_.from().tags->end() ? items(found->second) : std::vector<QPDFObjectHandle>{};
+        return found != import_.from().tags->end() ? oneOrMore(found->second) : std::vector<QPDFObjectHandle>{};
     }
 
     bool isRoot(const QPDFObjectHandle& element) const { return element.getObjGen() == sourceRoot_.getObjGen(); }
@@ -123,7 +123,7 @@ private:
         to.replaceKey("/Pg", own(from.getKey("/Pg")));
         fillNames(from, to);
         auto kids = QPDFObjectHandle::newArray();
-        for (const auto& kid : items(from.getKey("/K"))) {
+        for (const auto& kid : oneOrMore(from.getKey("/K"))) {
             if (auto copy = copyOfKid(from, kid); !copy.isNull()) {
                 kids.appendItem(copy);
             }
@@ -137,7 +137,7 @@ private:
         if (auto role = from.getKey("/S"); role.isName()) {
             to.replaceKey("/S", QPDFObjectHandle::newName(broughtRole(role.getName())));
         }
-        if (auto given = items(from.getKey("/C")); !given.empty()) {
+        if (auto given = oneOrMore(from.getKey("/C")); !given.empty()) {
             auto names = QPDFObjectHandle::newArray();
             for (auto& name : given) {
                 names.appendItem(name.isName() ? QPDFObjectHandle::newName(classes_.bring(name.getName()))
@@ -196,7 +196,7 @@ private:
         if (auto known = own(kid); !known.isNull()) {
             return known;
         }
-        const bool empty = items(kid.getKey("/K")).empty() && kid.getKey("/P").getObjGen() == element.getObjGen();
+        const bool empty = oneOrMore(kid.getKey("/K")).empty() && kid.getKey("/P").getObjGen() == element.getObjGen();
         const bool elsewhere = kid.hasKey("/Pg") && own(kid.getKey("/Pg")).isNull();
         return empty && !elsewhere && keep(kid) ? kept_.back().second : nothing;
     }
@@ -228,7 +228,7 @@ private:
 
     /// Cells of tables name their headers.
     void renameHeaders(QPDFObjectHandle element) {
-        for (auto& attributes : items(element.getKey("/A"))) {
+        for (auto& attributes : oneOrMore(element.getKey("/A"))) {
             auto headers = attributes.isDictionary() ? attributes.getKey("/Headers") : QPDFObjectHandle::newNull();
             for (int i = 0; headers.isArray() && i < headers.getArrayNItems(); ++i) {
                 auto header = headers.getArrayItem(i);
@@ -291,7 +291,7 @@ Graft startGraft(QPDF& target) {
     }
     auto kids = root.getKey("/K");
     if (!kids.isArray()) {
-        root.replaceKey("/K", QPDFObjectHandle::newArray(items(kids)));
+        root.replaceKey("/K", QPDFObjectHandle::newArray(oneOrMore(kids)));
     } else {
         root.replaceKey("/K", kids.shallowCopy());
     }

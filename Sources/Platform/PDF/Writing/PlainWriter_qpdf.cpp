@@ -25,7 +25,7 @@ bool belongsToLoadedFile(std::string_view key) {
     return std::ranges::find(keys, key) != keys.end();
 }
 
-bool isPlain(char c) {
+bool isPlainInName(char c) {
     constexpr std::string_view special = "#()<>[]{}/%";
     return c > ' ' && c < '\x7F' && special.find(c) == std::string_view::npos;
 }
@@ -36,7 +36,7 @@ void appendName(std::string& text, std::string_view name) {
     constexpr std::string_view digits = "0123456789abcdef";
     text += '/';
     for (const char c : name.substr(std::min<std::size_t>(name.size(), 1))) {
-        if (isPlain(c)) {
+        if (isPlainInName(c)) {
             text += c;
         } else {
             const auto code = static_cast<unsigned char>(c == '\0' ? '#' : c);
