@@ -21,7 +21,7 @@ struct DiagnoseOptions {
     double quality = 0.75;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto diagnoseExamples = R"(Examples:
   orvexpdf diagnose scan.jpg
       What the encoders make of it, and its size and resolution.
   orvexpdf diagnose scan.png --quality 0.5
@@ -63,7 +63,7 @@ Command addDiagnose(CLI::App& tool) {
     app->add_option("--quality", options->quality, "For the JPEGs, from 0 to 1; 0.75 unless told otherwise")
         ->type_name("Q")
         ->check(numberFrom(0, 1));
-    app->footer(examples);
+    app->footer(diagnoseExamples);
     return {app, [options] { diagnose(*options); }};
 }
 

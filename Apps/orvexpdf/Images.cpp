@@ -29,7 +29,7 @@ struct ImagesOptions {
     std::string folder;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto imagesExamples = R"(Examples:
   orvexpdf images scan.pdf -o pictures
       Every image that the pages name, like pictures/p0001-Im0.jpg.
   orvexpdf images book.pdf --page 3 -o pictures
@@ -64,7 +64,7 @@ const char* nameOf(ColorModel model) {
     return model == ColorModel::gray ? "grey" : model == ColorModel::rgb ? "RGB" : "CMYK";
 }
 
-std::string describe(const PDFColorSpace& space) {
+std::string describeColors(const PDFColorSpace& space) {
     std::string model = nameOf(space.pixels().model);
     switch (space.family()) {
     case PDFColorSpace::Family::device:
@@ -111,8 +111,8 @@ Picture pictureOf(const EmbeddedImage& embedded) {
     }
     const PDFImage& image = *std::get<EmbeddedRaw>(embedded).image;
     const bool jpeg = image.format == PDFStreamFormat::jpeg;
-    return {jpeg ? image.data : asPNG(image), jpeg ? ".jpg" : ".png",     image.width, image.height,
-            image.bitsPerComponent,           describe(*image.colorSpace)};
+    return {jpeg ? image.data : asPNG(image), jpeg ? ".jpg" : ".png",           image.width, image.height,
+            image.bitsPerComponent,           describeColors(*image.colorSpace)};
 }
 
 /// Names may hold any bytes; file names get letters, digits and a few signs.
@@ -234,7 +234,7 @@ Command addImages(CLI::App& tool) {
     app->add_option("--page", options->page, "Only this page, counted from 1, or several, like 1-3,7,9-end")
         ->type_name("N");
     addPassword(*app, options->password);
-    app->footer(examples);
+    app->footer(imagesExamples);
     return {app, [options] { images(*options); }};
 }
 

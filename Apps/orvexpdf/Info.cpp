@@ -27,7 +27,7 @@ struct InfoOptions {
     bool json = false;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto infoExamples = R"(Examples:
   orvexpdf info scans.pdf
       A table for people; pages count from 1.
   orvexpdf info --json scans.pdf | jq '.pages[] | select(.hasText | not) | .index'
@@ -164,7 +164,7 @@ Command addInfo(CLI::App& tool) {
     app->add_option("FILE", options->file, "The PDF; - for standard input")->required()->type_name("");
     app->add_flag("--json", options->json, "As JSON, for programs");
     addPassword(*app, options->password);
-    app->footer(examples);
+    app->footer(infoExamples);
     return {app, [options] { info(*options); }};
 }
 

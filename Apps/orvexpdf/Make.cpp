@@ -32,7 +32,7 @@ struct MakeOptions {
     std::optional<double> dpi;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto makeExamples = R"(Examples:
   orvexpdf make scan1.jpg scan2.jpg -o scans.pdf
       One page per image, in this order. JPEGs go in byte for byte.
   orvexpdf make letter.tiff --squeeze medium -o letter.pdf
@@ -94,7 +94,7 @@ std::vector<OrvexPDFPagePtr> generateAll(OrvexPDFDocumentManager& manager, std::
 }
 
 /// Adds all pages; returns the names of what they were made from.
-std::vector<std::string> addPages(OrvexPDFDocumentManager& manager, const MakeOptions& options) {
+std::vector<std::string> addInputs(OrvexPDFDocumentManager& manager, const MakeOptions& options) {
     const auto squeeze = readPreset(options.squeeze);
     auto sources = readImages(options.images, options.dpi);
     const auto found = readFoundPages(options.found, sources.size());
@@ -145,7 +145,7 @@ void make(const MakeOptions& options) {
     checkOptions(options);
     const auto manager = OrvexPDFDocumentManager::create();
     manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
-    const auto names = addPages(*manager, options);
+    const auto names = addInputs(*manager, options);
     if (options.title) {
         manager->pdfDoc->setTitle(*options.title);
     }
@@ -190,7 +190,7 @@ Command addMake(CLI::App& tool) {
     app->add_option("--dpi", options->dpi, "The images' resolution, whatever their files say")
         ->type_name("N")
         ->check(numberFrom(1, 100000));
-    app->footer(examples);
+    app->footer(makeExamples);
     return {app, [options] { make(*options); }};
 }
 

@@ -25,14 +25,14 @@ State& state() {
 }
 
 /// Errors on standard error have nowhere to be reported.
-void put(const std::string& text) {
+void show(const std::string& text) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
 void putLine(const std::string& text) {
     const std::lock_guard lock(state().mutex);
     // Back to the start of the line and clear it: the status line makes way.
-    put((state().statusShown ? "\r\033[K" : "") + oneLine(text) + "\n");
+    show((state().statusShown ? "\r\033[K" : "") + oneLine(text) + "\n");
     state().statusShown = false;
 }
 
@@ -79,7 +79,7 @@ bool canShowStatus() {
 void showStatus(const std::string& text) {
     const std::lock_guard lock(state().mutex);
     if (state().statusShown || !text.empty()) {
-        put("\r\033[K" + text);
+        show("\r\033[K" + text);
     }
     state().statusShown = !text.empty();
 }

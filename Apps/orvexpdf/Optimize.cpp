@@ -27,7 +27,7 @@ struct OptimizeOptions {
     std::optional<double> dpi;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto optimizeExamples = R"(Examples:
   orvexpdf optimize scan.jpg --mode medium -o small.jpg
       144 dpi, JPEG of quality 50 % or PNG, whichever is smaller.
   orvexpdf optimize fax.tiff --page 2 --mode my-preset.json -o page2.png
@@ -47,7 +47,7 @@ SourceImage readPage(const OptimizeOptions& options) {
     return sources.front();
 }
 
-std::string describe(const Image& image) {
+std::string describePixels(const Image& image) {
     const auto rep = image.representations().front();
     return std::to_string(rep->pixelsWide()) + " x " + std::to_string(rep->pixelsHigh()) + " pixels at " +
            std::to_string(std::llround(image.dpi())) + " dpi";
@@ -98,7 +98,8 @@ void optimize(const OptimizeOptions& options) {
     warnOfExtension(options.output, result.mode);
     report("wrote " + (options.output == "-" ? "standard output" : options.output) + ": " +
            (result.mode == OrvexImageMetaMode::png ? "PNG, " : "JPEG, ") + sizeOf(result.count) + ", " +
-           describe(*result.image) + ", from " + describe(*source.image) + describeLoser(source.image, *mode, result));
+           describePixels(*result.image) + ", from " + describePixels(*source.image) +
+           describeLoser(source.image, *mode, result));
 }
 
 } // namespace
@@ -121,7 +122,7 @@ Command addOptimize(CLI::App& tool) {
     app->add_option("--dpi", options->dpi, "The image's resolution, whatever its file says")
         ->type_name("N")
         ->check(numberFrom(1, 100000));
-    app->footer(examples);
+    app->footer(optimizeExamples);
     return {app, [options] { optimize(*options); }};
 }
 

@@ -23,7 +23,7 @@ struct PagesOptions {
     PDFOutput output;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto pagesExamples = R"(Examples:
   orvexpdf pages book.pdf --remove 2-5 --rotate 1:left -o short.pdf
       First pages 2 to 5 go, then what is page 1 is turned.
   orvexpdf pages book.pdf --insert cover.jpg:1 --append index.pdf -o whole.pdf
@@ -117,7 +117,7 @@ Command addPages(CLI::App& tool) {
     app->add_flag("--reverse", options->reverse, "Turn the order around")->group("Operations");
     app->footer(std::string("Operations happen in the order given; pages count from 1, each time anew.\n"
                             "A range like 5-2 counts down: pages 5, 4, 3 and 2.\n\n") +
-                examples);
+                pagesExamples);
     return {app, [options, app] { runPages(*options, operationsOf(*app)); }};
 }
 

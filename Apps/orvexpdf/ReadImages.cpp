@@ -19,13 +19,13 @@ namespace {
 /// Larger pages are beyond what PDF readers promise to show.
 constexpr double largestPage = 14400;
 
-[[noreturn]] void fail(const std::string& name, const std::string& reason) {
+[[noreturn]] void failToRead(const std::string& name, const std::string& reason) {
     throw Failure(ExitCode::inputUnusable, name + ": " + reason);
 }
 
 std::vector<ImagePtr> pagesOf(const Bytes& data, const std::string& name) {
     if (data.empty()) {
-        fail(name, "the file is empty");
+        failToRead(name, "the file is empty");
     }
     try {
         auto pages = Image::pagesFromData(data);
@@ -34,7 +34,7 @@ std::vector<ImagePtr> pagesOf(const Bytes& data, const std::string& name) {
         }
         return pages;
     } catch (const ImageError& error) {
-        fail(name, error.what());
+        failToRead(name, error.what());
     }
 }
 

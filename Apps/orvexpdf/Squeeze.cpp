@@ -27,7 +27,7 @@ struct SqueezeOptions {
     PDFOutput output;
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto squeezeExamples = R"(Examples:
   orvexpdf squeeze scans.pdf --mode medium -o small.pdf
       Pages become images at 144 dpi where that takes fewer bytes; their text
       stays searchable.
@@ -127,7 +127,7 @@ Command addSqueeze(CLI::App& tool) {
         ->type_name("OUT.pdf");
     app->add_flag("--in-place", options->output.inPlace, "Change the file itself");
     addPassword(*app, options->password);
-    app->footer(examples);
+    app->footer(squeezeExamples);
     return {app, [options] { squeeze(*options); }};
 }
 

@@ -31,7 +31,7 @@ struct TextOptions {
     std::string output = "-";
 };
 
-constexpr auto examples = R"(Examples:
+constexpr auto textExamples = R"(Examples:
   orvexpdf text book.pdf | grep -n Index
       One line of text per line, a form feed after each page.
   orvexpdf text book.pdf --pages 1-3 -o start.txt
@@ -190,7 +190,7 @@ Command addText(CLI::App& tool) {
     app->add_option("-o,--output", options->output, "The file to write; standard output unless told otherwise")
         ->type_name("FILE");
     addPassword(*app, options->password, "Opens the PDFs");
-    app->footer(examples);
+    app->footer(textExamples);
     return {app, [options] { text(*options); }};
 }
 
