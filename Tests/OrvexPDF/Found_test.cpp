@@ -181,7 +181,8 @@ TEST(ExtractFoundDocument, SeveralDocumentsAreOpenedReadAndClosedSideBySide) {
     std::vector<std::vector<std::string>> texts(64);
     forEachInParallel(texts.size(), [&](std::size_t i) {
         const auto document = OrvexPDFDocument::fromData(files[i % files.size()].first);
-        for (const auto& item : *document->orvexPage(0)->extractFoundPage().items) {
+        const auto page = document->orvexPage(0)->extractFoundPage();
+        for (const auto& item : *page.items) {
             texts[i].push_back(*item.text);
         }
     });
