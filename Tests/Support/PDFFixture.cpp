@@ -23,6 +23,47 @@ std::string pdfFromObjects(const std::vector<std::string>& bodies, const std::st
     return file.str();
 }
 
+namespace {
+
+std::string bigEndian(std::size_t value, std::size_t bytes) {
+    std::string text;
+    for (std::size_t i = bytes; i > 0; --i) {
+        text += static_cast<char>(value >> 8 * (i - 1) & 0xFFU);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string packedPDFFromObjects(const std::vector<std::string>& bodies, const std::string& trailer) {
+    std::string file = "%PDF-1.7\n";
+    std::string head;
+    std::string values;
+    std::string table = std::string(6, '\0');
+    std::size_t packed = 0;
+    const auto addLoose = [&](std::size_t number, const std::string& body) {
+        file += std::to_string(number) + " 0 obj\n" + body + "\nendobj\n";
+    };
+    for (std::size_t i = 0; i < bodies.size(); ++i) {
+        if (bodies[i].ends_with("endstream")) {
+            table += bigEndian(1, 1) + bigEndian(file.size(), 3) + bigEndian(0, 2);
+            addLoose(i + 1, bodies[i]);
+        } else {
+            table += bigEndian(2, 1) + bigEndian(bodies.size() + 1, 3) + bigEndian(packed++, 2);
+            head += std::to_string(i + 1) + " " + std::to_string(values.size()) + " ";
+            values += bodies[i] + "\n";
+        }
+    }
+    table += bigEndian(1, 1) + bigEndian(file.size(), 3) + bigEndian(0, 2);
+    addLoose(bodies.size() + 1, streamBody(head + values, "/Type /ObjStm /N " + std::to_string(packed) + " /First " +
+                                                              std::to_string(head.size())));
+    const std::size_t start = file.size();
+    table += bigEndian(1, 1) + bigEndian(start, 3) + bigEndian(0, 2);
+    addLoose(bodies.size() + 2, streamBody(table, "/Type /XRef /W [1 3 2] /Root 1 0 R /Size " +
+                                                      std::to_string(bodies.size() + 3) + " " + trailer));
+    return file + "startxref\n" + std::to_string(start) + "\n%%EOF\n";
+}
+
 std::string streamBody(const std::string& data, const std::string& dictionary) {
     return "<< " + dictionary + " /Length " + std::to_string(data.size()) + " >>\nstream\n" + data + "\nendstream";
 }

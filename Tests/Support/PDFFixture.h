@@ -10,6 +10,8 @@ namespace orvex::test {
 
 /// Object 1 is the catalogue; `trailer` goes into the trailer dictionary besides /Root and /Size.
 std::string pdfFromObjects(const std::vector<std::string>& bodies, const std::string& trailer = {});
+/// The same with all but streams in an object stream, and a cross-reference stream; none of them compressed.
+std::string packedPDFFromObjects(const std::vector<std::string>& bodies, const std::string& trailer = {});
 /// A stream object's body with its length.
 std::string streamBody(const std::string& data, const std::string& dictionary = {});
 

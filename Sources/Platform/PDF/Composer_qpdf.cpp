@@ -38,8 +38,7 @@ Composer::Composer(std::shared_ptr<PDFSource> base, const std::vector<PDFPagePtr
         const std::optional<long long> freeTagKey = base_ ? firstFreeTagKey(*target_) : std::optional(0LL);
         bringsTags_ = purpose == Purpose::file && freeTagKey;
         document_.nextTagKey = freeTagKey.value_or(0);
-        if (purpose == Purpose::file && base_ && base_->objectTable() != nullptr &&
-            isWrittenPlainly(*target_, *base_->objectTable())) {
+        if (purpose == Purpose::file && base_ && base_->objectTable() != nullptr && !target_->isEncrypted()) {
             document_.kept = std::make_unique<KeptObjects>(base_->bytes(), *base_->objectTable(), *target_);
         }
         placePages();
@@ -77,7 +76,7 @@ void Composer::finish(const std::function<void(const FileForm&)>& use) {
     try {
         contents_.pack();
         const bool locked = base_ && base_->savedEncryption() == PDFSavedEncryption::kept;
-        use({base_ ? base_->bytes() : Bytes(), base_ ? StreamPacking::keep : StreamPacking::compact,
+        use({base_ ? base_->bytes() : Bytes(), base_ ? layoutOf(*target_, base_->objectTable()) : Layout::packed,
              locked ? Protection::asLoaded : Protection::none, document_.kept.get()});
         requireMemoryOfAll();
     } catch (const QPDFExc& error) {

@@ -2,16 +2,12 @@
 #pragma once
 
 #include "Platform/Foundation/Bytes.h"
+#include "Platform/PDF/Writing/DocumentWriter_p.h"
 #include "Platform/PDF/Writing/KeptObjects_p.h"
 
 #include <qpdf/QPDF.hh>
 
 namespace orvex {
-
-enum class StreamPacking {
-    keep,   ///< a loaded file's own way: objects loose or in object streams as they were
-    compact ///< a file of our own: objects in object streams
-};
 
 enum class Protection {
     none,    ///< written in the open
@@ -21,13 +17,13 @@ enum class Protection {
 /// How a file is written.
 struct FileForm {
     Bytes loaded; ///< what the document was parsed from, if it was
-    StreamPacking packing = StreamPacking::compact;
+    Layout layout = Layout::packed;
     Protection protection = Protection::none;
-    KeptObjects* kept = nullptr; ///< only for files that are written plainly
+    KeptObjects* kept = nullptr; ///< not for encrypted files
 };
 
-/// Whether a loaded file is written with a cross-reference table, and all its objects stand in that.
-[[nodiscard]] bool isWrittenPlainly(QPDF& pdf, const ObjectTable& table);
+/// That of a loaded file: packed if anything is packed in it.
+[[nodiscard]] Layout layoutOf(QPDF& pdf, const ObjectTable* table);
 
 /// Writes streams as they are. Equal files get equal bytes: the file's id is a digest of its contents.
 void writeFile(QPDF& pdf, const FileForm& form, ByteSink& sink);

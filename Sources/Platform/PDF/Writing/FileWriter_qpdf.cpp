@@ -2,8 +2,6 @@
 
 #include "Platform/PDF/Saving/Vectors_p.h"
 #include "Platform/PDF/Writing/OutputPipeline_p.h"
-#include "Platform/PDF/Writing/PlainWriter_p.h"
-#include "Platform/PDF/Writing/RawStreams_p.h"
 
 #include <qpdf/QPDFWriter.hh>
 
@@ -33,37 +31,28 @@ protected:
     }
 };
 
-/// Object streams are worth nothing uncompressed; otherwise every stream keeps its bytes.
-bool compressesStreams(QPDF& pdf, StreamPacking packing) {
-    const bool usesObjectStreams = pdf.getTrailer().getKey("/Type").isNameAndEquals("/XRef");
-    return packing == StreamPacking::compact || usesObjectStreams;
+bool hasCrossReferenceStream(QPDF& pdf) {
+    return pdf.getTrailer().getKey("/Type").isNameAndEquals("/XRef");
 }
 
-void setUp(QPDFWriter& writer, QPDF& pdf, StreamPacking packing, Protection protection) {
+void setUp(QPDFWriter& writer, QPDF& pdf, Protection protection) {
     writer.setStaticID(true);
     writer.setPreserveEncryption(protection == Protection::asLoaded);
     writer.setDecodeLevel(qpdf_dl_none);
-    writer.setObjectStreamMode(packing == StreamPacking::compact ? qpdf_o_generate : qpdf_o_preserve);
-    writer.setCompressStreams(compressesStreams(pdf, packing));
+    writer.setObjectStreamMode(qpdf_o_preserve);
+    writer.setCompressStreams(hasCrossReferenceStream(pdf)); // object streams are worth nothing uncompressed
     writer.setMinimumPDFVersion("1.5");
 }
 
 /// Returns a digest of the file.
-std::string writeOnce(QPDF& pdf, StreamPacking packing, Protection protection, FileOutput& output) {
+std::string writeOnce(QPDF& pdf, Protection protection, FileOutput& output) {
     WriterPipeline pipeline(output);
     QPDFWriter writer(pdf);
     writer.setOutputPipeline(&pipeline);
-    setUp(writer, pdf, packing, protection);
+    setUp(writer, pdf, protection);
     writer.write();
     pipeline.rethrowFailure();
     return output.id();
-}
-
-/// Some files have both kinds of cross-reference, and are written with a stream if they have objects in streams.
-bool hasObjectStreams(QPDF& pdf) {
-    constexpr int inStream = 2;
-    const auto table = pdf.getXRefTable();
-    return std::ranges::any_of(table, [](const auto& entry) { return entry.second.getType() == inStream; });
 }
 
 /// Keeps nothing.
@@ -72,15 +61,10 @@ public:
     void write(std::span<const std::uint8_t> /*bytes*/) override {}
 };
 
-void write(QPDF& pdf, const FileForm& form, FileOutput& output) {
-    const auto [loaded, packing, protection, kept] = form;
-    if (kept != nullptr || (!compressesStreams(pdf, packing) && !pdf.isEncrypted() && !hasObjectStreams(pdf))) {
-        PlainWriter(pdf, loaded, kept, output).write();
-        return;
-    }
-    readStreamsInPlace(pdf, loaded, compressesStreams(pdf, packing));
+/// qpdf knows how.
+void writeEncrypted(QPDF& pdf, Protection protection, FileOutput& output) {
     if (protection == Protection::none) {
-        writeOnce(pdf, packing, protection, output);
+        writeOnce(pdf, protection, output);
         return;
     }
     // The vectors follow from the whole document and its key: a first pass finds out what the document is.
@@ -90,16 +74,28 @@ void write(QPDF& pdf, const FileForm& form, FileOutput& output) {
         const DerivedVectors fixed("pass" + key);
         Nowhere nowhere;
         FileOutput firstPass(nowhere);
-        seed = writeOnce(pdf, packing, protection, firstPass);
+        seed = writeOnce(pdf, protection, firstPass);
     }
     const DerivedVectors vectors(seed + key);
-    writeOnce(pdf, packing, protection, output);
+    writeOnce(pdf, protection, output);
+}
+
+void write(QPDF& pdf, const FileForm& form, FileOutput& output) {
+    if (pdf.isEncrypted()) {
+        writeEncrypted(pdf, form.protection, output);
+        return;
+    }
+    DocumentWriter(pdf, form.loaded, form.kept, form.layout, output).write();
 }
 
 } // namespace
 
-bool isWrittenPlainly(QPDF& pdf, const ObjectTable& table) {
-    return !compressesStreams(pdf, StreamPacking::keep) && !pdf.isEncrypted() && !table.hasPacked();
+/// Some files have both kinds of cross-reference.
+Layout layoutOf(QPDF& pdf, const ObjectTable* table) {
+    constexpr int inStream = 2;
+    const auto isPacked = [](const auto& entry) { return entry.second.getType() == inStream; };
+    const bool hasPacked = table != nullptr ? table->hasPacked() : std::ranges::any_of(pdf.getXRefTable(), isPacked);
+    return hasPacked || hasCrossReferenceStream(pdf) ? Layout::packed : Layout::plain;
 }
 
 void writeFile(QPDF& pdf, const FileForm& form, ByteSink& sink) {

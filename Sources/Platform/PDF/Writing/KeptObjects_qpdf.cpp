@@ -46,7 +46,7 @@ void KeptObjects::keepStream(QPDFObjGen id) {
 /// Of an object that was read now, for the first time; none of others.
 std::optional<std::size_t> KeptObjects::positionToTry(QPDFObjGen id) {
     const auto position = table_.position(id);
-    if (!position || tried_[*position] || table_[*position].packed) {
+    if (!position || tried_[*position] || objects_.wastesTime()) {
         return std::nullopt;
     }
     tried_[*position] = true;

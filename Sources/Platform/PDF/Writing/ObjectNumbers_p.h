@@ -28,7 +28,14 @@ public:
         return number;
     }
 
+    /// A number for something of the file itself.
+    std::uint32_t reserve() {
+        objects_.emplace_back();
+        return static_cast<std::uint32_t>(objects_.size());
+    }
+
     [[nodiscard]] std::size_t count() const { return objects_.size(); }
+    /// Not indirect where the number is reserved.
     [[nodiscard]] QPDFObjGen object(std::size_t number) const { return objects_[number - 1]; }
 
 private:

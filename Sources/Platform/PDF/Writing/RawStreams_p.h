@@ -23,7 +23,4 @@ namespace orvex {
 /// The same of long streams, for qpdf to take; `file` has to outlive it. Null for short ones.
 [[nodiscard]] std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file);
 
-/// Lets the writer of `pdf` take streams so, but for those that it is to compress.
-void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams);
-
 } // namespace orvex

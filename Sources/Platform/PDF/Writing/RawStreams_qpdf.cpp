@@ -6,12 +6,6 @@ namespace {
 
 constexpr std::size_t worthIt = 16'384; // shorter ones go through in one or two pieces anyway
 
-void replaceData(QPDFObjectHandle& stream, const std::shared_ptr<Buffer>& data) {
-    auto dictionary = stream.getDict();
-    stream.replaceStreamData(data, dictionary.getKey("/Filter"), dictionary.getKey("/DecodeParms"));
-    stream.setFilterOnWrite(false);
-}
-
 } // namespace
 
 std::string_view streamData(std::string_view file, std::size_t start, std::size_t size) {
@@ -44,15 +38,6 @@ std::shared_ptr<Buffer> storedInPlace(QPDFObjectHandle stream, const Bytes& file
     }
     auto* const bytes = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(data.data()));
     return std::make_shared<Buffer>(bytes, data.size());
-}
-
-void readStreamsInPlace(QPDF& pdf, const Bytes& file, bool compressesStreams) {
-    for (auto& object : pdf.getAllObjects()) {
-        const bool staysAsItIs = object.isStream() && (!compressesStreams || object.getDict().hasKey("/Filter"));
-        if (const auto data = staysAsItIs ? storedInPlace(object, file) : nullptr) {
-            replaceData(object, data);
-        }
-    }
 }
 
 } // namespace orvex

@@ -106,39 +106,16 @@ TEST(PDFObjectKeys, KeepTheirOrderInARepairedFile) {
     EXPECT_THAT(page(Bytes(std::move(file))).get("X").keys(), ElementsAre("C", "B", "A"));
 }
 
-/// An object stream, as writers other than qpdf (which sorts) fill them: objects 3 (the page) and 5.
+/// qpdf, which others fill object streams with, would sort. `other` is object 4.
 Bytes fileWithObjectStream(const std::string& pageEntries, const std::string& other) {
-    const std::string first = "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 9 9] " + pageEntries + " >> ";
-    const std::string head = "3 0 5 " + std::to_string(first.size()) + " ";
-    std::string file = "%PDF-1.7\n";
-    std::vector<std::size_t> offsets(7);
-    const auto add = [&](std::size_t number, const std::string& body) {
-        offsets[number] = file.size();
-        file += std::to_string(number) + " 0 obj\n" + body + "\nendobj\n";
-    };
-    add(1, "<< /Type /Catalog /Pages 2 0 R >>");
-    add(2, "<< /Type /Pages /Kids [3 0 R] /Count 1 >>");
-    add(4, test::streamBody(head + first + other, "/Type /ObjStm /N 2 /First " + std::to_string(head.size())));
-    offsets[6] = file.size();
-    std::string table;
-    const auto entry = [&table](int type, std::size_t field, int last) {
-        table +=
-            {static_cast<char>(type), static_cast<char>(field >> 8), static_cast<char>(field), static_cast<char>(last)};
-    };
-    entry(0, 0, 0);
-    entry(1, offsets[1], 0);
-    entry(1, offsets[2], 0);
-    entry(2, 4, 0);
-    entry(1, offsets[4], 0);
-    entry(2, 4, 1);
-    entry(1, offsets[6], 0);
-    add(6, test::streamBody(table, "/Type /XRef /Size 7 /W [1 2 1] /Root 1 0 R"));
-    return Bytes(file + "startxref\n" + std::to_string(offsets[6]) + "\n%%EOF\n");
+    return Bytes(
+        test::packedPDFFromObjects({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                                    "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 9 9] " + pageEntries + " >>", other}));
 }
 
 TEST(PDFObjectKeys, KeepTheirOrderInsideAnObjectStream) {
     EXPECT_THAT(page(fileWithObjectStream("/X << /C 1 /B 2 /A 3 >>", "7")).get("X").keys(), ElementsAre("C", "B", "A"));
-    EXPECT_THAT(page(fileWithObjectStream("/X 5 0 R", "<< /C 1 /B 2 /A 3 >>")).get("X").keys(),
+    EXPECT_THAT(page(fileWithObjectStream("/X 4 0 R", "<< /C 1 /B 2 /A 3 >>")).get("X").keys(),
                 ElementsAre("C", "B", "A"));
 }
 

@@ -1,4 +1,4 @@
-#include "Platform/PDF/Writing/PlainWriter_p.h"
+#include "Platform/PDF/Writing/DocumentWriter_p.h"
 
 #include "Platform/PDF/PDFDocument.h"
 #include "Platform/PDF/Writing/OutputPipeline_p.h"
@@ -8,15 +8,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <stdexcept>
 
 namespace orvex {
 
 namespace {
 
-constexpr std::size_t rowLength = 20;           // of the cross-reference table
-constexpr std::size_t farthest = 9'999'999'999; // ten digits
+constexpr int compression = 6;
 
 /// They tell how the loaded file was written.
 bool belongsToLoadedFile(std::string_view key) {
@@ -63,17 +61,28 @@ void pipe(QPDFObjectHandle stream, FileOutput& output) {
 
 } // namespace
 
-void PlainWriter::write() {
+DocumentWriter::DocumentWriter(QPDF& pdf, const Bytes& loaded, KeptObjects* kept, Layout layout, FileOutput& output)
+    : pdf_(pdf), loaded_(loaded), kept_(kept), output_(output) {
+    if (layout == Layout::packed) {
+        deflater_.emplace(compression);
+    }
+}
+
+void DocumentWriter::write() {
     writeHeader();
     const std::string entries = trailerEntries();
     for (std::size_t number = 1; number <= numbers_.count(); ++number) {
         writeObject(number);
     }
-    writeEnd(entries);
+    if (deflater_) {
+        writeCrossReferences(entries);
+    } else {
+        writeTable(entries);
+    }
     output_.flush();
 }
 
-void PlainWriter::writeHeader() {
+void DocumentWriter::writeHeader() {
     PDFVersion version(1, 5);
     version.updateIfGreater(versionOf(pdf_));
     std::string number;
@@ -83,7 +92,7 @@ void PlainWriter::writeHeader() {
 }
 
 /// The catalogue becomes the first object.
-std::string PlainWriter::trailerEntries() {
+std::string DocumentWriter::trailerEntries() {
     std::string entries = " /Root ";
     auto trailer = pdf_.getTrailer();
     appendValue(entries, trailer.getKey("/Root"));
@@ -96,22 +105,58 @@ std::string PlainWriter::trailerEntries() {
     return entries;
 }
 
-void PlainWriter::writeObject(std::size_t number) {
-    places_.push_back(output_.position());
-    text_ = std::to_string(number) + " 0 obj\n";
+void DocumentWriter::writeObject(std::size_t number) {
     const auto id = numbers_.object(number);
+    text_.clear();
     if (isKept(id)) {
-        writeKept(id);
-    } else if (auto object = pdf_.getObject(id); object.isStream()) {
-        writeStream(object);
-    } else {
-        appendDirect(text_, object);
-        output_.write(text_);
+        writeKept(number, id);
+    } else if (id.isIndirect()) {
+        auto object = pdf_.getObject(id);
+        if (object.isStream()) {
+            writeStream(number, object);
+        } else {
+            appendDirect(text_, object);
+            putObject(number);
+        }
     }
-    output_.write("\nendobj\n");
 }
 
-void PlainWriter::writeKept(QPDFObjGen id) {
+void DocumentWriter::putObject(std::size_t number) {
+    if (!deflater_) {
+        begin(number);
+        output_.write(text_);
+        output_.write("\nendobj\n");
+        return;
+    }
+    if (packed_.count() == 0) {
+        packedNumber_ = numbers_.reserve();
+    }
+    places_.setPacked(number, packedNumber_, packed_.count());
+    packed_.add(number, text_);
+    if (packed_.isFull()) {
+        putPacked();
+    }
+}
+
+void DocumentWriter::putStream(std::size_t number, std::string_view data) {
+    begin(number);
+    output_.write(text_ += " /Length " + std::to_string(data.size()) + " >>\nstream\n");
+    output_.write(data);
+    output_.write("\nendstream\nendobj\n");
+}
+
+void DocumentWriter::begin(std::size_t number) {
+    places_.setLoose(number, output_.position());
+    output_.write(std::to_string(number) + " 0 obj\n");
+}
+
+void DocumentWriter::putPacked() {
+    text_ = "<<" + packed_.entries();
+    putStream(packedNumber_, deflater_->deflate(packed_.data()));
+    packed_ = {};
+}
+
+void DocumentWriter::writeKept(std::size_t number, QPDFObjGen id) {
     const auto data = kept_->read(id, stored_);
     const bool isPage = data.empty();
     const bool movesUp = isPage && !kept_->parent().isNull();
@@ -130,16 +175,14 @@ void PlainWriter::writeKept(QPDFObjGen id) {
         appendReference(text_ += " /Parent ", kept_->parent());
     }
     if (isPage) {
-        output_.write(text_ += " >>");
-        return;
+        text_ += " >>";
+        putObject(number);
+    } else {
+        putStream(number, data);
     }
-    text_ += " /Length " + std::to_string(data.size()) + " >>\nstream\n";
-    output_.write(text_);
-    output_.write(data);
-    output_.write("\nendstream");
 }
 
-void PlainWriter::keepStreams(std::string_view contents) {
+void DocumentWriter::keepStreams(std::string_view contents) {
     TextScanner scanner(contents);
     while (const auto reference = scanner.nextReference()) {
         if (const auto id = referenceOf(&*reference); id && numbers_.of(*id) == 0) {
@@ -149,7 +192,7 @@ void PlainWriter::keepStreams(std::string_view contents) {
 }
 
 /// What the page lacks of itself.
-void PlainWriter::appendInherited(std::string& text, QPDFObjGen page) {
+void DocumentWriter::appendInherited(std::string& text, QPDFObjGen page) {
     const auto& attributes = kept_->inherited(page);
     for (std::size_t i = 0; i < attributes.size(); ++i) {
         const auto* own = findEntry(stored_.entries, inheritableKeys[i]);
@@ -159,7 +202,7 @@ void PlainWriter::appendInherited(std::string& text, QPDFObjGen page) {
     }
 }
 
-void PlainWriter::appendText(std::string& text, std::string_view value) {
+void DocumentWriter::appendText(std::string& text, std::string_view value) {
     TextScanner scanner(value);
     const char* done = value.data();
     while (const auto reference = scanner.nextReference()) {
@@ -174,54 +217,61 @@ void PlainWriter::appendText(std::string& text, std::string_view value) {
     text.append(done, value.data() + value.size());
 }
 
-void PlainWriter::writeStream(QPDFObjectHandle stream) {
-    auto dictionary = stream.getDict();
+void DocumentWriter::writeStream(std::size_t number, QPDFObjectHandle stream) {
     text_ += "<<";
-    appendEntries(text_, dictionary, "/Length");
-    const auto stored = storedData(stream, loaded_);
+    appendEntries(text_, stream.getDict(), "/Length");
+    if (const auto stored = storedData(stream, loaded_); !stored.empty()) {
+        putStream(number, stored);
+        return;
+    }
     FileOutput length;
-    if (stored.empty()) {
-        pipe(stream, length);
-    }
-    const std::size_t size = stored.empty() ? length.position() : stored.size();
-    text_ += " /Length " + std::to_string(size) + " >>\nstream\n";
-    output_.write(text_);
+    pipe(stream, length);
+    begin(number);
+    output_.write(text_ += " /Length " + std::to_string(length.position()) + " >>\nstream\n");
     const std::size_t start = output_.position();
-    if (stored.empty()) {
-        pipe(stream, output_);
-    } else {
-        output_.write(stored);
-    }
-    if (output_.position() - start != size) {
+    pipe(stream, output_);
+    if (output_.position() - start != length.position()) {
         throw PDFWriteError("cannot write the document: a stream came in another length than before");
     }
-    output_.write("\nendstream");
+    output_.write("\nendstream\nendobj\n");
 }
 
-void PlainWriter::writeEnd(const std::string& entries) {
-    const std::size_t table = output_.position();
-    output_.write("xref\n0 " + std::to_string(places_.size() + 1) + "\n0000000000 65535 f \n");
-    for (const auto place : places_) {
-        if (place > farthest) {
-            throw PDFWriteError("cannot write the document: it would be larger than 10 GB");
-        }
-        std::array<char, rowLength + 1> row{};
-        std::snprintf(row.data(), row.size(), "%010zu 00000 n \n", place);
-        output_.write({row.data(), rowLength});
+void DocumentWriter::writeTable(const std::string& entries) {
+    const std::size_t start = output_.position();
+    places_.writeTable(output_);
+    output_.write("trailer\n<<" + entries + " /Size " + std::to_string(places_.size()) + ids() + " >>\n");
+    writeEnd(start);
+}
+
+void DocumentWriter::writeCrossReferences(const std::string& entries) {
+    if (packed_.count() > 0) {
+        putPacked();
     }
-    output_.write("trailer\n<<" + entries + " /Size " + std::to_string(places_.size() + 1) + " /ID [");
+    const std::size_t start = output_.position();
+    const std::size_t number = numbers_.reserve();
+    places_.setLoose(number, start);
+    text_ = "<<" + places_.streamEntries() + entries + ids();
+    putStream(number, deflater_->deflate(places_.streamData()));
+    writeEnd(start);
+}
+
+void DocumentWriter::writeEnd(std::size_t crossReferences) {
+    output_.write("startxref\n" + std::to_string(crossReferences) + "\n%%EOF\n");
+}
+
+std::string DocumentWriter::ids() {
     const std::string id = output_.id();
-    output_.write(firstID().value_or(id) + id + "] >>\nstartxref\n" + std::to_string(table) + "\n%%EOF\n");
+    return " /ID [" + firstID().value_or(id) + id + "]";
 }
 
 /// What the file was called when it was first written.
-std::optional<std::string> PlainWriter::firstID() {
+std::optional<std::string> DocumentWriter::firstID() {
     auto ids = pdf_.getTrailer().getKey("/ID");
     const bool known = ids.isArray() && ids.getArrayNItems() > 0 && ids.getArrayItem(0).isString();
     return known ? std::optional(ids.getArrayItem(0).unparseBinary()) : std::nullopt;
 }
 
-void PlainWriter::appendValue(std::string& text, const QPDFObjectHandle& value) {
+void DocumentWriter::appendValue(std::string& text, const QPDFObjectHandle& value) {
     if (value.isIndirect()) {
         appendReference(text, value);
     } else {
@@ -229,7 +279,7 @@ void PlainWriter::appendValue(std::string& text, const QPDFObjectHandle& value) 
     }
 }
 
-void PlainWriter::appendDirect(std::string& text, QPDFObjectHandle value) {
+void DocumentWriter::appendDirect(std::string& text, QPDFObjectHandle value) {
     if (value.isDictionary()) {
         text += "<<";
         appendEntries(text, value, {});
@@ -248,7 +298,7 @@ void PlainWriter::appendDirect(std::string& text, QPDFObjectHandle value) {
     }
 }
 
-void PlainWriter::appendEntries(std::string& text, QPDFObjectHandle dictionary, std::string_view without) {
+void DocumentWriter::appendEntries(std::string& text, QPDFObjectHandle dictionary, std::string_view without) {
     for (const auto& [key, value] : dictionary.getDictAsMap()) {
         if (key != without && !holdsNothing(value)) {
             appendName(text += ' ', key);
@@ -257,14 +307,14 @@ void PlainWriter::appendEntries(std::string& text, QPDFObjectHandle dictionary, 
     }
 }
 
-void PlainWriter::appendReference(std::string& text, const QPDFObjectHandle& object) {
+void DocumentWriter::appendReference(std::string& text, const QPDFObjectHandle& object) {
     if (object.getOwningQPDF() != &pdf_) {
         throw std::logic_error("an object of another document");
     }
     appendReference(text, object.getObjGen());
 }
 
-void PlainWriter::appendReference(std::string& text, QPDFObjGen id) {
+void DocumentWriter::appendReference(std::string& text, QPDFObjGen id) {
     auto number = numbers_.of(id);
     if (number == 0 && !isKept(id) && pdf_.getObject(id).isNull()) {
         text += "null";
@@ -275,7 +325,7 @@ void PlainWriter::appendReference(std::string& text, QPDFObjGen id) {
 }
 
 /// References that lead nowhere hold nothing. What has a number, or is kept, is not looked into.
-bool PlainWriter::holdsNothing(QPDFObjectHandle value) const {
+bool DocumentWriter::holdsNothing(QPDFObjectHandle value) const {
     const auto id = value.getObjGen();
     return !(value.isIndirect() && (numbers_.of(id) != 0 || isKept(id))) && value.isNull();
 }
