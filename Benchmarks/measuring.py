@@ -5,6 +5,7 @@ import os
 import statistics
 import subprocess
 import sys
+import threading
 import time
 from pathlib import Path
 from typing import NamedTuple
@@ -26,18 +27,36 @@ class Taken(NamedTuple):
     seconds: float  # by the wall clock
     processor: float  # seconds of all processors, the command's and what it started
     peak: int  # resident bytes
+    private: int  # the most of them seen that are no file's, which the system cannot just drop; the command's own
+
+
+def watch_private(pid, most):
+    """Until the process is gone."""
+    try:
+        while True:
+            with open(f"/proc/{pid}/status", encoding="ascii", errors="replace") as status:
+                for line in status:
+                    if line.startswith("RssAnon:"):
+                        most[0] = max(most[0], int(line.split()[1]) * 1024)
+            time.sleep(0.002)
+    except (OSError, ValueError):
+        pass
 
 
 def timed(command, folder=None):
     """Runs a command, which has to succeed."""
     start = time.perf_counter()
     process = subprocess.Popen([str(part) for part in command], cwd=folder, stdout=subprocess.DEVNULL)
+    private = [0]
+    watch = threading.Thread(target=watch_private, args=(process.pid, private))
+    watch.start()
     _, status, usage = os.wait4(process.pid, 0)
     seconds = time.perf_counter() - start
+    watch.join()
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         sys.exit(f"failed with {process.returncode}: {command}")
-    return Taken(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024)
+    return Taken(seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024, private[0])
 
 
 def in_turns(commands, runs, folder=None, before=None):
@@ -49,7 +68,7 @@ def in_turns(commands, runs, folder=None, before=None):
                 before()
             taken[name].append(timed(command, folder))
     return {name: Taken(statistics.median(run.seconds for run in runs_), statistics.median(run.processor for run in runs_),
-                        max(run.peak for run in runs_)) for name, runs_ in taken.items()}
+                        max(run.peak for run in runs_), max(run.private for run in runs_)) for name, runs_ in taken.items()}
 
 
 def print_table(head, rows):
@@ -60,9 +79,10 @@ def print_table(head, rows):
     print()
 
 
-def print_taken(results, ours):
+def print_taken(results, ours, private=False):
     """A row each, with how many times the time and processor time of ours it takes."""
     base = results[ours]
-    print_table(["", "s", "times ours", "processor s", "times ours", "peak MiB"],
+    print_table(["", "s", "times ours", "processor s", "times ours", "peak MiB"] + ["private MiB"] * private,
                 [[name, f"{run.seconds:.3f}", f"{run.seconds / base.seconds:.2f}", f"{run.processor:.3f}",
-                  f"{run.processor / base.processor:.2f}", f"{run.peak / MIB:.0f}"] for name, run in results.items()])
+                  f"{run.processor / base.processor:.2f}", f"{run.peak / MIB:.0f}"] + [f"{run.private / MIB:.0f}"] * private
+                 for name, run in results.items()])

@@ -23,7 +23,7 @@ def main():
             "mutool merge": ["mutool", "merge", "-o", "mutool.pdf", "in.pdf", f"{options.pages}-1"],
         }, options.runs, folder)
         print(f"{options.pages} pages of text, {size / MIB:.0f} MiB, medians of {options.runs} runs.\n")
-        print_taken(results, "orvexpdf pages --reverse")
+        print_taken(results, "orvexpdf pages --reverse", private=True)
 
 
 if __name__ == "__main__":
