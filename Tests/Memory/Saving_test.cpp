@@ -24,6 +24,13 @@ Bytes twoPages() {
     return test::pdfFromPages({{test::showing("one")}, {test::showing("two")}}, "/Title (T)");
 }
 
+Bytes packedPages() {
+    return Bytes(test::packedPDFFromObjects({"<< /Type /Catalog /Pages 2 0 R >>",
+                                             "<< /Type /Pages /Kids [3 0 R 4 0 R] /Count 2 /MediaBox [0 0 300 200] >>",
+                                             "<< /Type /Page /Parent 2 0 R /Contents 5 0 R >>",
+                                             "<< /Type /Page /Parent 2 0 R >>", test::streamBody("0 0 9 9 re f")}));
+}
+
 /// With CHECK_EVERY=1 in the environment each single allocation fails; otherwise every few, others in each test run of
 /// another length.
 long step(long total, long runs) {
@@ -57,11 +64,11 @@ void failEverywhere(long runs, const std::function<bool()>& work, const std::fun
     EXPECT_GT(failures, 0);
 }
 
-TEST(FailingAllocations, OfLoadingEditingAndSavingLeaveTheOldFileOrTheNewOne) {
+void expectOldOrNewOf(const Bytes& file) {
     const test::TempFolder folder;
     const auto target = folder.path() / "out.pdf";
     const Bytes old(std::string("what stood here before"));
-    const auto work = [&, file = twoPages(), text = someText()] {
+    const auto work = [&, text = someText()] {
         const auto manager = OrvexPDFDocumentManager::create();
         manager->undoManager = std::make_shared<UndoManager>();
         if (!manager->load(file)) {
@@ -87,6 +94,14 @@ TEST(FailingAllocations, OfLoadingEditingAndSavingLeaveTheOldFileOrTheNewOne) {
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
         test::writeFile(target, old);
     });
+}
+
+TEST(FailingAllocations, OfLoadingEditingAndSavingLeaveTheOldFileOrTheNewOne) {
+    expectOldOrNewOf(twoPages());
+}
+
+TEST(FailingAllocations, OfSavingAPackedFileLeaveTheOldFileOrTheNewOne) {
+    expectOldOrNewOf(packedPages());
 }
 
 TEST(FailingAllocations, OfReadingTextGiveAllOfItOrNone) {
