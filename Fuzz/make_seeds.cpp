@@ -30,6 +30,7 @@ void addDocuments(Seeds& seeds) {
     page->foundPage = std::make_shared<const OrvexFoundPage>(foundPage());
     for (const char* target : {"document", "saving"}) {
         seeds.add(target, Bytes(richFile()));
+        seeds.add(target, Bytes(packedRichFile()));
         seeds.add(target, test::pdfFromPages({{test::showing("one")}, {test::showing("two"), "[-9 -9 99 99]"}}));
         seeds.add(target, *page->createDocumentFromPage()->dataRepresentation());
     }
