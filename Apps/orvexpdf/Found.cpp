@@ -1,5 +1,4 @@
 #include "Commands.h"
-#include "Failure.h"
 #include "OpenPDF.h"
 #include "OrvexPDF/Document.h"
 #include "Output.h"
@@ -73,14 +72,12 @@ void writeFoundDocument(const OrvexPDFDocument& document, const std::vector<std:
 }
 
 void found(const FoundOptions& options) {
-    checkOutput(options.output, {options.file});
+    checkOutput(options.output, {options.file}, ResultKind::text);
     const auto document = openDocument(options.file, options.password);
     keepOpen(document);
     const bool single = !options.page.empty();
-    const auto pages = parsePages(single ? options.page : options.pages, document->pageCount());
-    if (single && pages.size() != 1) {
-        throw Failure(ExitCode::usage, "--page takes one page; --pages takes several");
-    }
+    const auto pages = single ? std::vector{parsePage(options.page, document->pageCount(), "--pages takes several")}
+                              : parsePages(options.pages, document->pageCount());
     writeOutput(options.output, [&](ByteSink& sink) {
         if (single) {
             const auto found = foundOn(*document->orvexPage(pages[0]), options.stored);

@@ -4,6 +4,7 @@
 #include "Interrupt.h"
 #include "MappedFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -47,6 +48,12 @@ Bytes readInput(const std::string& path) {
         return readFile(path);
     } catch (const FileError& error) {
         throw Failure(ExitCode::inputUnreadable, error.what());
+    }
+}
+
+void checkStandardInput(const std::vector<std::string>& inputs) {
+    if (std::ranges::count(inputs, "-") > 1) {
+        throw Failure(ExitCode::usage, "standard input (-) can be read only once");
     }
 }
 

@@ -4,11 +4,14 @@
 #include "Platform/Foundation/Bytes.h"
 
 #include <string>
+#include <vector>
 
 namespace orvex::tool {
 
 /// The whole input. Throws Failure (inputUnreadable) that names it.
 [[nodiscard]] Bytes readInput(const std::string& path);
+/// Standard input can be read only once: throws Failure (usage) when it is named more often.
+void checkStandardInput(const std::vector<std::string>& inputs);
 /// The input as messages call it.
 [[nodiscard]] std::string displayName(const std::string& path);
 

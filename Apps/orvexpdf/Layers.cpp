@@ -54,7 +54,7 @@ public:
     /// `record` is that of the page as it is.
     PageWithTextInFile(const OrvexPDFPageMeta& record, std::shared_ptr<const FoundFiles> files, std::size_t index)
         : OrvexPDFPage(record.originalPage->content(), record.originalPage->layers(), record.originalPage->rotation()),
-          files_(std::move(files)), index_(index), orientation_(record.originalPageRotation) {}
+          files_(std::move(files)), index_(index) {}
 
     void draw(PDFDisplayBox box, GraphicsContext& context) override {
         withText(files_->page(index_))->draw(box, context);
@@ -66,16 +66,12 @@ public:
 private:
     [[nodiscard]] OrvexPDFPagePtr withText(std::shared_ptr<const OrvexFoundPage> found) const {
         auto page = clone();
-        if (isFoundAsShown(*found, bounds(PDFDisplayBox::media).size(), orientation_)) {
-            page->textRotation = orientation_;
-        }
-        page->foundPage = std::move(found);
+        layText(*page, std::move(found));
         return page;
     }
 
     std::shared_ptr<const FoundFiles> files_;
     std::size_t index_;
-    std::int64_t orientation_; ///< degrees, clockwise
 };
 
 /// Looking through the system's fonts takes as long as reading thirty pages. What fails shows when the font is needed.
@@ -94,7 +90,7 @@ std::jthread findFontAhead() {
 }
 
 void textLayer(const LayerOptions& options) {
-    checkPDFOutput(options.output, options.file);
+    checkPDFOutput(options.output, options.file, options.found);
     const auto ahead = findFontAhead();
     const auto manager = openPDF(options.file, options.password);
     const auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());

@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "FoundFiles.h"
+#include "Input.h"
 #include "Interrupt.h"
 #include "MakePages.h"
 #include "Messages.h"
@@ -14,6 +15,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace orvex::tool {
@@ -47,14 +50,10 @@ void checkOptions(const MakeOptions& options) {
     if (options.rotate % quarterTurn != 0) {
         throw Failure(ExitCode::usage, "--rotate: " + std::to_string(options.rotate) + " is no multiple of 90 degrees");
     }
-    if (std::count(options.images.begin(), options.images.end(), "-") +
-            std::count(options.found.begin(), options.found.end(), "-") >
-        1) {
-        throw Failure(ExitCode::usage, "standard input (-) can be read only once");
-    }
     auto inputs = options.images;
     inputs.insert(inputs.end(), options.found.begin(), options.found.end());
-    inputs.push_back(options.squeeze);
+    std::ranges::move(presetFiles(options.squeeze), std::back_inserter(inputs));
+    checkStandardInput(inputs);
     checkOutput(options.output, inputs);
 }
 
@@ -154,7 +153,7 @@ void make(const MakeOptions& options) {
     }
     const auto count = manager->pdfDoc->pageCount();
     const auto size = save(*manager, options.output, names);
-    report("wrote " + (options.output == "-" ? "standard output" : options.output) + ": " + std::to_string(count) +
+    report("wrote " + outputName(options.output) + ": " + std::to_string(count) +
            (count == 1 ? " page, " : " pages, ") + formatByteCount(size));
 }
 

@@ -26,7 +26,23 @@ OrvexPDFSqueezeModePtr presetFromFile(const std::string& path) {
     return preset;
 }
 
+/// Whether the boxes were found on the page as its orientation (degrees, clockwise) shows it, not on what is `stored`.
+/// After a quarter turn the shape tells; otherwise nothing does, and recognisers mostly work on what is shown.
+bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation) {
+    const auto size = found.size ? found.size->cgSize() : std::nullopt;
+    if (!size || orientation % halfTurn == 0) {
+        return true;
+    }
+    const double shape = std::log(size->width / size->height);
+    const double storedShape = std::log(stored.width / stored.height);
+    return std::abs(shape + storedShape) <= std::abs(shape - storedShape);
+}
+
 } // namespace
+
+std::vector<std::string> presetFiles(const std::string& nameOrPath) {
+    return nameOrPath.empty() || getSqueezeMode(nameOrPath) ? std::vector<std::string>() : std::vector{nameOrPath};
+}
 
 OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath) {
     if (nameOrPath.empty()) {
@@ -42,15 +58,11 @@ OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath) {
     return presetFromFile(nameOrPath);
 }
 
-/// After a quarter turn the shape tells; otherwise nothing does, and recognisers mostly work on what is shown.
-bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation) {
-    const auto size = found.size ? found.size->cgSize() : std::nullopt;
-    if (!size || orientation % halfTurn == 0) {
-        return true;
+void layText(OrvexPDFPage& page, std::shared_ptr<const OrvexFoundPage> found) {
+    if (isFoundAsShown(*found, page.bounds(PDFDisplayBox::media).size(), page.rotation())) {
+        page.textRotation = page.rotation();
     }
-    const double shape = std::log(size->width / size->height);
-    const double storedShape = std::log(stored.width / stored.height);
-    return std::abs(shape + storedShape) <= std::abs(shape - storedShape);
+    page.foundPage = std::move(found);
 }
 
 OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFoundPage> found,

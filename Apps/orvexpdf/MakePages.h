@@ -25,12 +25,13 @@ void requirePixels(const Image& image, const std::string& name);
 /// The same for the contents of one file; `name` is for messages.
 [[nodiscard]] std::vector<SourceImage> imagesIn(const Bytes& data, const std::string& name, std::optional<double> dpi);
 
+/// The file that readPreset() would read, as a list of one; none for a preset's name.
+[[nodiscard]] std::vector<std::string> presetFiles(const std::string& nameOrPath);
 /// A preset by its name (strong, medium, low) or from a JSON file; null for an empty text. Throws Failure.
 [[nodiscard]] OrvexPDFSqueezeModePtr readPreset(const std::string& nameOrPath);
 
-/// Whether the boxes were found on the page as its orientation (degrees, clockwise) shows it, not on what is `stored`.
-[[nodiscard]] bool isFoundAsShown(const OrvexFoundPage& found, const Size& stored, std::int64_t orientation);
-
+/// Lays recognised text over the page, turned as the page is where it was found on what is shown.
+void layText(OrvexPDFPage& page, std::shared_ptr<const OrvexFoundPage> found);
 /// How the image, its text (may be null) and the settings make a page. The orientation that the image's file states
 /// turns the page; `turn` (degrees, clockwise) turns page and text layer on top of that.
 [[nodiscard]] OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFoundPage> found,

@@ -15,6 +15,7 @@ namespace {
 struct State {
     std::mutex mutex;
     bool quiet = false;
+    bool statusHidden = false;
     bool statusShown = false;
     std::atomic<int> droppingWarnings = 0; ///< how many want it
 };
@@ -73,7 +74,11 @@ void reportError(const std::string& text) {
 }
 
 bool canShowStatus() {
-    return !state().quiet && ::isatty(STDERR_FILENO) == 1;
+    return !state().quiet && !state().statusHidden && ::isatty(STDERR_FILENO) == 1;
+}
+
+void hideStatus() {
+    state().statusHidden = true;
 }
 
 void showStatus(const std::string& text) {

@@ -20,6 +20,8 @@ void reportError(const std::string& text);
 
 /// Whether a status line makes sense: standard error is a terminal and nobody asked for silence.
 [[nodiscard]] bool canShowStatus();
+/// Shows no status line from now on: results that are text go to the same terminal.
+void hideStatus();
 /// Shows `text` in place of the last status line; an empty text takes it away.
 void showStatus(const std::string& text);
 

@@ -45,7 +45,7 @@ void addPassword(CLI::App& app, std::string& password, const std::string& what) 
     app.add_option("--password", password, what)->type_name("PASSWORD");
 }
 
-void checkPDFOutput(const PDFOutput& output, const std::string& input) {
+void checkPDFOutput(const PDFOutput& output, const std::string& input, std::vector<std::string> moreInputs) {
     if (output.inPlace == !output.path.empty()) {
         throw Failure(ExitCode::usage,
                       output.inPlace ? "-o and --in-place cannot be had both" : "either -o or --in-place is needed");
@@ -53,8 +53,10 @@ void checkPDFOutput(const PDFOutput& output, const std::string& input) {
     if (output.inPlace && input == "-") {
         throw Failure(ExitCode::usage, "--in-place: standard input has no place");
     }
+    moreInputs.push_back(input);
+    checkStandardInput(moreInputs);
     if (!output.inPlace) {
-        checkOutput(output.path, {input});
+        checkOutput(output.path, moreInputs);
     }
 }
 
@@ -67,7 +69,7 @@ std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, 
         size = meter.count();
     });
     const auto encryption = manager.pdfDoc->savedEncryption();
-    const std::string written = path == "-" ? "standard output" : path;
+    const std::string written = outputName(path);
     report("wrote " + written + (encryption == PDFSavedEncryption::kept ? ", encrypted as before" : ""));
     if (encryption == PDFSavedEncryption::removed) {
         warn(displayName(input) + " was encrypted and " + written +

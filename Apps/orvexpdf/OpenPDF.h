@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orvex::tool {
 
@@ -46,8 +47,9 @@ struct PDFOutput {
     std::string path;
     bool inPlace = false;
 };
-/// Before any work: exactly one of the two is given, and it can work out. Throws Failure (usage, outputFailed).
-void checkPDFOutput(const PDFOutput& output, const std::string& input);
+/// Before any work: exactly one of the two is given, and it can work out with the PDF `input` and whatever else is
+/// read. Throws Failure (usage, outputFailed).
+void checkPDFOutput(const PDFOutput& output, const std::string& input, std::vector<std::string> moreInputs = {});
 /// Returns the size of what was written; says what became of the input's encryption. Throws Failure (outputFailed).
 std::int64_t savePDF(OrvexPDFDocumentManager& manager, const PDFOutput& output, const std::string& input);
 

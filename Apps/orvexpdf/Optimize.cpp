@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Failure.h"
+#include "Input.h"
 #include "MakePages.h"
 #include "Messages.h"
 #include "Numbers.h"
@@ -85,7 +86,10 @@ void warnOfExtension(const std::string& path, OrvexImageMetaMode mode) {
 }
 
 void optimize(const OptimizeOptions& options) {
-    checkOutput(options.output, {options.image, options.mode});
+    auto inputs = presetFiles(options.mode);
+    inputs.push_back(options.image);
+    checkStandardInput(inputs);
+    checkOutput(options.output, inputs);
     const auto mode = readPreset(options.mode);
     const SourceImage source = readPage(options);
     const OrvexImageMeta result = optimizeImage(source.image, mode, {});
@@ -96,7 +100,7 @@ void optimize(const OptimizeOptions& options) {
     const Bytes data = result.image->representations().front()->encoded();
     writeOutput(options.output, [&](ByteSink& sink) { sink.write(data.span()); });
     warnOfExtension(options.output, result.mode);
-    report("wrote " + (options.output == "-" ? "standard output" : options.output) + ": " +
+    report("wrote " + outputName(options.output) + ": " +
            (result.mode == OrvexImageMetaMode::png ? "PNG, " : "JPEG, ") + sizeOf(result.count) + ", " +
            describePixels(*result.image) + ", from " + describePixels(*source.image) +
            describeLoser(source.image, *mode, result));

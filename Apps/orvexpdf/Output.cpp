@@ -2,7 +2,10 @@
 
 #include "Failure.h"
 #include "Interrupt.h"
+#include "Messages.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -56,6 +59,12 @@ private:
     ByteSink& target_;
 };
 
+/// The system's names for standard output lead to where libraries print.
+bool isStandardOutput(const std::string& path) {
+    constexpr std::array<std::string_view, 4> names = {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"};
+    return std::ranges::find(names, path) != names.end();
+}
+
 bool isSameFile(const std::string& one, const std::string& other) {
     std::error_code ignored;
     return one != "-" && std::filesystem::equivalent(one, other, ignored);
@@ -76,6 +85,16 @@ void checkTarget(const std::filesystem::path& path) {
     }
 }
 
+void checkTerminal(ResultKind kind) {
+    if (::isatty(resultDescriptor) != 1) {
+        return;
+    }
+    if (kind == ResultKind::bytes) {
+        throw Failure(ExitCode::usage, "such a result is not for a terminal: redirect standard output or name a file");
+    }
+    hideStatus();
+}
+
 } // namespace
 
 void reserveStandardOutput() {
@@ -91,17 +110,15 @@ void reserveStandardOutput() {
 
 void printResult(std::string_view text) {
     throwIfInterrupted();
+    showStatus({}); // both may go to one terminal
     StandardOutput output;
     output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
     output.flush();
 }
 
-void checkOutput(const std::string& path, const std::vector<std::string>& inputs) {
-    if (path == "-") {
-        if (::isatty(resultDescriptor) == 1) {
-            throw Failure(ExitCode::usage,
-                          "such a result is not for a terminal: redirect standard output or name a file");
-        }
+void checkOutput(const std::string& path, const std::vector<std::string>& inputs, ResultKind kind) {
+    if (isStandardOutput(path)) {
+        checkTerminal(kind);
         return;
     }
     for (const auto& input : inputs) {
@@ -112,8 +129,12 @@ void checkOutput(const std::string& path, const std::vector<std::string>& inputs
     checkTarget(path);
 }
 
+std::string outputName(const std::string& path) {
+    return isStandardOutput(path) ? "standard output" : path;
+}
+
 void writeOutput(const std::string& path, const std::function<void(ByteSink&)>& produce) {
-    if (path == "-") {
+    if (isStandardOutput(path)) {
         StandardOutput output;
         produce(output);
         output.flush();

@@ -17,12 +17,18 @@ void reserveStandardOutput();
 /// Writes text results. Throws Failure (outputFailed).
 void printResult(std::string_view text);
 
-/// Refuses, before any work is done, an output that cannot work out: a file that is one of the inputs, standard output
-/// that is a terminal (usage), a folder that is missing or cannot be written (outputFailed).
-void checkOutput(const std::string& path, const std::vector<std::string>& inputs);
+/// What a result is to a terminal: nothing that it could show, or text.
+enum class ResultKind { bytes, text };
 
-/// Lets `produce` write the file at `path`, or standard output for "-". A file is replaced only when everything was
-/// written. Throws Failure (outputFailed), and what `produce` throws.
+/// Refuses, before any work is done, an output that cannot work out: a file that is one of the inputs, bytes on
+/// standard output that is a terminal (usage), a folder that is missing or cannot be written (outputFailed).
+void checkOutput(const std::string& path, const std::vector<std::string>& inputs, ResultKind kind = ResultKind::bytes);
+
+/// The output as messages call it.
+[[nodiscard]] std::string outputName(const std::string& path);
+
+/// Lets `produce` write the file at `path`, or standard output for "-" and what the system calls it. A file is replaced
+/// only when everything was written. Throws Failure (outputFailed), and what `produce` throws.
 void writeOutput(const std::string& path, const std::function<void(ByteSink&)>& produce);
 
 } // namespace orvex::tool

@@ -23,7 +23,7 @@ constexpr auto end = std::numeric_limits<std::int64_t>::max();
     throw Failure(ExitCode::usage, "pages " + text + ": " + reason);
 }
 
-std::int64_t parsePage(std::string_view word, const std::string& text) {
+std::int64_t parseNumber(std::string_view word, const std::string& text) {
     if (word == "end") {
         return end;
     }
@@ -41,8 +41,8 @@ std::vector<Span> parseSpans(const std::string& text) {
         const auto comma = rest.find(',');
         const auto part = rest.substr(0, comma);
         const auto dash = part.find('-');
-        const auto first = parsePage(part.substr(0, dash), text);
-        spans.push_back({first, dash == std::string_view::npos ? first : parsePage(part.substr(dash + 1), text)});
+        const auto first = parseNumber(part.substr(0, dash), text);
+        spans.push_back({first, dash == std::string_view::npos ? first : parseNumber(part.substr(dash + 1), text)});
         if (comma == std::string_view::npos) {
             return spans;
         }
@@ -75,6 +75,14 @@ std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count
         }
     }
     return pages;
+}
+
+std::int64_t parsePage(const std::string& text, std::int64_t count, const std::string& instead) {
+    const auto pages = parsePages(text, count);
+    if (text.empty() || pages.size() != 1) {
+        throw Failure(ExitCode::usage, "--page takes one page" + (instead.empty() ? "" : "; " + instead));
+    }
+    return pages.front();
 }
 
 void checkPageList(const std::string& text) {

@@ -11,6 +11,10 @@ namespace orvex::tool {
 /// page that a document of `count` pages does not have.
 [[nodiscard]] std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count);
 
+/// The index of the one page that `text` names. Throws Failure (usage) as parsePages() does, and for several pages;
+/// `instead` says what takes them, if anything does.
+[[nodiscard]] std::int64_t parsePage(const std::string& text, std::int64_t count, const std::string& instead = {});
+
 /// For lists that are meant for several documents. Throws Failure (usage) for what is no list of pages in any of them.
 void checkPageList(const std::string& text);
 

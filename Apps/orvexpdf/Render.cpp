@@ -3,6 +3,7 @@
 #include "FoundFiles.h"
 #include "Input.h"
 #include "Interrupt.h"
+#include "MakePages.h"
 #include "Messages.h"
 #include "OpenPDF.h"
 #include "Output.h"
@@ -105,22 +106,30 @@ std::shared_ptr<const OrvexFoundPage> ownText(const OrvexPDFPage& page) {
     return std::make_shared<const OrvexFoundPage>(std::move(found));
 }
 
+std::vector<std::int64_t> pagesToShow(const RenderOptions& options, std::int64_t count) {
+    return options.pages.empty() ? std::vector{parsePage(options.page, count, "--pages takes several")}
+                                 : parsePages(options.pages, count);
+}
+
 void render(const RenderOptions& options) {
     if (options.page.empty() == options.pages.empty()) {
         throw Failure(ExitCode::usage, "either --page or --pages is needed");
     }
+    auto inputs = options.found;
+    inputs.push_back(options.file);
+    checkStandardInput(inputs);
     const auto manager = openPDF(options.file, options.password);
-    const auto& range = options.page.empty() ? options.pages : options.page;
-    const auto pages = parsePages(range, manager->pdfDoc->pageCount());
+    const auto pages = pagesToShow(options, manager->pdfDoc->pageCount());
     const auto found = readFoundPages(options.found, pages.size());
     Progress progress("Rendering", pages.size());
     for (std::size_t i = 0; i < pages.size(); ++i, progress.advance()) {
         const std::string path = options.pages.empty() ? options.output : numbered(options.output, pages[i] + 1);
-        checkOutput(path, {options.file});
+        checkOutput(path, inputs);
         OrvexPDFPage& page = *manager->page(pages[i]);
         page.debug = options.debug;
-        page.foundPage = i < found.size() ? found[i] : nullptr;
-        if (options.debug && found.empty()) {
+        if (i < found.size()) {
+            layText(page, found[i]);
+        } else if (options.debug && found.empty()) {
             page.foundPage = ownText(page);
         }
         renderPage(page, pages[i], options, path);
@@ -132,10 +141,10 @@ void thumbnail(const RenderOptions& options) {
     const Size size = parseSize(options.size);
     checkOutput(options.output, {options.file});
     const auto manager = openPDF(options.file, options.password);
-    const auto pages = parsePages(options.page, manager->pdfDoc->pageCount());
-    const auto image = manager->page(pages.front())->thumbnail(size);
+    const auto index = parsePage(options.page, manager->pdfDoc->pageCount());
+    const auto image = manager->page(index)->thumbnail(size);
     if (!image) {
-        failToRender(options, pages.front(), "cannot be rendered");
+        failToRender(options, index, "cannot be rendered");
     }
     writePNG(*image, image->dpi(), options.output);
 }

@@ -85,7 +85,7 @@ void reportSizes(std::int64_t before, std::int64_t after) {
 }
 
 void squeeze(const SqueezeOptions& options) {
-    checkPDFOutput(options.output, options.file);
+    checkPDFOutput(options.output, options.file, presetFiles(options.mode));
     const auto preset = readPreset(options.mode);
     const auto manager = openPDF(options.file, options.password);
     auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());

@@ -13,7 +13,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <functional>
 #include <memory>
 #include <new>
@@ -161,11 +160,9 @@ std::vector<Failure> writeFiles(const TextOptions& options, ByteSink& sink) {
 }
 
 void text(const TextOptions& options) {
-    if (std::ranges::count(options.files, "-") > 1) {
-        throw Failure(ExitCode::usage, "standard input (-) can be read only once");
-    }
+    checkStandardInput(options.files);
     checkPageList(options.pages);
-    checkOutput(options.output, options.files);
+    checkOutput(options.output, options.files, ResultKind::text);
     std::vector<Failure> failures;
     writeOutput(options.output, [&](ByteSink& sink) {
         failures = writeFiles(options, sink);

@@ -2,6 +2,9 @@
 
 #include "Support/PDFFixture.h"
 
+#include <iterator>
+#include <sstream>
+
 namespace orvex::test {
 namespace {
 
@@ -26,6 +29,37 @@ TEST_F(Render, SeveralPagesTakeNumbersIntoTheirNames) {
     toolOutput("render a.pdf --pages 1,3-end -o p-%03d.png");
     EXPECT_EQ(names(), (std::vector<std::string>{"a.pdf", "p-001.png", "p-003.png"}));
     expectRefusal("orvexpdf render a.pdf --pages 1-2 -o p.png", usage, {"page-%03d.png"});
+}
+
+TEST_F(Render, APageOptionTakesOnePage) {
+    for (const std::string list : {"1-3", "1,1", "end-1"}) {
+        expectRefusal("orvexpdf render a.pdf --page " + list + " -o p.png", usage,
+                      {"--page takes one page; --pages takes several (see orvexpdf render --help)"});
+        expectRefusal("orvexpdf thumbnail a.pdf --size 9x9 --page " + list + " -o p.png", usage,
+                      {"--page takes one page (see orvexpdf thumbnail --help)"});
+    }
+    toolOutput("render a.pdf --page end -o p.png");
+    toolOutput("thumbnail a.pdf --size 9x9 --page 3-3 -o t.png");
+}
+
+TEST_F(Render, RecognisedTextStandsWhereItWasFoundOnATurnedPage) {
+    // Page 2 is shown 200 points wide and 300 high. The shape of what was recognised tells how it was turned.
+    const std::string items = R"("items":[{"text":"needle","box":{"x":20,"y":30,"w":50,"h":10}}]})";
+    write("shown.json", R"({"size":{"w":200,"h":300},)" + items);
+    write("stored.json", R"({"size":{"w":300,"h":200},)" + items);
+    write("blank.pdf", pdfFromPages({{"", "[0 0 300 200]", "/Rotate 90"}}));
+    // The corners of the box, which is green at a tenth of its strength.
+    const auto cornersWith = [&](const std::string& found) {
+        toolOutput("render blank.pdf --page 1 --debug --found " + found + " -o d.png");
+        std::istringstream text(oracle("gm convert d.png txt:- | grep '#E6FFE6' | sed -n 's/:.*//; s/,/ /; 1p; $p'"));
+        return std::vector<int>(std::istream_iterator<int>(text), {});
+    };
+    const auto near = [](int x, int y, int x2, int y2) {
+        const auto pixel = [](int value) { return testing::AllOf(testing::Ge(value - 1), testing::Le(value + 1)); };
+        return testing::ElementsAre(pixel(x), pixel(y), pixel(x2), pixel(y2));
+    };
+    EXPECT_THAT(cornersWith("shown.json"), near(20, 30, 69, 39));
+    EXPECT_THAT(cornersWith("stored.json"), near(160, 20, 169, 69));
 }
 
 TEST_F(Render, TheSamePixelsAsPopplerWithinAntiAliasing) {

@@ -149,8 +149,6 @@ TEST_F(Tool, RefusesWrongUsageWithALine) {
         {"make a.jpg -o out.pdf --dpi 0", "--dpi"},
         {"make a.jpg -o out.pdf --dpi many", "many"},
         {"make a.jpg -o out.pdf --log-level loud", "loud"},
-        {"make - - -o out.pdf", "standard input"},
-        {"make - --found - -o out.pdf", "standard input"},
         {"info", "FILE"},
         {"info a.pdf b.pdf", "b.pdf"},
     };
@@ -211,6 +209,70 @@ TEST_F(Tool, LeavesNothingBehindWhenItIsInterrupted) {
                               " -o out.pdf --squeeze low");
     EXPECT_EQ(result.exitCode, 128 + 2);
     EXPECT_THAT(names(), testing::ElementsAre("a.jpg"));
+}
+
+/// The tool's command on a terminal; what it prints there and its exit code.
+std::string onATerminal(const std::string& arguments) {
+    return "script -qec " + quoted(quoted(toolPath) + " " + arguments) + " /dev/null </dev/null";
+}
+
+TEST_F(Tool, PrintsTextOnATerminalAndNothingElse) {
+    if (!hasProgram("script")) {
+        GTEST_SKIP() << "no program here that gives a command a terminal";
+    }
+    write("a.pdf", pdfFromPages({{showing("words")}}));
+    const std::vector<std::pair<std::string, std::string>> cases = {{"text a.pdf", "words\r\n"},
+                                                                    {"found a.pdf --page 1", "\"words\""}};
+    for (const auto& [arguments, part] : cases) {
+        const auto result = shell(onATerminal(arguments));
+        EXPECT_EQ(result.exitCode, done) << result.output;
+        EXPECT_THAT(result.output, HasSubstr(part));
+    }
+    for (const std::string arguments :
+         {"render a.pdf --page 1 -o -", "pages a.pdf --reverse -o -", "pages a.pdf --reverse -o /dev/stdout"}) {
+        const auto result = shell(onATerminal(arguments));
+        EXPECT_EQ(result.exitCode, usage) << arguments;
+        EXPECT_THAT(result.output, StartsWith("orvexpdf: such a result is not for a terminal")) << arguments;
+    }
+}
+
+TEST_F(Tool, KnowsStandardOutputByTheNamesThatTheSystemHasForIt) {
+    write("a.pdf", pdfFromPages({{showing("words")}}));
+    for (const std::string name : {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
+        const auto result = tool("pages a.pdf --reverse -o " + name);
+        EXPECT_EQ(result.exitCode, done) << name;
+        EXPECT_THAT(result.output, StartsWith("%PDF-")) << name;
+        EXPECT_EQ(result.errors, "orvexpdf: wrote standard output\n") << name;
+    }
+}
+
+TEST_F(Tool, OverwritesNoInputOfAnyKind) {
+    write("a.pdf", pdfFromPages({{showing("words")}}));
+    copySample("3-price-list.png", "a.png");
+    write("f.json", R"({"size":{"w":9,"h":9},"items":[]})");
+    write("g.json", R"({"size":{"w":9,"h":9},"items":[]})");
+    write("p.json", R"({"id":"x","title":"X","dpi":50,"quality":90,"colors":"colors","method":"best"})");
+    for (const std::string command :
+         {"text-layer a.pdf --found f.json -o f.json", "text-layer a.pdf --found g.json --found f.json -o ./f.json",
+          "render a.pdf --page 1 --found f.json -o f.json", "squeeze a.pdf --mode p.json -o p.json",
+          "optimize a.png --mode p.json -o p.json", "make a.png --squeeze p.json -o p.json",
+          "make a.png --found f.json -o f.json"}) {
+        expectRefusal("orvexpdf " + command, usage, {"json is an input: it would be overwritten"});
+    }
+    write("strong", "not read when a preset has this name");
+    EXPECT_EQ(tool("squeeze a.pdf --mode strong -o strong").exitCode, done);
+    expectSound("strong");
+}
+
+TEST_F(Tool, ReadsStandardInputOnce) {
+    copySample("2-letter.jpg", "a.jpg");
+    for (const std::string command :
+         {"text-layer - --found - -o x.pdf", "text-layer a.pdf --found - --found - --in-place",
+          "render - --page 1 --found - -o x.png", "squeeze - --mode - -o x.pdf", "optimize - --mode - -o x.png",
+          "make - --squeeze - -o x.pdf", "make - --found - -o x.pdf", "make - - -o x.pdf", "text - -",
+          "pages - --append - -o x.pdf"}) {
+        expectRefusal("orvexpdf " + command + " <a.jpg", usage, {"standard input (-) can be read only once"});
+    }
 }
 
 TEST_F(Tool, WritesToAClosedOrFullStandardOutputAsAnError) {
