@@ -24,6 +24,7 @@ public:
         // The buffer is only read; its type knows no const.
         : buffer_(const_cast<unsigned char*>(bytes.data()), bytes.size()),
           input_(std::make_shared<BufferInputSource>("input", &buffer_)) {
+        tokenizer_.allowEOF(); // the end is a token, which ends the search
         input_->seek(static_cast<qpdf_offset_t>(std::min(offset, bytes.size())), SEEK_SET);
     }
 

@@ -119,6 +119,17 @@ TEST(PDFObjectKeys, KeepTheirOrderInsideAnObjectStream) {
                 ElementsAre("C", "B", "A"));
 }
 
+/// A dictionary's place in the object stream is tried in the file first, where this one opens another that never ends.
+TEST(PDFObjectKeys, AreFoundBehindADictionaryThatTheFileEndsIn) {
+    const std::string comment = " %" + std::string(1000, ' ') + "\n";
+    std::string file(fileWithObjectStream("/X 4 0 R" + comment, "<< /C 1 /B 2 /A 3 >>").text());
+    const std::string unclosed = "<< /A " + std::string(20, '(');
+    const auto place = file.find("<< /C") - (file.find("stream\n") + 7);
+    ASSERT_EQ(file.substr(place, unclosed.size()), std::string(unclosed.size(), ' '));
+    file.replace(place, unclosed.size(), unclosed);
+    EXPECT_THAT(page(Bytes(std::move(file))).get("X").keys(), ElementsAre("C", "B", "A"));
+}
+
 TEST(PDFObjectKeys, KeepTheirOrderInAnEncryptedFile) {
     // qpdf writes keys sorted; a name that is written with an escape sorts by what it means, so swap two by hand.
     const Bytes plain = pageWith("/X << /A 1 /B 2 >>");
