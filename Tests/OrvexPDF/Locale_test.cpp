@@ -1,8 +1,9 @@
 // Hosts set locales; files and records have none.
 #include "OrvexPDF/Manager.h"
 #include "OrvexPDF/SqueezeMode.h"
+#include "Platform/PDF/Renderer.h"
 #include "Support/Command.h"
-#include "Support/PDFFixture.h"
+#include "Support/OpenDocument.h"
 #include "Support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -20,6 +21,30 @@ class German final : public std::numpunct<char> {
     [[nodiscard]] char do_thousands_sep() const override { return '.'; }
     [[nodiscard]] std::string do_grouping() const override { return "\3"; }
 };
+
+/// A turned page with a link, a stamp, a field and one without appearance, as pixels and as a picture of it is saved.
+std::string annotated() {
+    const auto document = test::opened(test::pdfFromPages(
+        {{test::showing("page"), "[5.25 5.5 205.5 105.25]", "/Rotate 90 /Annots [7 0 R 8 0 R 9 0 R 10 0 R]"}}, {},
+        "/AcroForm << /Fields [9 0 R 10 0 R] /DA (/F1 9.5 Tf) /DR << /Font << /F1 3 0 R >> >> >>",
+        {"<< /Type /Annot /Subtype /Link /Rect [100.75 20.5 150.75 40.5] /QuadPoints [1.5 2.5 3.5 4.5] >>",
+         "<< /Type /Annot /Subtype /Stamp /Rect [20.75 50.5 60.75 90.5] /F 4 /AP << /N 11 0 R >> >>",
+         "<< /Type /Annot /Subtype /Widget /FT /Tx /T (a) /Rect [70.75 50.5 110.75 90.5] /F 4 /AP << /N 11 0 R >> >>",
+         "<< /Type /Annot /Subtype /Widget /FT /Tx /T (b) /V (Ada) /Rect [120.75 50.5 140.75 90.5] /F 4 >>",
+         test::streamBody("0 0 9 9 re f", "/Subtype /Form /BBox [0.75 0.5 9.75 9.5] /Matrix [1.5 0 0 1.5 0.5 0.5]")}));
+    const auto page = document->page(0);
+    const auto pixels = render(*page, {400, 800});
+    std::string all(pixels ? std::string(pixels->samples.begin(), pixels->samples.end()) : "not rendered");
+    const Size size{99.75, 200.25};
+    auto image = std::make_shared<Image>(size);
+    auto rep =
+        std::make_shared<ImageRep>(std::make_shared<const Bitmap>(Bitmap::make(2, 4, 8, {ColorModel::gray, {}, 0})));
+    rep->setSize(size);
+    image->addRepresentation(rep);
+    const auto& loaded = std::get<LoadedPageContent>(page->content());
+    document->replacePage(0, std::make_shared<PDFPage>(ImagePageContent{image, PicturedPage{loaded, 90}}));
+    return all += document->dataRepresentation().value_or(Bytes()).text();
+}
 
 /// What a host sees of pages with odd numbers and texts: everything that is written down.
 std::string everything() {
@@ -43,7 +68,7 @@ std::string everything() {
     for (const auto& mode : squeezeModes()) {
         all += mode->toData().text();
     }
-    return all;
+    return all + annotated();
 }
 
 TEST(Locale, TheGlobalLocaleOfStreamsChangesNothing) {

@@ -74,8 +74,11 @@ public:
 
     void make(QPDFObjectHandle widget) {
         if (!widget.isDictionary() || !widget.getKey("/Subtype").isNameAndEquals("/Widget") ||
-            !widget.getKey("/Rect").isRectangle() ||
             (widget.isIndirect() && !seen_.insert(widget.getObjGen()).second)) {
+            return;
+        }
+        const auto rect = readRectangle(widget.getKey("/Rect"));
+        if (!rect) {
             return;
         }
         const auto kind = nameOf(inheritedAttribute(widget, "/FT"));
@@ -87,7 +90,7 @@ public:
         if (hasLook(widget) && !(isText && makesAll_)) {
             return;
         }
-        start(widget);
+        start(widget, rect->size());
         if (isText) {
             kind == "/Ch" && (flags & combo) == 0 ? list(widget) : text(widget, kind == "/Ch", flags);
         } else if ((flags & push) != 0) {
@@ -112,12 +115,11 @@ private:
         return normal.isStream() || (normal.isDictionary() && !normal.getKeys().empty());
     }
 
-    void start(QPDFObjectHandle widget) {
-        const auto rect = widget.getKey("/Rect").getArrayAsRectangle();
+    void start(QPDFObjectHandle widget, Size size) {
         auto look = widget.getKey("/MK");
         const long long turn = look.isDictionary() ? (integerOf(look.getKey("/R")) % 360 + 360) % 360 : 0;
         turn_ = turn % 90 == 0 ? static_cast<int>(turn) : 0;
-        box_ = {std::abs(rect.urx - rect.llx), std::abs(rect.ury - rect.lly)};
+        box_ = size;
         if (turn_ % 180 != 0) {
             std::swap(box_.width, box_.height);
         }

@@ -1,10 +1,14 @@
 #include "Platform/PDF/FormAppearances_p.h"
 
+#include "Platform/PDF/FieldFrame_p.h"
+#include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 
 #include <qpdf/QPDFAnnotationObjectHelper.hh>
 
 #include <algorithm>
+#include <numbers>
+#include <optional>
 
 namespace orvex {
 
@@ -46,6 +50,33 @@ bool hasSomethingToShow(QPDFObjectHandle annotation) {
                                           !inheritedAttribute(annotation, "/V").isNull());
 }
 
+/// From an appearance's space to the page's: its box, as its matrix shows it, is fitted into the annotation's
+/// rectangle. None where nothing is covered.
+std::optional<AffineTransform> placeOf(QPDFObjectHandle annotation, QPDFObjectHandle appearance, int pageTurn) {
+    const auto rect = readRectangle(annotation.getKey("/Rect"));
+    const auto box = readRectangle(appearance.getDict().getKey("/BBox"));
+    const Rect shown = readMatrix(appearance.getDict().getKey("/Matrix")).apply(box.value_or(Rect()));
+    if (!rect || shown.width <= 0 || shown.height <= 0) {
+        return std::nullopt;
+    }
+    const double x = rect->width / shown.width;
+    const double y = rect->height / shown.height;
+    const AffineTransform fitted{x, 0, 0, y, rect->x - shown.x * x, rect->y - shown.y * y};
+    if ((QPDFAnnotationObjectHelper(annotation).getFlags() & an_no_rotate) == 0) {
+        return fitted;
+    }
+    // Upright on a turned page, with its upper left corner where it is.
+    return fitted.followedBy(AffineTransform{1, 0, 0, 1, rect->x, rect->maxY()}
+                                 .rotated(pageTurn * std::numbers::pi / 180)
+                                 .translated(-rect->x, -rect->maxY()));
+}
+
+void appendAppearance(std::string& operators, const AffineTransform& place, const std::string& name) {
+    operators += "q\n";
+    appendOperator(operators, {place.a, place.b, place.c, place.d, place.tx, place.ty}, "cm");
+    operators += name + " Do\nQ\n";
+}
+
 /// A copy of the page's dictionary of XObjects, in resources of the page's own.
 QPDFObjectHandle ownXObjects(QPDFObjectHandle page) {
     auto resources = inheritedAttribute(page, "/Resources");
@@ -77,9 +108,12 @@ std::string takeFieldAppearances(QPDFObjectHandle page) {
             continue;
         }
         const std::string name = "/OrvexField" + std::to_string(++resource);
-        auto field = fieldOf(annotation);
-        operators += field.getPageContentForAppearance(name, pageRotation(page));
-        objects.replaceKey(name, field.getAppearanceStream("/N"));
+        auto appearance = fieldOf(annotation).getAppearanceStream("/N");
+        if (const auto place = placeOf(annotation, appearance, pageRotation(page))) {
+            appearance.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Form")); // some leave it out
+            appendAppearance(operators, *place, name);
+            objects.replaceKey(name, appearance);
+        }
     }
     page.replaceKey("/Annots", kept);
     return operators;

@@ -256,6 +256,35 @@ TEST(FieldAppearances, ATurnedFieldsTextRunsUpwards) {
     EXPECT_GT(turned.height, 1.5 * turned.width);
 }
 
+/// All are shown as 200 x 60 points. The look is a wide box with a square in its lower left corner.
+TEST(FieldAppearances, OnTurnedPagesStandWherePopplerPutsThem) {
+    constexpr double tolerance = 0.003;
+    struct Turned {
+        const char* box;
+        const char* rect;
+        const char* flags;
+        const char* matrix;
+        int turn;
+    };
+    for (const auto& [box, rect, flags, matrix, turn] :
+         {Turned{"[0 0 60 200]", "[20.5 60 40.75 110]", "/F 4", "", 90},
+          Turned{"[0 0 60 200]", "[20 60 50 80]", "/F 20", "", 90},
+          Turned{"[5 5 65 205]", "[20 60 50 80]", "/F 20", "/Matrix [0 .5 -.5 0 7 8]", 90},
+          Turned{"[0 0 200 60]", "[60 20 100 40]", "/F 20", "", 180},
+          Turned{"[0 0 60 200]", "[20 60 50 80]", "/F 20", "/Matrix [2 0 0 2 0 0]", 270}}) {
+        const std::string field =
+            std::string("<< /Type /Annot /Subtype /Widget /FT /Tx /T (field) /AP << /N 8 0 R >> ") + "/Rect " + rect +
+            " " + flags + " >>";
+        const auto look = test::streamBody("0.8 g 0 0 80 40 re f 0 g 0 0 20 20 re f", // its /Subtype left out
+                                           std::string("/BBox [0 0 80 40] ") + matrix);
+        const auto file = pdfFromPages({{"", box, "/Annots [7 0 R] /Rotate " + std::to_string(turn)}}, {},
+                                       "/AcroForm << /Fields [7 0 R] >>", {field, look});
+        const auto other = popplers(file);
+        EXPECT_GT(inkOf(other).width, 0) << rect << flags << turn;
+        EXPECT_LT(differenceOf(ours(file), other), tolerance) << rect << flags << turn;
+    }
+}
+
 TEST(FieldAppearances, WhatAFieldLacksItsParentsSay) {
     const auto plain = inkOf(ours(fieldFile("/FT /Tx /Q 2 /V (Ada) /DA (/Helv 12 Tf 0 g)")));
     const auto inherited = inkOf(ours(fieldFile(

@@ -4,8 +4,6 @@
 #include <qpdf/QPDF.hh>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 
 namespace orvex {
 
@@ -33,19 +31,6 @@ std::string keyOf(std::string_view name) {
     return key;
 }
 
-template <std::size_t count> std::optional<std::array<double, count>> numbers(QPDFObjectHandle array) {
-    std::array<double, count> values{};
-    if (!array.isArray() || array.getArrayNItems() < static_cast<int>(count)) {
-        return std::nullopt;
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        if (!readNumber(array.getArrayItem(static_cast<int>(i)), values[i]) || !std::isfinite(values[i])) {
-            return std::nullopt;
-        }
-    }
-    return values;
-}
-
 /// Told from the file's bytes, so that the parser need not keep the pictures of all pages.
 bool isImageInFile(const PDFSource& source, const QPDFObjectHandle& stream) {
     StoredObject object;
@@ -55,20 +40,6 @@ bool isImageInFile(const PDFSource& source, const QPDFObjectHandle& stream) {
     }
     const auto* subtype = findEntry(object.entries, "/Subtype");
     return object.data != 0 && subtype != nullptr && subtype->text == "/Image";
-}
-
-AffineTransform matrixOf(QPDFObjectHandle form) {
-    const auto m = numbers<6>(form.getKey("/Matrix"));
-    return m ? AffineTransform{(*m)[0], (*m)[1], (*m)[2], (*m)[3], (*m)[4], (*m)[5]} : AffineTransform{};
-}
-
-std::optional<Rect> boxOf(QPDFObjectHandle form) {
-    const auto corners = numbers<4>(form.getKey("/BBox"));
-    if (!corners) {
-        return std::nullopt;
-    }
-    const auto& c = *corners;
-    return Rect{std::min(c[0], c[2]), std::min(c[1], c[3]), std::abs(c[2] - c[0]), std::abs(c[3] - c[1])};
 }
 
 } // namespace
@@ -209,8 +180,8 @@ std::optional<FormUse> ContentResources::form(std::string_view name, std::size_t
     if (use.hidden) {
         return use;
     }
-    use.matrix = matrixOf(dictionary);
-    use.box = boxOf(dictionary);
+    use.matrix = readMatrix(dictionary.getKey("/Matrix"));
+    use.box = readRectangle(dictionary.getKey("/BBox"));
     use.resources = dictionary.getKey("/Resources");
     if (!use.resources.isDictionary()) {
         use.resources = dictionary_;

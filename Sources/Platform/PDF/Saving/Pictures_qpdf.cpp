@@ -64,13 +64,11 @@ public:
     }
 
     void rectangle(QPDFObjectHandle holder, const char* key) const {
-        auto rect = holder.getKey(key);
-        if (!rect.isRectangle()) {
+        const auto rect = readRectangle(holder.getKey(key));
+        if (!rect) {
             return;
         }
-        const auto corners = rect.getArrayAsRectangle();
-        const Rect to =
-            placement_.apply(Rect{corners.llx, corners.lly, corners.urx - corners.llx, corners.ury - corners.lly});
+        const Rect to = placement_.apply(*rect);
         holder.replaceKey(key, QPDFObjectHandle::newArray(
                                    {coordinate(to.x), coordinate(to.y), coordinate(to.maxX()), coordinate(to.maxY())}));
     }
@@ -134,13 +132,9 @@ private:
         if (!copy.isInitialized()) {
             copy = appearance.copyStream();
             auto dictionary = copy.getDict();
-            AffineTransform matrix;
-            if (auto own = dictionary.getKey("/Matrix"); own.isMatrix()) {
-                const auto m = own.getArrayAsMatrix();
-                matrix = {m.a, m.b, m.c, m.d, m.e, m.f};
-            }
             const AffineTransform turn = placement({0, 0, 1, 1}, rotation_, {1, 1});
-            matrix = matrix.followedBy({turn.a, turn.b, turn.c, turn.d, 0, 0});
+            const AffineTransform matrix =
+                readMatrix(dictionary.getKey("/Matrix")).followedBy({turn.a, turn.b, turn.c, turn.d, 0, 0});
             dictionary.replaceKey("/Matrix", QPDFObjectHandle::newArray(
                                                  {coordinate(matrix.a), coordinate(matrix.b), coordinate(matrix.c),
                                                   coordinate(matrix.d), coordinate(matrix.tx), coordinate(matrix.ty)}));
