@@ -1,9 +1,12 @@
 #!/usr/bin/env python3
 """Times reversing and saving a file of many pages against qpdf and mutool.
 
-Usage: reverse.py [--tool TOOL] [--pages N] [--runs N]
+Usage: reverse.py [--tool TOOL] [--pages N] [--runs N] [--packed]
+
+With --packed the file's objects lie in object streams.
 """
 
+import subprocess
 import tempfile
 from pathlib import Path
 
@@ -12,10 +15,14 @@ from text import many_pages
 
 
 def main():
-    options = options_of(__doc__, 20_000, 3).parse_args()
+    arguments = options_of(__doc__, 20_000, 3)
+    arguments.add_argument("--packed", action="store_true")
+    options = arguments.parse_args()
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         many_pages(folder / "in.pdf", options.pages)
+        if options.packed:
+            subprocess.run(["qpdf", "--object-streams=generate", "--replace-input", "in.pdf"], cwd=folder, check=True)
         size = (folder / "in.pdf").stat().st_size
         results = in_turns({
             "orvexpdf pages --reverse": [options.tool, "-q", "pages", "in.pdf", "-o", "ours.pdf", "--reverse"],
