@@ -35,7 +35,7 @@ HuffmanTable::HuffmanTable(std::vector<HuffmanLine> lines) : lines_(std::move(li
     }
 }
 
-HuffmanTable HuffmanTable::read(Reader& reader) {
+HuffmanTable HuffmanTable::read(Reader& reader, Budget& budget) {
     const unsigned flags = reader.u8();
     const unsigned codeBits = (flags >> 1 & 7U) + 1;
     const unsigned rangeBits = (flags >> 4 & 7U) + 1;
@@ -56,6 +56,7 @@ HuffmanTable HuffmanTable::read(Reader& reader) {
         if (range > openRange) {
             throw Damage("a range that is too long");
         }
+        budget.spend(sizeof(HuffmanLine));
         lines.push_back({bits, range, checked(at)});
         at += std::int64_t{1} << range;
     }

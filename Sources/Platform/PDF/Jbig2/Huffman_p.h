@@ -22,8 +22,8 @@ public:
     /// Codes are given out in the order of their lengths, then of the lines. Throws Damage for more codes than there
     /// can be.
     explicit HuffmanTable(std::vector<HuffmanLine> lines);
-    /// Reads a table segment.
-    static HuffmanTable read(Reader& reader);
+    /// Reads a table segment. Lines may be two bits: they are paid for by their size.
+    static HuffmanTable read(Reader& reader, Budget& budget);
     /// By its number in annex B, from 1 on.
     static const std::shared_ptr<const HuffmanTable>& standard(unsigned number);
 

@@ -140,7 +140,7 @@ void Page::readSegment(const SegmentHeader& header, std::span<const std::uint8_t
         resources_[header.number] = readPatternDictionary(reader, budget_);
         break;
     case tables:
-        resources_[header.number] = std::make_shared<const HuffmanTable>(HuffmanTable::read(reader));
+        resources_[header.number] = std::make_shared<const HuffmanTable>(HuffmanTable::read(reader, budget_));
         break;
     case pageInformation:
         begin(reader);

@@ -2,10 +2,11 @@
 
 namespace orvex::jbig2 {
 
-Symbols References::symbols() const {
+Symbols References::symbols(Budget& budget) const {
     Symbols all;
     for (const Resource* resource : resources_) {
         if (const auto* dictionary = std::get_if<SymbolDictionary>(resource)) {
+            budget.spend(dictionary->symbols.size() * sizeof(BitmapPtr));
             all.insert(all.end(), dictionary->symbols.begin(), dictionary->symbols.end());
         }
     }

@@ -20,8 +20,8 @@ class References {
 public:
     explicit References(std::vector<const Resource*> resources) : resources_(std::move(resources)) {}
 
-    /// Of all dictionaries.
-    [[nodiscard]] Symbols symbols() const;
+    /// Of all dictionaries. Few bytes can refer to many, and often: the list is paid for by its size.
+    [[nodiscard]] Symbols symbols(Budget& budget) const;
     [[nodiscard]] const SymbolDictionary* lastDictionary() const { return last<SymbolDictionary>(); }
     [[nodiscard]] const PatternDictionary* patterns() const { return last<PatternDictionary>(); }
     [[nodiscard]] BitmapPtr picture() const;

@@ -58,9 +58,9 @@ HuffmanTablePtr evenCodes(std::uint64_t count, unsigned bits) {
 class DictionaryDecoder {
 public:
     DictionaryDecoder(const DictionaryHeader& header, Reader& reader, const References& references, Budget& budget)
-        : header_(header), reader_(reader), budget_(budget), symbols_(references.symbols()), given_(symbols_.size()),
-          idBits_(std::max(bitsFor(given_ + header.made), header.isTabulated ? 1U : 0U)), texts_(idBits_),
-          generic_(genericContexts(header.generic.pattern)),
+        : header_(header), reader_(reader), budget_(budget), symbols_(references.symbols(budget)),
+          given_(symbols_.size()), idBits_(std::max(bitsFor(given_ + header.made), header.isTabulated ? 1U : 0U)),
+          texts_(idBits_), generic_(genericContexts(header.generic.pattern)),
           refinement_(refinementContexts(header.refinement.pattern)) {
         const auto* before = references.lastDictionary();
         if (header.takesContexts && before != nullptr) {

@@ -67,7 +67,7 @@ Bitmap readTextRegion(Reader& reader, Size size, References& references, Budget&
         layout.refinement = readRefinementCoding(reader, refinementPattern);
     }
     layout.instances = reader.u32();
-    const Symbols symbols = references.symbols();
+    const Symbols symbols = references.symbols(budget);
     Contexts refinement = refinementContexts(refinementPattern);
     if (isTabulated) {
         tables.ids = readIdTable(reader, symbols.size());

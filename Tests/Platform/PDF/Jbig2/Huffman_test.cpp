@@ -120,7 +120,8 @@ TEST(HuffmanTable, ComesWithTheDataToo) {
         bytes.push_back(byte);
     }
     Reader reader(bytes);
-    const HuffmanTable table = HuffmanTable::read(reader);
+    Budget budget(100);
+    const HuffmanTable table = HuffmanTable::read(reader, budget);
     const auto coded = bytesOf("01"
                                "00"
                                "110"
@@ -133,6 +134,19 @@ TEST(HuffmanTable, ComesWithTheDataToo) {
     EXPECT_EQ(table.decode(numbers), 1);
     EXPECT_EQ(table.decode(numbers), std::nullopt);
     EXPECT_EQ(table.decode(numbers), 5);
+}
+
+TEST(HuffmanTable, TakesNoMoreLinesThanWerePaidFor) {
+    constexpr std::size_t lines = 1000;
+    std::vector<std::uint8_t> bytes = {0, 0, 0, 0, 0, 0, 0, lines >> 8, lines & 0xFF}; // from 0 on, two bits a line
+    bytes.resize(bytes.size() + lines / 4 + 1);
+    const auto read = [&](std::uint64_t units) {
+        Reader reader(bytes);
+        Budget budget(units);
+        return HuffmanTable::read(reader, budget);
+    };
+    EXPECT_NO_THROW(static_cast<void>(read(lines * sizeof(HuffmanLine))));
+    EXPECT_THROW(static_cast<void>(read((lines - 1) * sizeof(HuffmanLine))), Damage);
 }
 
 TEST(HuffmanTable, RefusesMoreCodesThanThereCanBe) {
