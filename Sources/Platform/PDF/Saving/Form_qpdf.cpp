@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/Form_p.h"
 
+#include "Platform/PDF/Saving/FreeNames_p.h"
 #include "Platform/PDF/Saving/NamedMerge_p.h"
 
 #include <map>
@@ -151,7 +152,7 @@ private:
         fonts_ = ownDictionary(ownDictionary(form_, "/DR"), "/Font");
         for (auto& field : fields_.getArrayAsVector()) {
             if (field.isDictionary() && field.getKey("/T").isString()) {
-                names_.insert(field.getKey("/T").getUTF8Value());
+                names_.take(field.getKey("/T").getUTF8Value());
             }
         }
     }
@@ -191,16 +192,11 @@ private:
             return;
         }
         const std::string name = field.getKey("/T").getUTF8Value();
-        int& number = suffixes_.try_emplace(name, 1).first->second;
-        std::string unique = name;
-        while (names_.contains(unique)) {
-            unique = name + "_" + std::to_string(++number);
-        }
+        const std::string unique = names_.takeFree(name);
         if (unique != name) {
             field.replaceKey("/T", QPDFObjectHandle::newUnicodeString(unique));
             newNames.try_emplace(name, unique);
         }
-        names_.insert(unique);
     }
 
     void bringCalculationOrder(const PageImport& import, QPDFObjectHandle from) {
@@ -223,8 +219,7 @@ private:
     QPDFObjectHandle fields_;
     QPDFObjectHandle fonts_;
     QPDFObjectHandle order_;
-    std::set<std::string> names_;
-    std::map<std::string, int> suffixes_; ///< the last one that was given to a name
+    FreeNames names_;
     std::map<ImportSource*, NamedMerge> fontMerges_;
 };
 

@@ -28,13 +28,4 @@ private:
     std::map<std::string, std::string> brought_;
 };
 
-/// `name`, or the first of `name`_2, `name`_3, ... that `isFree`.
-template <typename IsFree> std::string freeName(const std::string& name, const IsFree& isFree) {
-    std::string candidate = name;
-    for (int number = 2; !isFree(candidate); ++number) {
-        candidate = name + "_" + std::to_string(number);
-    }
-    return candidate;
-}
-
 } // namespace orvex

@@ -66,10 +66,13 @@ std::string NamedMerge::bring(const std::string& name) {
     if (from_.isDictionary() && from_.hasKey(name)) {
         auto value = copier_.copy(from_.getKey(name), ObjectCopier::Scope::shared);
         copier_.drain();
-        result = freeName(name, [&](const std::string& candidate) {
+        const auto serves = [&](const std::string& candidate) {
             int budget = comparedValues;
             return !to_.hasKey(candidate) || sameValue(to_.getKey(candidate), value, 0, budget);
-        });
+        };
+        for (int number = 2; !serves(result); ++number) {
+            result = name + "_" + std::to_string(number);
+        }
         if (!to_.hasKey(result)) {
             to_.replaceKey(result, value);
         }

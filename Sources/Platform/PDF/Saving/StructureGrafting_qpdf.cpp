@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/StructureTree_p.h"
 
+#include "Platform/PDF/Saving/FreeNames_p.h"
 #include "Platform/PDF/Saving/NamedMerge_p.h"
 #include "Platform/PDF/Saving/Trees_p.h"
 
@@ -30,7 +31,7 @@ struct Graft {
     QPDFObjectHandle root;
     NumberEntries parents;
     NameEntries ids;
-    std::set<std::string> takenIds;
+    FreeNames takenIds;
     std::set<QPDFObjGen> namespaces;
     std::map<ImportSource*, NamedMerge> roles;
     std::map<ImportSource*, NamedMerge> classes;
@@ -154,9 +155,7 @@ private:
         }
         if (auto id = from.getKey("/ID"); id.isString()) {
             const std::string name = id.getStringValue();
-            const std::string free =
-                freeName(name, [this](const std::string& wanted) { return !graft_.takenIds.contains(wanted); });
-            graft_.takenIds.insert(free);
+            const std::string free = graft_.takenIds.takeFree(name);
             graft_.ids.emplace_back(free, to);
             to.replaceKey("/ID", QPDFObjectHandle::newString(free));
             if (free != name) {
@@ -297,7 +296,7 @@ Graft startGraft(QPDF& target) {
     }
     Graft graft{root, readNumberTree(root.getKey("/ParentTree")), readNameTree(root.getKey("/IDTree")), {}, {}, {}, {}};
     for (const auto& [id, element] : graft.ids) {
-        graft.takenIds.insert(id);
+        graft.takenIds.take(id);
     }
     return graft;
 }

@@ -1,5 +1,6 @@
 #include "Platform/PDF/Saving/WholeDocuments_p.h"
 
+#include "Platform/PDF/Saving/FreeNames_p.h"
 #include "Platform/PDF/Saving/NamedMerge_p.h"
 #include "Platform/PDF/Saving/Trees_p.h"
 
@@ -141,7 +142,7 @@ void bringOutlines(Composition& document) {
 
 void bringAttachments(Composition& document) {
     NameEntries files;
-    std::set<std::string> taken;
+    FreeNames taken;
     std::set<ImportSource*> done;
     auto root = document.target.getRoot();
     auto names = root.getKey("/Names");
@@ -149,7 +150,7 @@ void bringAttachments(Composition& document) {
         files = readNameTree(names.getKey("/EmbeddedFiles"));
     }
     for (const auto& [name, file] : files) {
-        taken.insert(name);
+        taken.take(name);
     }
     const std::size_t before = files.size();
     for (auto& import : document.imports) {
@@ -161,10 +162,7 @@ void bringAttachments(Composition& document) {
         import->enter();
         auto& copier = import->from().copier;
         for (const auto& [name, file] : readNameTree(fromNames.getKey("/EmbeddedFiles"))) {
-            const std::string free =
-                freeName(name, [&taken](const std::string& wanted) { return !taken.contains(wanted); });
-            taken.insert(free);
-            files.emplace_back(free, copier.copy(file, Scope::shared));
+            files.emplace_back(taken.takeFree(name), copier.copy(file, Scope::shared));
         }
         copier.drain();
         if (auto associated = from.getKey("/AF"); associated.isArray()) {
