@@ -5,8 +5,23 @@
 
 namespace orvex::tiff {
 
+Bytes Profiles::kept(std::span<const std::uint8_t> profile) {
+    const auto known =
+        std::ranges::find_if(known_, [&](const Bytes& one) { return std::ranges::equal(one.span(), profile); });
+    if (known != known_.end()) {
+        return *known;
+    }
+    if (profile.size() > room_) {
+        throw ImageError("damaged TIFF data (colour profiles that overlap)");
+    }
+    room_ -= profile.size();
+    return known_.emplace_back(Bytes::copyOf(profile));
+}
+
 std::size_t RowConverter::planes() const {
-    return layout_.separate ? std::min(layout_.samples, static_cast<std::size_t>(bitmap_.channels())) : 1;
+    return layout_.separate && !layout_.indexed
+               ? std::min(layout_.samples, static_cast<std::size_t>(bitmap_.channels()))
+               : 1;
 }
 
 void RowConverter::put(const std::uint8_t* source, std::int64_t x, std::int64_t y, std::int64_t count,

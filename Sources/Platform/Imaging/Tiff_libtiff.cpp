@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -148,7 +147,7 @@ Layout readLayout(const File& file) {
     return layout;
 }
 
-ColorSpace readColorSpace(const File& file, const Layout& layout) {
+ColorSpace readColorSpace(const File& file, const Layout& layout, Profiles& profiles) {
     ColorSpace space;
     space.model = layout.viaRGBA || layout.indexed        ? ColorModel::rgb
                   : colorSamples(layout.photometric) == 1 ? ColorModel::gray
@@ -156,8 +155,8 @@ ColorSpace readColorSpace(const File& file, const Layout& layout) {
                                                           : ColorModel::cmyk;
     std::uint32_t count = 0;
     void* profile = nullptr;
-    if (!layout.viaRGBA && TIFFGetField(file, TIFFTAG_ICCPROFILE, &count, &profile) == 1 && count > 0) {
-        space.iccProfile = Bytes::copyOf(std::span(static_cast<const std::uint8_t*>(profile), count));
+    if (!layout.viaRGBA && TIFFGetField(file, TIFFTAG_ICCPROFILE, &count, &profile) == 1 && count <= largestProfile) {
+        space.iccProfile = profiles.kept({static_cast<const std::uint8_t*>(profile), count});
     }
     return space;
 }
@@ -181,7 +180,7 @@ void readResolution(const File& file, ImageInfo& info) {
     info.dpiY = usableDPI(read(TIFFTAG_YRESOLUTION), info.dpiX);
 }
 
-ImageInfo readPage(const File& file, int page) {
+ImageInfo readPage(const File& file, int page, Profiles& profiles) {
     const Layout layout = readLayout(file);
     ImageInfo info;
     info.format = ImageFormat::tiff;
@@ -189,7 +188,7 @@ ImageInfo readPage(const File& file, int page) {
     info.width = file.get<std::uint32_t>(TIFFTAG_IMAGEWIDTH, 0);
     info.height = file.get<std::uint32_t>(TIFFTAG_IMAGELENGTH, 0);
     info.bitsPerComponent = layout.bits;
-    info.colorSpace = readColorSpace(file, layout);
+    info.colorSpace = readColorSpace(file, layout, profiles);
     info.alpha = layout.alpha ? Alpha::straight : Alpha::none;
     info.palette = layout.indexed;
     info.orientation = std::clamp<int>(file.get<std::uint16_t>(TIFFTAG_ORIENTATION, 1), 1, 8);
@@ -355,11 +354,12 @@ std::vector<ImageInfo> readInfo(const Bytes& data) {
     const File file(data);
     std::vector<ImageInfo> pages;
     std::vector<ImageInfo> copies;
+    Profiles profiles(data.size());
     int page = 0;
     do {
         const auto kind = file.get<std::uint32_t>(TIFFTAG_SUBFILETYPE, 0);
         const bool copy = (kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) != 0;
-        (copy ? copies : pages).push_back(readPage(file, page));
+        (copy ? copies : pages).push_back(readPage(file, page, profiles));
     } while (++page < mostPages && TIFFReadDirectory(file) == 1);
     if (TIFFLastDirectory(file) == 0 && page < mostPages) {
         file.fail();

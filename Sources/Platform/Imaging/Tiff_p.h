@@ -1,10 +1,12 @@
-// What the samples of a TIFF page mean, and their way into a bitmap; the library that decompresses them is not known
-// here.
+// What the samples and profiles of TIFF pages mean, and their way into a bitmap; the library that decompresses them is
+// not known here.
 #pragma once
 
 #include "Platform/Imaging/Codecs_p.h"
 
 #include <array>
+#include <span>
+#include <vector>
 
 namespace orvex::tiff {
 
@@ -22,12 +24,24 @@ struct Layout {
     std::array<std::array<std::uint8_t, 3>, 256> palette{};
 };
 
+/// Pages of one file often point to the same colour profile, which may be megabytes: each is kept once.
+class Profiles {
+public:
+    explicit Profiles(std::size_t fileSize) : room_(fileSize) {}
+    /// A copy, or one made before. Throws ImageError when there are more different ones than the file has room for.
+    [[nodiscard]] Bytes kept(std::span<const std::uint8_t> profile);
+
+private:
+    std::size_t room_;
+    std::vector<Bytes> known_;
+};
+
 /// Puts decoded rows of a strip or tile into the rows of a bitmap.
 class RowConverter {
 public:
     RowConverter(const Layout& layout, Bitmap& bitmap) : layout_(layout), bitmap_(bitmap) {}
 
-    /// How many planes of a picture with separate planes the bitmap holds; 1 for interleaved samples.
+    /// How many planes of a picture with separate planes the bitmap holds; 1 for interleaved samples and for indices.
     [[nodiscard]] std::size_t planes() const;
     /// `source` holds `count` pixels that belong at (x, y); with separate planes only samples of `plane`.
     void put(const std::uint8_t* source, std::int64_t x, std::int64_t y, std::int64_t count, std::size_t plane);

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 using namespace orvex;
 using namespace orvex::test;
 
@@ -174,6 +177,102 @@ TEST(Tiff, aProfileIsCarried) {
     const Bytes tiff = convert(toNetpbm(photo(ColorModel::rgb)),
                                "gm convert ppm:in +profile '*' -profile " + path.string() + " tiff:out");
     EXPECT_EQ(onlyPage(tiff).colorSpace.iccProfile, profile);
+}
+
+/// A file of 8 x 8 pixels a page, all pages with the same strips; entries as the format has them: tag, type, count,
+/// value.
+class TinyTiff {
+public:
+    std::uint32_t put(std::string_view data) {
+        const auto at = static_cast<std::uint32_t>(text_.size());
+        text_ += data;
+        text_.resize(text_.size() + text_.size() % 2);
+        return at;
+    }
+    static std::string number(std::uint32_t value, int bytes) {
+        std::string text;
+        for (int i = 0; i < bytes; ++i) {
+            text += static_cast<char>(value >> 8 * i & 0xFF);
+        }
+        return text;
+    }
+    void page(std::vector<std::array<std::uint32_t, 4>> entries) {
+        entries.insert(entries.end(), {{256, 4, 1, 8}, {257, 4, 1, 8}, {259, 3, 1, 1}, {278, 4, 1, 8}});
+        std::ranges::sort(entries);
+        std::string directory = number(static_cast<std::uint32_t>(entries.size()), 2);
+        for (const auto& [tag, type, count, value] : entries) {
+            directory += number(tag, 2) + number(type, 2) + number(count, 4) + number(value, 4);
+        }
+        const std::uint32_t at = put(directory + number(0, 4));
+        text_.replace(next_, 4, number(at, 4));
+        next_ = at + directory.size();
+    }
+    [[nodiscard]] Bytes bytes() const { return Bytes(std::string(text_)); }
+
+private:
+    std::string text_ = std::string("II*\0\0\0\0\0", 8);
+    std::size_t next_ = 4; ///< where the place of the next page goes
+};
+
+/// Pages of one grey strip, each with the `length` bytes from `profiles` on that begin `step` behind the last one's.
+Bytes profiledPages(std::uint32_t count, std::string_view profiles, std::uint32_t length, std::uint32_t step) {
+    TinyTiff tiff;
+    const auto strip = tiff.put(std::string(64, '\x80'));
+    const auto at = tiff.put(profiles);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        tiff.page(
+            {{258, 3, 1, 8}, {262, 3, 1, 1}, {273, 4, 1, strip}, {279, 4, 1, 64}, {34675, 7, length, at + i * step}});
+    }
+    return tiff.bytes();
+}
+
+TEST(Tiff, pagesShareTheirProfile) {
+    const Bytes profile = makeProfile(ColorModel::gray, 5000);
+    const auto pages = readImageInfo(profiledPages(3, profile.text(), 5000, 0));
+    ASSERT_EQ(pages.size(), 3U);
+    for (const auto& page : pages) {
+        EXPECT_EQ(page.colorSpace.iccProfile, profile);
+        EXPECT_EQ(page.colorSpace.iccProfile.data(), pages[0].colorSpace.iccProfile.data());
+    }
+    const auto two = std::string(profile.text()) + std::string(makeProfile(ColorModel::gray, 4999).text()) + 'q';
+    const auto apart = readImageInfo(profiledPages(2, two, 5000, 5000));
+    EXPECT_EQ(apart.at(0).colorSpace.iccProfile, profile);
+    EXPECT_EQ(apart.at(1).colorSpace.iccProfile.text().back(), 'q');
+}
+
+TEST(Tiff, profilesThatOverlapAreRefusedBeforeTheyFillTheMemory) {
+    std::string numbers;
+    for (std::uint32_t i = 0; i < 2000; ++i) {
+        numbers += TinyTiff::number(i, 4);
+    }
+    EXPECT_THROW((void)readImageInfo(profiledPages(20, numbers, 4000, 4)), ImageError);
+}
+
+TEST(Tiff, aProfileThatIsTooLargeIsLeftOut) {
+    const Bytes profile = makeProfile(ColorModel::gray, (4 << 20) + 1);
+    EXPECT_TRUE(onlyPage(profiledPages(1, profile.text(), (4 << 20) + 1, 0)).colorSpace.iccProfile.empty());
+}
+
+TEST(Tiff, indicesInTheirOwnPlaneAreNotThoseOfAnotherPlane) {
+    TinyTiff tiff;
+    const auto indices = tiff.put(std::string(64, '\1'));
+    const auto others = tiff.put(std::string(64, '\2'));
+    const auto strips = tiff.put(TinyTiff::number(indices, 4) + TinyTiff::number(others, 4));
+    const auto sizes = tiff.put(TinyTiff::number(64, 4) + TinyTiff::number(64, 4));
+    std::string map(std::size_t{3} * 256 * 2, '\0');
+    map.replace(1 * 2, 2, "\xFF\xFF");         // red of 1
+    map.replace((256 + 2) * 2, 2, "\xFF\xFF"); // green of 2
+    const auto palette = tiff.put(map);
+    tiff.page({{258, 3, 2, 8 | 8 << 16},
+               {262, 3, 1, 3},
+               {273, 4, 2, strips},
+               {277, 3, 1, 2},
+               {279, 4, 2, sizes},
+               {284, 3, 1, 2},
+               {320, 3, 768, palette},
+               {338, 3, 1, 0}});
+    const Bitmap decoded = decodeImage(tiff.bytes(), onlyPage(tiff.bytes()));
+    EXPECT_EQ(std::vector(decoded.row(7) + 7 * 3, decoded.row(7) + 8 * 3), (std::vector<std::uint8_t>{255, 0, 0}));
 }
 
 TEST(Tiff, everyTruncationIsAnErrorOrTheWholePicture) {
