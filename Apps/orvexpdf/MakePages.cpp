@@ -19,9 +19,9 @@ OrvexPDFSqueezeModePtr presetFromFile(const std::string& path) {
     if (!preset) {
         throw Failure(ExitCode::inputUnusable, displayName(path) + ": not a squeeze preset: " + why);
     }
-    if (preset->dpi < 1 || preset->quality < 0 || preset->quality > 100) {
+    if (preset->dpi < 1 || preset->dpi > 100000 || preset->quality < 0 || preset->quality > 100) {
         throw Failure(ExitCode::inputUnusable,
-                      displayName(path) + ": not a usable preset: dpi must be at least 1 and quality 0 to 100");
+                      displayName(path) + ": not a usable preset: dpi must be 1 to 100000 and quality 0 to 100");
     }
     return preset;
 }

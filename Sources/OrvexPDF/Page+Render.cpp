@@ -15,6 +15,9 @@ namespace {
 
 std::atomic<double> backingScale{1};
 
+/// Beyond what any bitmap can have, within what integers can hold.
+constexpr double mostSide = 1e9;
+
 const char* nameOf(OrvexPDFPageErrorCode code) {
     static constexpr std::array names{"cannotCreateBitmap", "cannotGetPageAndContext", "couldNotOpenPageDictionary",
                                       "couldNotReadResources", "cannotCopyData"};
@@ -25,6 +28,16 @@ const char* nameOf(OrvexPDFPageErrorCode code) {
 Size shownSize(const PDFPage& page) {
     const Size size = page.bounds(PDFDisplayBox::media).size();
     return page.rotation() % 180 == 0 ? size : Size{size.height, size.width};
+}
+
+/// Fractions included. What a file or a resolution made up need not fit an integer.
+Size pixelsAt(std::int64_t dpi, Size points) {
+    const double scale = static_cast<double>(dpi) / 72;
+    const Size pixels{scale * points.width, scale * points.height};
+    if (!(std::abs(pixels.width) < mostSide && std::abs(pixels.height) < mostSide)) {
+        throw OrvexPDFPageError(OrvexPDFPageErrorCode::cannotCreateBitmap);
+    }
+    return pixels;
 }
 
 ImageRepPtr repOf(std::optional<Bitmap> bitmap, Size points) {
@@ -78,17 +91,17 @@ ImageRepPtr OrvexPDFPage::renderBitmap(double width, double height) {
 
 ImagePtr OrvexPDFPage::image(std::int64_t dpi) {
     const Size points = shownSize(*this);
-    const double scale = static_cast<double>(dpi) / 72;
-    const auto rep = renderBitmap(scale * points.width, scale * points.height);
+    const Size pixels = pixelsAt(dpi, points);
+    const auto rep = renderBitmap(pixels.width, pixels.height);
     rep->setSize(points);
     return imageAt(rep, points);
 }
 
 ImagePtr OrvexPDFPage::render(std::int64_t dpi) {
     const Size points = shownSize(*this);
-    const double scale = static_cast<double>(dpi) / 72;
-    const RenderRequest complete{truncateOrDie(scale * points.width, "the width of a page's bitmap"),
-                                 truncateOrDie(scale * points.height, "the height of a page's bitmap"), true, true};
+    const Size pixels = pixelsAt(dpi, points);
+    const RenderRequest complete{static_cast<std::int64_t>(pixels.width), static_cast<std::int64_t>(pixels.height),
+                                 true, true};
     return imageAt(repOf(orvex::render(*this, complete), points), points);
 }
 
@@ -96,7 +109,7 @@ ImagePtr OrvexPDFPage::thumbnail(Size size) {
     const Size shown = shownSize(*this);
     const double fit = std::min(size.width / shown.width, size.height / shown.height);
     const double scale = backingScale;
-    if (!(fit > 0) || !std::isfinite(fit * scale * std::max(shown.width, shown.height))) {
+    if (!(fit > 0) || !(fit * scale * std::max(shown.width, shown.height) < mostSide)) {
         return nullptr;
     }
     const std::int64_t width = wholePixels(shown.width * fit, scale);

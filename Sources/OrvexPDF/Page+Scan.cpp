@@ -38,7 +38,9 @@ bool isPlainColor(const PDFObject& space) {
 /// Nothing that lets the page shine through, or that changes what its samples mean.
 bool isPlainImage(const PDFObject& dictionary) {
     constexpr std::array<std::string_view, 5> others = {"SMask", "Mask", "ImageMask", "Decode", "OC"};
-    return dictionary.get("Subtype").name() == "Image" && isPlainColor(dictionary.get("ColorSpace")) &&
+    const std::int64_t bits = dictionary.get("BitsPerComponent").integer().value_or(8); // a JPEG knows by itself
+    return dictionary.get("Subtype").name() == "Image" && bits >= 1 && bits <= 16 &&
+           isPlainColor(dictionary.get("ColorSpace")) &&
            std::ranges::all_of(others, [&](std::string_view key) { return dictionary.get(key).isNull(); });
 }
 

@@ -98,8 +98,10 @@ TEST_F(BadInput, Presets) {
     write("missing.json", R"({"id":"x","title":"x","dpi":100})");
     write("type.json", R"({"id":"x","title":"x","dpi":"100","quality":40,"colors":"colors","method":"best"})");
     write("zero.json", R"({"id":"x","title":"x","dpi":0,"quality":40,"colors":"colors","method":"best"})");
+    write("fine.json",
+          R"({"id":"x","title":"x","dpi":9223372036854775807,"quality":40,"colors":"colors","method":"best"})");
     write("much.json", R"({"id":"x","title":"x","dpi":72,"quality":400,"colors":"colors","method":"best"})");
-    for (const std::string name : {"text.json", "missing.json", "type.json", "zero.json", "much.json"}) {
+    for (const std::string name : {"text.json", "missing.json", "type.json", "zero.json", "fine.json", "much.json"}) {
         expectRefusal("orvexpdf make a.jpg -o out.pdf --squeeze " + name, unusable, {name, "preset"});
     }
 }

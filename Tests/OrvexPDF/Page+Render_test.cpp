@@ -1,5 +1,6 @@
 #include "OrvexPDF/Alias.h"
 #include "OrvexPDF/Document.h"
+#include "OrvexPDF/Images.h"
 #include "OrvexPDF/Page.h"
 #include "Support/Command.h"
 #include "Support/ImageFixture.h"
@@ -14,6 +15,10 @@
 #include <fstream>
 #include <future>
 #include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace orvex {
 namespace {
@@ -138,6 +143,26 @@ TEST(PageRendering, SizesThatNoBitmapCanHaveAreNamedErrors) {
 TEST(PageRendering, APageOfAbsurdSizeDoesNotExhaustTheMachine) {
     const auto document = squarePage("[0 0 14400000 14400000]");
     EXPECT_THROW((void)document->orvexPage(0)->image(300), OrvexPDFPageError);
+}
+
+TEST(PageRendering, ASizeBeyondTheIntegersThatAFileMadeUpIsANamedError) {
+    constexpr auto most = std::numeric_limits<std::int64_t>::max();
+    const std::string tooWide = "[0 0 99999999999999999999.5 100.0]";
+    const std::vector<std::pair<std::string, std::int64_t>> cases = {
+        {tooWide, 72}, {"[0 0 100 9000000000000000000]", 300}, {"[0 0 300 200]", most}, {"[0 0 300 200]", -most}};
+    for (const auto& [mediaBox, dpi] : cases) {
+        for (const int turn : {0, 90}) {
+            const auto page = squarePage(mediaBox)->orvexPage(0);
+            page->setRotation(turn);
+            EXPECT_THROW((void)page->image(dpi), OrvexPDFPageError) << mediaBox << dpi;
+            EXPECT_THROW((void)page->render(dpi), OrvexPDFPageError) << mediaBox << dpi;
+            const auto squeeze = std::make_shared<OrvexPDFSqueezeMode>(dpi, 50, OrvexPDFSqueezeColors::colors,
+                                                                       OrvexPDFSqueezeMethod::best, "id", "title");
+            EXPECT_FALSE(optimizeImage(*page, squeeze)) << mediaBox << dpi;
+        }
+    }
+    EXPECT_EQ(squarePage(tooWide)->orvexPage(0)->thumbnail({1e20, 1e20}), nullptr);
+    EXPECT_TRUE(orvexOCRImage(*squarePage(tooWide)->orvexPage(0))->representations().empty());
 }
 
 TEST(PageRendering, ABlankPageHasNoPageToDraw) {

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <optional>
 #include <ostream>
 
 namespace orvex {
@@ -49,10 +51,11 @@ Bytes photo(const std::string& options = "-quality 90") {
     return convert(toNetpbm(makePhoto(900, 600)), "cjpeg " + options + " -outfile out in");
 }
 
-OrvexPDFPagePtr pageOf(const Scan& scan, const std::string& filter = "/DCTDecode", int bits = 8) {
-    const std::string dictionary = "/Type /XObject /Subtype /Image /Width 900 /Height 600 /BitsPerComponent " +
-                                   std::to_string(bits) + " /ColorSpace " + scan.colorSpace +
-                                   (filter.empty() ? "" : " /Filter " + filter) + " " + scan.image;
+OrvexPDFPagePtr pageOf(const Scan& scan, const std::string& filter = "/DCTDecode",
+                       std::optional<std::int64_t> bits = 8) {
+    const std::string dictionary = "/Type /XObject /Subtype /Image /Width 900 /Height 600" +
+                                   (bits ? " /BitsPerComponent " + std::to_string(*bits) : "") + " /ColorSpace " +
+                                   scan.colorSpace + (filter.empty() ? "" : " /Filter " + filter) + " " + scan.image;
     return OrvexPDFDocument::fromData(
                Bytes(pdfFromObjects({
                    "<< /Type /Catalog /Pages 2 0 R >>",
@@ -162,6 +165,21 @@ TEST(PageScan, samplesOfEveryDepthLookAsPDFiumDrawsThem) {
         ASSERT_TRUE(ours) << bits;
         expectAlike(*ours, *orvex::render(*page, {300, 200, false, false}), std::to_string(bits));
     }
+}
+
+TEST(PageScan, aDepthThatNoPictureHasIsLeftToPDFium) {
+    const Scan scan{.jpeg = Bytes(std::string(900 * 600 * 3, '\x80'))};
+    EXPECT_TRUE(scanBitmap(*pageOf(scan, "", 8), 300, 200));
+    for (const std::int64_t bits : {std::int64_t{0}, std::int64_t{17}, std::numeric_limits<std::int64_t>::max()}) {
+        const auto page = pageOf(scan, "", bits);
+        EXPECT_FALSE(scanBitmap(*page, 300, 200)) << bits;
+        EXPECT_NO_THROW((void)page->image(72)) << bits;
+    }
+}
+
+TEST(PageScan, aJPEGWithoutADepthOfItsPageIsAPicture) {
+    EXPECT_TRUE(scanBitmap(*pageOf({}, "/DCTDecode", std::nullopt), 300, 200));
+    EXPECT_FALSE(scanBitmap(*pageOf({}, "", std::nullopt), 300, 200));
 }
 
 TEST(PageScan, realScansLookAsPDFiumDrawsThem) {
