@@ -110,14 +110,14 @@ void OrvexPDFDocumentManager::remove(std::int64_t pageAt) {
 }
 
 void OrvexPDFDocumentManager::remove(const OrvexPDFPagePtr& page) {
-    _remove(pdfDoc->index(page.get()));
+    syncOnMain([&] { _remove(pdfDoc->index(page.get())); });
 }
 
 void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
     constexpr std::string_view function = "_remove(pageAt:)";
-    expect(pageAt);
     debugLine(function, "Remove at: ", pageAt);
     syncOnMain([&] {
+        expect(pageAt);
         auto page = pdfDoc->orvexPage(pageAt);
         if (!page) {
             refuseRemove(pageAt);
@@ -137,7 +137,8 @@ void OrvexPDFDocumentManager::_remove(std::int64_t pageAt) {
 
 void OrvexPDFDocumentManager::replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
                                       const OrvexPDFPageMeta& withMeta, bool force) {
-    _replace(pageAt, withPage, std::make_shared<OrvexPDFPageMeta>(withMeta), force, Origin::caller);
+    const auto meta = std::make_shared<OrvexPDFPageMeta>(withMeta);
+    syncOnMain([&] { _replace(pageAt, withPage, meta, force, Origin::caller); });
 }
 
 void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage,
@@ -158,24 +159,36 @@ void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePt
     }
     // A page that the history brings back stood here before: nobody else's, it needs no copy, and undo is exact.
     const auto chosen = force && origin == Origin::caller ? independentCopy(withPage) : withPage;
-    // Undo managers belong to the main thread, so the registration goes there with the change itself.
-    syncOnMain([&] {
-        registerUndo([=](OrvexPDFDocumentManager& manager) {
-            debugLine(function, "Undo step replace at:", pageAt);
-            manager._replace(pageAt, current, currentMeta, force, Origin::history);
-        });
-        pagesMeta.exchange(static_cast<std::size_t>(pageAt), withMeta);
-        pdfDoc->replacePage(pageAt, chosen);
-        didChangeDocument();
+    registerUndo([=](OrvexPDFDocumentManager& manager) {
+        debugLine(function, "Undo step replace at:", pageAt);
+        manager._replace(pageAt, current, currentMeta, force, Origin::history);
     });
+    pagesMeta.exchange(static_cast<std::size_t>(pageAt), withMeta);
+    pdfDoc->replacePage(pageAt, chosen);
+    didChangeDocument();
 }
 
 // Moving and turning
 
 void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std::int64_t to) {
-    std::vector<std::pair<OrvexPDFPagePtr, OrvexPDFPageMetaPtr>> moved;
     auto falling = pagesAt;
     std::sort(falling.rbegin(), falling.rend());
+    if (std::adjacent_find(falling.begin(), falling.end()) != falling.end()) {
+        fatalError("a page was to be moved twice in one move");
+    }
+    syncOnMain([&] {
+        const auto before = to == -1 ? pdfDoc->pageCount() : to;
+        if (isPageIndexOrEnd(before)) {
+            moveBefore(before, pagesAt, falling);
+        } else {
+            batch([to] { debugLine("move(pagesAt:to:)", "Tried to move pages out of index: ", to); });
+        }
+    });
+}
+
+void OrvexPDFDocumentManager::moveBefore(std::int64_t to, const std::vector<std::int64_t>& pagesAt,
+                                         const std::vector<std::int64_t>& falling) {
+    std::vector<std::pair<OrvexPDFPagePtr, OrvexPDFPageMetaPtr>> moved;
     const auto target = to - std::count_if(pagesAt.begin(), pagesAt.end(), [to](auto index) { return index < to; });
     const auto count = pdfDoc->pageCount();
     bool areOut = false;
@@ -212,12 +225,12 @@ void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std
 }
 
 void OrvexPDFDocumentManager::rotate(std::int64_t pageAt, bool left) {
-    auto turned = meta(pageAt);
-    if (!turned) {
-        return;
-    }
-    turned->rotation = addOrDie(turned->rotation, left ? -90 : 90, "the page's rotation");
-    updateMeta(*turned, true);
+    syncOnMain([&] {
+        if (auto turned = meta(pageAt)) {
+            turned->rotation = addOrDie(turned->rotation, left ? -90 : 90, "the page's rotation");
+            updateMeta(*turned, true);
+        }
+    });
 }
 
 } // namespace orvex

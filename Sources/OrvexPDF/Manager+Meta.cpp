@@ -113,7 +113,7 @@ void OrvexPDFDocumentManager::announceGenerated(OrvexPDFPage& page) const {
 
 void OrvexPDFDocumentManager::updateMeta(const OrvexPDFPageMeta& meta, bool force) {
     if (const auto page = generatePage(meta)) {
-        replace(pageIndex(meta.id), page, meta, force);
+        syncOnMain([&] { replace(pageIndex(meta.id), page, meta, force); });
     }
 }
 

@@ -36,9 +36,11 @@ public:
 inline const NotificationName PDFDocumentContentChanged{"OrvexPDFDocumentContentChanged"};
 inline const NotificationName PDFDocumentBytesChanged{"OrvexPDFDocumentBytesChanged"};
 
-/// Meant to be driven from the main thread. Called from another one, edits are carried to the main queue and the caller
-/// waits; what is read meanwhile is not guarded. Page indices count from 0; insertions take 0 to the page count, and -1
-/// for the end. What an edit cannot do it leaves undone, with a line of the log at debug level or none.
+/// Meant to be driven from the main thread. Called from another one, each edit is carried to the main queue as a whole
+/// and the caller waits; updateMeta() generates the page on the caller's thread first. A batch runs on the caller's
+/// thread, so that edits of others may fall into it, and what is read elsewhere meanwhile is not guarded. Page indices
+/// count from 0; insertions take 0 to the page count, and -1 for the end. What an edit cannot do it leaves undone, with
+/// a line of the log at debug level or none.
 class OrvexPDFDocumentManager : public std::enable_shared_from_this<OrvexPDFDocumentManager> {
 public:
     /// A manager with an empty document.
@@ -106,8 +108,9 @@ public:
     /// undo brings the very page back that stood there.
     /// Nothing happens for an index without a page, for the page that is there already, and for a null page.
     void replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force);
-    /// The listed pages, in the listed order, go before the page that is at `to`: one undo step. The indices must be
-    /// valid and distinct; others are fatal.
+    /// The listed pages, in the listed order, go before the page that is at `to`, or to the end where that is -1 or the
+    /// page count: one undo step. No page moves where it is anything else. The indices must be valid and distinct;
+    /// others are fatal.
     void move(const std::vector<std::int64_t>& pagesAt, std::int64_t to);
     /// A quarter turn through the page's record, whose rotation grows or shrinks by 90 degrees without being reduced.
     /// Nothing happens for an index that is negative or beyond the page count; the page count itself is fatal.
@@ -127,7 +130,7 @@ public:
     /// The same at the end.
     std::vector<std::string> append(const OrvexPDFDocumentPtr& document);
 
-    // Manager.cpp: lookups
+    // Manager.cpp: lookups; those by id by one thread at a time, as they note what they learn
     /// The library page at an index; null when there is none.
     [[nodiscard]] OrvexPDFPagePtr page(std::int64_t at) const;
     /// A copy of the record at an index; empty when it is negative or beyond the page count, which itself is fatal.
@@ -165,6 +168,9 @@ private:
     enum class Origin { caller, history };
     void _replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMetaPtr& withMeta, bool force,
                   Origin origin);
+    /// `falling`: the indices from the last to the first.
+    void moveBefore(std::int64_t to, const std::vector<std::int64_t>& pagesAt,
+                    const std::vector<std::int64_t>& falling);
     std::string insertPageOfDocument(const OrvexPDFPagePtr& page, std::int64_t atIndex);
 
     /// As batch(), but whole or not at all: when `block` throws, `takeBack` undoes what it did and no step is left.

@@ -19,8 +19,8 @@ TEST(ManagerMove, PutsTheListedPagesInTheirOrderBeforeTheTarget) {
         std::string result;
     };
     const std::vector<Case> cases = {
-        {{4, 0}, 2, "BEACD"}, {{0}, 5, "BCDEA"},       {{4}, 0, "EABCD"}, {{1, 2}, 2, "ABCDE"},
-        {{2, 1}, 2, "ACBDE"}, {{0, 2, 4}, 3, "BACED"}, {{}, 3, "ABCDE"},
+        {{4, 0}, 2, "BEACD"},    {{0}, 5, "BCDEA"}, {{4}, 0, "EABCD"},  {{1, 2}, 2, "ABCDE"},     {{2, 1}, 2, "ACBDE"},
+        {{0, 2, 4}, 3, "BACED"}, {{}, 3, "ABCDE"},  {{0}, -1, "BCDEA"}, {{3, 1, 4}, -1, "ACDBE"}, {{4, 0}, 5, "BCDEA"},
     };
     for (const auto& one : cases) {
         const auto manager = managerOfPages(5);
@@ -52,6 +52,32 @@ TEST(ManagerMove, IsOneStepAndOnePieceOfNewsBothWays) {
     EXPECT_EQ(news.content, 3);
     EXPECT_EQ(host->news.size(), 3U);
     EXPECT_EQ(manager->silent, 0);
+}
+
+TEST(ManagerMove, ToAPlaceOutsideTheDocumentMovesNothing) {
+    for (const std::int64_t to : {std::int64_t{4}, std::int64_t{9}, std::int64_t{-2},
+                                  std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}) {
+        for (const std::vector<std::int64_t>& pages : {std::vector<std::int64_t>{0}, {2, 1}, {}}) {
+            const auto manager = managerOfPages(3);
+            const auto before = ids(*manager);
+            const ManagerLog log;
+            manager->move(pages, to);
+            EXPECT_EQ(letters(*manager), "ABC");
+            EXPECT_EQ(ids(*manager), before);
+            EXPECT_FALSE(manager->undoManager->canUndo());
+            EXPECT_EQ(manager->silent, 0);
+            EXPECT_THAT(
+                log.texts(),
+                ElementsAre("Manager move(pagesAt:to:) debug: Tried to move pages out of index: " + std::to_string(to),
+                            "Manager didChangeDocument() debug: Did change document (will notify!)"));
+        }
+    }
+}
+
+TEST(ManagerMoveDeathTest, APageListedTwiceIsFatal) {
+    const auto manager = managerOfPages(3);
+    EXPECT_DEATH(manager->move({1, 1}, 0), "twice");
+    EXPECT_DEATH(manager->move({1, 2, 0, 2}, 3), "twice");
 }
 
 TEST(ManagerMove, TakesThePagesOutFromTheLastOnAndPutsThemInAsListed) {

@@ -2,8 +2,13 @@
 #include "ManagerSupport.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <future>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace orvex::test {
 namespace {
@@ -61,11 +66,61 @@ TEST(ManagerThreads, WaitReturnsAfterWhatWasQueuedBefore) {
     EXPECT_TRUE(seen);
 }
 
+TEST(ManagerThreads, NothingHappensInTheMiddleOfAMove) {
+    const auto manager = managerOfPages(5);
+    bool isArmed = true;
+    std::shared_ptr<void> observer;
+    pumpWhile([&] {
+        syncOnMain([&] {
+            observer = MainQueue::shared().onEventEnd([&] {
+                const bool isBegun = letters(*manager) != "ABCDE" || manager->silent > 0;
+                if (isBegun && std::exchange(isArmed, false)) {
+                    manager->insert(pageOfWidth(124), 0, {});
+                }
+            });
+        });
+        manager->move({4, 2}, 0);
+        manager->wait();
+    });
+    observer.reset();
+    EXPECT_EQ(letters(*manager), "XECABD");
+    expectOneRecordPerPage(*manager);
+}
+
+TEST(ManagerThreads, AnEditFindsWhatItNamesWhenItsTurnComes) {
+    const std::vector<std::pair<std::function<void(OrvexPDFDocumentManager&)>, std::string>> cases = {
+        {[](auto& manager) { manager.remove(manager.page(2)); }, "XAB"},
+        {[](auto& manager) { manager.updateMeta(*manager.meta(2), false); }, "XABC"},
+        {[](auto& manager) { manager.rotate(2, true); }, "XABC"},
+    };
+    for (const auto& [edit, expected] : cases) {
+        const auto manager = managerOfPages(3);
+        const auto before = manager->pdfDoc->orvexPages();
+        pumpWhile([&] {
+            std::promise<void> isBusy;
+            MainQueue::shared().async([&] {
+                isBusy.set_value();
+                std::this_thread::sleep_for(std::chrono::milliseconds(30)); // the edit is asked for meanwhile
+                manager->insert(pageOfWidth(124), 0, {});
+            });
+            isBusy.get_future().wait();
+            edit(*manager);
+        });
+        EXPECT_EQ(letters(*manager), expected);
+        EXPECT_EQ(manager->page(1), before[0]);
+        expectOneRecordPerPage(*manager);
+    }
+}
+
 /// What one caller does over and over; the order in which callers get their turns differs from run to run.
 void hammer(OrvexPDFDocumentManager& manager, int number, std::atomic<int>& added) {
     constexpr int rounds = 40;
+    OrvexPDFPageMeta own;
+    own.originalImage = grayImage(30, 20);
+    manager.insert(own.originalImage, 0, own);
+    ++added;
     for (int i = 0; i < rounds; ++i) {
-        switch ((i + number) % 6) {
+        switch ((i + number) % 9) {
         case 0:
             manager.append(pageOfWidth(110 + number));
             ++added;
@@ -75,17 +130,28 @@ void hammer(OrvexPDFDocumentManager& manager, int number, std::atomic<int>& adde
             ++added;
             break;
         case 2:
-            syncOnMain([&] {
-                manager.rotate(0, i % 2 == 0);
-                manager.move({0}, manager.pdfDoc->pageCount());
-            });
+            manager.rotate(0, i % 2 == 0);
+            manager.move({0, 2}, -1);
             break;
         case 3:
-            syncOnMain([&] { manager.batch([&] { manager.rotate(manager.pdfDoc->pageCount() - 1, true); }); });
+            manager.batch([&] { manager.rotate(1, true); });
             break;
         case 4:
             MainQueue::shared().async([&] { manager.updateDocumentBytes(); });
             break;
+        case 5:
+            own.rotation += 90;
+            manager.updateMeta(own, true);
+            break;
+        case 6:
+            manager.replace(2, pageOfWidth(130), {}, i % 2 == 0);
+            break;
+        case 7: {
+            const auto page = pageOfWidth(140);
+            manager.append(page);
+            manager.remove(page);
+            break;
+        }
         default:
             manager.wait();
         }
@@ -114,7 +180,7 @@ TEST(ManagerThreads, ManyCallersAtOnceLoseNothing) {
         }
     });
     EXPECT_TRUE(isRead);
-    EXPECT_GT(added, 50);
+    EXPECT_GT(added, 30);
     EXPECT_EQ(manager->pdfDoc->pageCount(), 3 + added);
     expectOneRecordPerPage(*manager);
     EXPECT_EQ(manager->silent, 0);
