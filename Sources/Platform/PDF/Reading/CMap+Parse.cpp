@@ -19,6 +19,8 @@ struct Token {
 };
 
 constexpr std::size_t longestOrdering = 64;
+// In UTF-16 units. Ligatures have up to 18; a page of text per code would multiply.
+constexpr std::size_t longestText = 64;
 
 /// The little of PostScript that character maps are written in.
 class Lexer {
@@ -251,7 +253,8 @@ private:
         if (bytes.size() == 1) {
             map_.pool_ += static_cast<char16_t>(static_cast<std::uint8_t>(bytes[0]));
         }
-        for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+        const std::size_t end = std::min(bytes.size(), 2 * longestText);
+        for (std::size_t at = 0; at + 1 < end; at += 2) {
             map_.pool_ += static_cast<char16_t>(valueOf(std::string_view(bytes).substr(at, 2)));
         }
         map_.texts_.push_back(

@@ -9,6 +9,9 @@ namespace orvex {
 
 namespace {
 
+// Every code is held against all of them; real maps have up to ten.
+constexpr std::size_t mostCodeSpaces = 100;
+
 constexpr bool isHighSurrogate(char16_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
 }
@@ -74,6 +77,7 @@ void CMap::finish() {
         spaces_.insert(spaces_.end(), base_->spaces_.begin(), base_->spaces_.end());
         ordering_ = ordering_.empty() ? base_->ordering_ : ordering_;
     }
+    spaces_.resize(std::min(spaces_.size(), mostCodeSpaces));
     std::ranges::stable_sort(spaces_, {}, &CodeSpace::length);
     twoByte_ = std::ranges::all_of(spaces_, [](const CodeSpace& space) { return space.length == 2; });
     settle(identifiers_);

@@ -17,7 +17,8 @@ public:
     /// Gives the map of a name that another one builds upon; null when there is none.
     using Named = std::function<std::shared_ptr<const CMap>(std::string_view name)>;
 
-    /// Reads what can be read; never fails. Ranges stay ranges: memory is bounded by the source's size.
+    /// Reads what can be read; never fails. Ranges stay ranges: memory is bounded by the source's size. The text of a
+    /// code is cut at 64 UTF-16 units, and code spaces beyond the hundredth are passed over.
     static std::shared_ptr<const CMap> parse(std::string_view source, const Named& named = {},
                                              std::shared_ptr<const CMap> base = nullptr);
     /// Two-byte codes that are the identifiers.

@@ -155,6 +155,14 @@ bool ContentReader::isShown(const Glyph& glyph, const GlyphStyle& style) const {
     return overlap(middle, *state_.clip);
 }
 
+/// Of the bytes of text that are left; with too few of them reading ends.
+bool ContentReader::take(std::size_t bytes) {
+    const bool has = bytes <= limits_.textBytes;
+    limits_.textBytes = has ? limits_.textBytes - bytes : 0;
+    exhausted_ = exhausted_ || !has;
+    return has;
+}
+
 void ContentReader::place(std::string_view text, Point origin, double width) {
     const GlyphStyle& style = page_.styles.back();
     if (hiddenMarks_ > 0 || !(style.size > 0)) {
@@ -164,7 +172,7 @@ void ContentReader::place(std::string_view text, Point origin, double width) {
     if (width < 0) {
         glyph.origin = {origin.x + style.direction.x * width, origin.y + style.direction.y * width};
     }
-    if (!isShown(glyph, style)) {
+    if (!isShown(glyph, style) || !take(text.size())) {
         return;
     }
     glyph.isBlank = isWhiteSpace(text);
@@ -180,7 +188,7 @@ void ContentReader::beginMark(const ContentScanner& scanner) {
     if (marks_.size() < limits_.savedStates) {
         marks_.push_back({content.hidden, content.actualText, page_.glyphs.size(), content.foundText.has_value()});
         if (content.foundText && !inItem_ && page_.foundTexts.size() < limits_.items &&
-            isValidUTF8(*content.foundText)) {
+            isValidUTF8(*content.foundText) && take(content.foundText->size())) {
             inItem_ = true;
             page_.foundTexts[++items_] = {*content.foundText, state_.ctm.apply(content.foundBox)};
         }
@@ -206,14 +214,17 @@ void ContentReader::endMark() {
 /// The text goes to the first of the glyphs that it replaces, which grows over the others of its line.
 void ContentReader::replaceText(const Mark& mark) {
     auto& glyphs = page_.glyphs;
-    const auto text = isValidUTF8(*mark.actualText) ? std::string_view(*mark.actualText) : std::string_view{};
+    if (!take(glyphs.size() - mark.firstGlyph + mark.actualText->size())) {
+        return;
+    }
     std::string shown;
     for (std::size_t i = mark.firstGlyph; i < glyphs.size(); ++i) {
         shown += glyphs[i].text;
     }
-    if (shown == text) {
+    if (shown == *mark.actualText) {
         return;
     }
+    const auto text = isValidUTF8(*mark.actualText) ? std::string_view(*mark.actualText) : std::string_view{};
     Glyph first = glyphs[mark.firstGlyph];
     const GlyphStyle& style = page_.styleOf(first);
     for (std::size_t i = mark.firstGlyph + 1; i < glyphs.size(); ++i) {

@@ -26,8 +26,9 @@ Rect intersection(const Rect& a, const Rect& b) {
 
 } // namespace
 
-ContentReader::ContentReader(const PDFSource& source, ReadingCache& cache, const Rect& mediaBox, PageGlyphs& glyphs)
-    : source_(source), cache_(cache), mediaBox_(mediaBox), page_(glyphs) {}
+ContentReader::ContentReader(const PDFSource& source, ReadingCache& cache, const Rect& mediaBox, PageGlyphs& glyphs,
+                             const ReadingLimits& limits)
+    : source_(source), cache_(cache), mediaBox_(mediaBox), page_(glyphs), limits_(limits) {}
 
 void ContentReader::read(const ContentBuffer& content, ContentResources& resources) {
     resources_ = &resources;
@@ -218,13 +219,14 @@ void ContentReader::restore() {
 }
 
 void ContentReader::use(const FontUse& font, double size) {
-    state_.font = font.font.get();
     state_.isTextLayer = font.isTextLayer;
     state_.fontSize = size;
-    auto& kept = page_.fonts;
-    if (font.font && std::find(kept.rbegin(), kept.rend(), font.font) == kept.rend()) {
-        kept.push_back(font.font);
+    if (font.font.get() == state_.font) {
+        return;
     }
+    auto& kept = page_.fonts;
+    const bool isKept = font.font && (kept.contains(font.font) || kept.size() < limits_.fonts);
+    state_.font = isKept ? kept.insert(font.font).first->get() : nullptr;
 }
 
 void ContentReader::setFont(std::span<const Operand> operands) {
@@ -294,6 +296,7 @@ void ContentReader::runFormContent(const FormUse& form) {
     ContentResources resources(source_, cache_, form.resources);
     const State before = state_;
     auto outerSaves = std::exchange(saved_, {});
+    const auto outerUnsaved = std::exchange(unsaved_, 0);
     auto outerMarks = std::exchange(marks_, {});
     auto* outerResources = std::exchange(resources_, &resources);
     const auto outerText = std::pair(textMatrix_, lineMatrix_);
@@ -307,6 +310,7 @@ void ContentReader::runFormContent(const FormUse& form) {
     }
     state_ = before;
     saved_ = std::move(outerSaves);
+    unsaved_ = outerUnsaved;
     marks_ = std::move(outerMarks);
     resources_ = outerResources;
     std::tie(textMatrix_, lineMatrix_) = outerText;

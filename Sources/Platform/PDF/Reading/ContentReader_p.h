@@ -4,8 +4,10 @@
 #include "Platform/PDF/Reading/ContentResources_p.h"
 #include "Platform/PDF/Reading/PageGlyphs_p.h"
 
+#include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace orvex {
@@ -18,11 +20,14 @@ struct ReadingLimits {
     std::size_t formDepth = 24;
     std::size_t savedStates = 10'000;
     std::size_t items = 100'000; ///< of text layers, that say what they stand for
+    std::size_t fonts = 5'000;
+    std::size_t textBytes = std::size_t{32} << 20; ///< of glyphs and of what replaces some, each time that it does
 };
 
 class ContentReader {
 public:
-    ContentReader(const PDFSource& source, ReadingCache& cache, const Rect& mediaBox, PageGlyphs& glyphs);
+    ContentReader(const PDFSource& source, ReadingCache& cache, const Rect& mediaBox, PageGlyphs& glyphs,
+                  const ReadingLimits& limits = {});
 
     /// Ends as soon as there is anything but white space.
     void stopAtFirstText() { stopAtFirstText_ = true; }
@@ -44,7 +49,7 @@ private:
     };
     struct Mark {
         bool hidden = false;
-        std::optional<std::string> actualText; ///< UTF-8
+        std::shared_ptr<const std::string> actualText; ///< UTF-8; null where there is none
         std::size_t firstGlyph = 0;
         bool isItem = false;
     };
@@ -68,6 +73,7 @@ private:
     void beginMark(const ContentScanner& scanner);
     void endMark();
     void replaceText(const Mark& mark);
+    [[nodiscard]] bool take(std::size_t bytes);
 
     void showString(const Operand& string, const ContentScanner& scanner);
     void showArray(const ContentScanner& scanner);

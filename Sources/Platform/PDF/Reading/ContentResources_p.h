@@ -7,7 +7,8 @@
 #include "Platform/PDF/Reading/ContentScanner_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 
-#include <deque>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -52,15 +53,17 @@ struct FormUse {
 };
 
 struct MarkedContent {
-    std::optional<std::string> actualText; ///< UTF-8
+    std::shared_ptr<const std::string> actualText; ///< UTF-8; null where there is none
     bool hidden = false;
     std::optional<std::string> foundText; ///< UTF-8; of an item of a text layer of ours, with its place
     Rect foundBox;                        ///< in user space
 };
 
-/// One resource dictionary. Keeps the fonts that it was asked for; takes the source's mutex itself.
+/// One resource dictionary. Looks each name up once; takes the source's mutex itself.
 class ContentResources {
 public:
+    /// Of each kind; further ones lead nowhere.
+    static constexpr std::size_t mostNames = 20'000;
     /// Hold the source's mutex.
     ContentResources(const PDFSource& source, ReadingCache& cache, QPDFObjectHandle dictionary)
         : source_(source), cache_(cache), dictionary_(dictionary) {}
@@ -72,7 +75,7 @@ public:
         double size = 0;
     };
     /// The font that a graphics state names.
-    std::optional<SizedFont> graphicsStateFont(std::string_view name);
+    const std::optional<SizedFont>& graphicsStateFont(std::string_view name);
     /// None for images and for names that lead nowhere; `limit` as for storedStreams().
     std::optional<FormUse> form(std::string_view name, std::size_t limit);
     /// `operands` are those of BDC: a tag, and a name or a dictionary.
@@ -81,18 +84,21 @@ public:
     [[nodiscard]] const QPDFObjectHandle& dictionary() const { return dictionary_; }
 
 private:
+    template <class Value> using ByName = std::map<std::string, Value, std::less<>>;
+    template <class Value, class LookUp>
+    const Value& known(ByName<Value>& names, std::string_view name, const LookUp& lookUp);
     QPDFObjectHandle named(const char* category, std::string_view name);
+    std::optional<SizedFont> fontOf(QPDFObjectHandle graphicsState);
+    MarkedContent contentOf(QPDFObjectHandle properties);
     MarkedContent inlineProperties(std::span<const Operand> operands, const ContentScanner& scanner);
     FontUse use(QPDFObjectHandle font);
 
     const PDFSource& source_;
     ReadingCache& cache_;
     QPDFObjectHandle dictionary_;
-    struct NamedFont {
-        std::string name;
-        FontUse use;
-    };
-    std::deque<NamedFont> fonts_;
+    ByName<FontUse> fonts_;
+    ByName<std::optional<SizedFont>> graphicsStateFonts_;
+    ByName<MarkedContent> properties_;
 };
 
 } // namespace orvex

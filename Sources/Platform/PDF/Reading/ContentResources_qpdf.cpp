@@ -1,5 +1,6 @@
 #include "Platform/PDF/Numbers_p.h"
 #include "Platform/PDF/Reading/ContentResources_p.h"
+#include "Platform/PDF/Syntax_p.h"
 
 #include <qpdf/QPDF.hh>
 
@@ -16,11 +17,7 @@ constexpr int deepestExpression = 32;
 std::string keyOf(std::string_view name) {
     std::string key = "/";
     for (std::size_t at = 0; at < name.size(); ++at) {
-        const auto digit = [&](std::size_t i) {
-            const char c = i < name.size() ? name[i] : '\0';
-            const char lower = static_cast<char>(c | 0x20);
-            return c >= '0' && c <= '9' ? c - '0' : lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-        };
+        const auto digit = [&](std::size_t i) { return i < name.size() ? hexDigit(name[i]) : -1; };
         if (name[at] == '#' && digit(at + 1) >= 0 && digit(at + 2) >= 0) {
             key += static_cast<char>(digit(at + 1) << 4 | digit(at + 2));
             at += 2;
@@ -145,19 +142,29 @@ FontUse ContentResources::use(QPDFObjectHandle font) {
     return {cache_.font(font), isTextLayer};
 }
 
-const FontUse& ContentResources::font(std::string_view name) {
-    const auto known = std::ranges::find(fonts_, name, &NamedFont::name);
-    if (known != fonts_.end()) {
-        return known->use;
+template <class Value, class LookUp>
+const Value& ContentResources::known(ByName<Value>& names, std::string_view name, const LookUp& lookUp) {
+    if (const auto at = names.find(name); at != names.end()) {
+        return at->second;
+    }
+    if (names.size() >= mostNames) {
+        static const Value nothing;
+        return nothing;
     }
     const std::lock_guard lock(source_.mutex());
-    return fonts_.emplace_back(NamedFont{std::string(name), use(named("/Font", name))}).use;
+    return names.emplace(name, lookUp()).first->second;
 }
 
-std::optional<ContentResources::SizedFont> ContentResources::graphicsStateFont(std::string_view name) {
-    const std::lock_guard lock(source_.mutex());
-    auto state = named("/ExtGState", name);
-    auto entry = state.isDictionary() ? state.getKey("/Font") : QPDFObjectHandle::newNull();
+const FontUse& ContentResources::font(std::string_view name) {
+    return known(fonts_, name, [&] { return use(named("/Font", name)); });
+}
+
+const std::optional<ContentResources::SizedFont>& ContentResources::graphicsStateFont(std::string_view name) {
+    return known(graphicsStateFonts_, name, [&] { return fontOf(named("/ExtGState", name)); });
+}
+
+std::optional<ContentResources::SizedFont> ContentResources::fontOf(QPDFObjectHandle graphicsState) {
+    auto entry = graphicsState.isDictionary() ? graphicsState.getKey("/Font") : QPDFObjectHandle::newNull();
     double size = 0;
     if (!entry.isArray() || entry.getArrayNItems() < 2 || !readNumber(entry.getArrayItem(1), size)) {
         return std::nullopt;
@@ -214,7 +221,7 @@ MarkedContent ContentResources::inlineProperties(std::span<const Operand> operan
             --depth;
         } else if (depth == 1 && key.kind == OperandKind::name && value.isString()) {
             if (key.text == "ActualText") {
-                result.actualText = textOf(value, scanner);
+                result.actualText = std::make_shared<const std::string>(textOf(value, scanner));
             } else if (key.text == "Text") {
                 result.foundText = textOf(value, scanner);
             }
@@ -241,17 +248,22 @@ MarkedContent ContentResources::markedContent(std::span<const Operand> operands,
     if (operands[1].kind != OperandKind::name) {
         return {};
     }
-    const std::lock_guard lock(source_.mutex());
-    auto properties = named("/Properties", operands[1].text);
-    if (!properties.isDictionary()) {
-        return {};
+    const auto name = operands[1].text;
+    MarkedContent content = known(properties_, name, [&] { return contentOf(named("/Properties", name)); });
+    content.hidden = content.hidden && operands[0].text == "OC";
+    return content;
+}
+
+/// Hidden is what a layer is, whoever names it.
+MarkedContent ContentResources::contentOf(QPDFObjectHandle properties) {
+    MarkedContent content;
+    if (properties.isDictionary()) {
+        content.hidden = cache_.isHidden(source_, properties);
+        if (auto text = properties.getKey("/ActualText"); text.isString()) {
+            content.actualText = std::make_shared<const std::string>(text.getUTF8Value());
+        }
     }
-    MarkedContent result;
-    result.hidden = operands[0].text == "OC" && cache_.isHidden(source_, properties);
-    if (auto text = properties.getKey("/ActualText"); text.isString()) {
-        result.actualText = text.getUTF8Value();
-    }
-    return result;
+    return content;
 }
 
 } // namespace orvex

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace orvex {
@@ -48,9 +49,9 @@ struct StatedItem {
 struct PageGlyphs {
     std::vector<Glyph> glyphs;
     std::vector<GlyphStyle> styles;
-    std::deque<std::string> texts;                      ///< behind glyphs whose text is not their font's
-    std::vector<std::shared_ptr<const TextFont>> fonts; ///< behind the others
-    std::map<std::uint32_t, StatedItem> foundTexts;     ///< by item, for those whose glyphs do not speak for themselves
+    std::deque<std::string> texts;                             ///< behind glyphs whose text is not their font's
+    std::unordered_set<std::shared_ptr<const TextFont>> fonts; ///< behind the others
+    std::map<std::uint32_t, StatedItem> foundTexts; ///< by item, for those whose glyphs do not speak for themselves
 
     void clear();
     [[nodiscard]] const GlyphStyle& styleOf(const Glyph& glyph) const { return styles[glyph.style]; }

@@ -40,9 +40,11 @@ std::vector<Metrics> settled(std::vector<Metrics> metrics) {
     return apart;
 }
 
-/// Reads `[c [m m ...] c c m ...]`, where each m is `size` numbers: /W has one, /W2 has three.
+/// Reads `[c [m m ...] c c m ...]`, where each m is `size` numbers: /W has one, /W2 has three. Inner arrays may be one
+/// and the same, so items are counted each time that they are looked at.
 std::vector<Metrics> readMetrics(QPDFObjectHandle array, int size) {
     std::vector<Metrics> metrics;
+    int left = mostFontArrayItems;
     const auto add = [&](QPDFObjectHandle from, int at, std::uint32_t first, std::uint32_t last) {
         const auto advance = fontNumber(from.getArrayItem(at));
         if (advance && first <= last) {
@@ -52,13 +54,14 @@ std::vector<Metrics> readMetrics(QPDFObjectHandle array, int size) {
         }
     };
     const int count = array.isArray() ? std::min(array.getArrayNItems(), mostFontArrayItems) : 0;
-    for (int i = 0; i + 1 < count;) {
+    for (int i = 0; i + 1 < count && left > 0; --left) {
         const auto first = fontCode(array.getArrayItem(i));
         auto second = array.getArrayItem(i + 1);
         if (!first) {
             ++i;
         } else if (second.isArray()) {
-            const int inner = std::min(second.getArrayNItems(), mostFontArrayItems);
+            const int inner = std::min(second.getArrayNItems(), left);
+            left -= inner;
             for (int k = 0; k + size <= inner && *first + static_cast<std::uint32_t>(k / size) <= 0xFFFF; k += size) {
                 const std::uint32_t id = *first + static_cast<std::uint32_t>(k / size);
                 add(second, k, id, id);
