@@ -56,17 +56,17 @@ void writeFoundDocument(const OrvexPDFDocument& document, const std::vector<std:
                         const FoundOptions& options, ByteSink& sink) {
     const std::string author = writeJSON(document.author(), false);
     const std::string creator = writeJSON(document.creator(), false);
-    const auto describe = [&](const OrvexPDFPage& page, bool first) {
-        const std::string json = foundOn(page, options.stored).toJSONString(!options.compact);
-        return options.compact ? (first ? "" : ",") + json : (first ? "\n" : ",\n") + indented(json, "    ");
+    const auto describe = [&](std::size_t i) {
+        const std::string json = foundOn(*document.orvexPage(pages[i]), options.stored).toJSONString(!options.compact);
+        return options.compact ? (i == 0 ? "" : ",") + json : (i == 0 ? "\n" : ",\n") + indented(json, "    ");
     };
     if (options.compact) {
         put(sink, "{\"author\":" + author + ",\"creator\":" + creator + ",\"source\":\"pdf\",\"pages\":[");
-        writePages(document, pages, sink, describe);
+        writePages(pages.size(), sink, describe);
         put(sink, "]}\n");
     } else {
         put(sink, "{\n  \"author\" : " + author + ",\n  \"creator\" : " + creator + ",\n  \"pages\" : [");
-        writePages(document, pages, sink, describe);
+        writePages(pages.size(), sink, describe);
         put(sink, std::string(pages.empty() ? "\n" : "") + "\n  ],\n  \"source\" : \"pdf\"\n}\n");
     }
 }

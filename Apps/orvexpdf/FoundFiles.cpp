@@ -6,6 +6,8 @@
 
 #include "Platform/Foundation/Workers.h"
 
+#include <CLI/CLI.hpp>
+
 namespace orvex::tool {
 
 namespace {
@@ -51,7 +53,7 @@ FoundFiles::FoundFiles(const std::vector<std::string>& paths, std::size_t limit)
         }
         if (pageCount() > limit) {
             requirePages();
-            fail(path, "more found pages (" + std::to_string(pageCount()) + ") than pages made from images (" +
+            fail(path, "more found pages (" + std::to_string(pageCount()) + ") than pages to lay them on (" +
                            std::to_string(limit) + ")");
         }
     }
@@ -89,6 +91,14 @@ std::shared_ptr<const OrvexFoundPage> FoundFiles::page(std::size_t index) const 
         fail(file->path, "not found content: " + why);
     }
     return std::make_shared<const OrvexFoundPage>(std::move(*page));
+}
+
+CLI::Option* addFoundFiles(CLI::App& app, std::vector<std::string>& paths, const std::string& what) {
+    return app.add_option("--found", paths, what)
+        ->type_name("FILE.json")
+        ->expected(1)
+        ->allow_extra_args(false) // what stands behind its file belongs to the command
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 FoundPages readFoundPages(const std::vector<std::string>& paths, std::size_t limit) {

@@ -3,6 +3,8 @@
 
 #include "OrvexPDF/FoundContent.h"
 
+#include <CLI/App.hpp>
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -40,6 +42,9 @@ private:
     std::vector<std::unique_ptr<const File>> files_;
     std::vector<Place> places_;
 };
+
+/// The option --found, which may be given several times.
+CLI::Option* addFoundFiles(CLI::App& app, std::vector<std::string>& paths, const std::string& what);
 
 /// All pages of FoundFiles. Throws Failure.
 [[nodiscard]] FoundPages readFoundPages(const std::vector<std::string>& paths, std::size_t limit);

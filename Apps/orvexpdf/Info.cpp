@@ -60,12 +60,8 @@ PageInfo describePage(const OrvexPDFDocumentManager& manager, std::int64_t index
 FileInfo examine(const std::string& path, const std::string& password) {
     const Bytes data = readInput(path);
     // The manager stamps its own producer on what it loads; the file's is read before.
-    std::optional<PDFOpenError> why;
-    const auto document = OrvexPDFDocument::fromData(data, &why, password);
+    const auto document = documentFrom(data, path, password);
     const auto manager = OrvexPDFDocumentManager::create();
-    if (!document) {
-        failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
-    }
     if (!manager->load(data, password)) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
     }

@@ -6,26 +6,45 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <memory>
 #include <system_error>
 #include <utility>
-#include <vector>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace orvex::tool {
 
 namespace {
 
-Bytes readStandardInput() {
+/// Returns when there is something to read, or when nothing will come any more.
+void waitFor(int descriptor) {
+    constexpr int patience = 200; // milliseconds: an interrupt just before the call does not end it
+    pollfd wanted{descriptor, POLLIN, 0};
+    for (;;) {
+        throwIfInterrupted();
+        const int ready = ::poll(&wanted, 1, patience);
+        if (ready > 0 || (ready < 0 && errno != EINTR)) {
+            return;
+        }
+    }
+}
+
+[[noreturn]] void cannotRead(const std::string& path, int error) {
+    throw Failure(ExitCode::inputUnreadable, FileError(displayName(path), error, "read").what());
+}
+
+Bytes readStream(int descriptor, const std::string& path) {
     constexpr std::size_t step = std::size_t{1} << 20;
     std::vector<std::uint8_t> buffer;
     for (std::size_t size = 0;;) {
-        throwIfInterrupted();
         buffer.resize(size + step);
-        const auto count = ::read(STDIN_FILENO, buffer.data() + size, step);
-        if (count < 0 && errno != EINTR) {
-            throw Failure(ExitCode::inputUnreadable,
-                          "cannot read standard input: " + std::generic_category().message(errno));
+        waitFor(descriptor);
+        const auto count = ::read(descriptor, buffer.data() + size, step);
+        if (count < 0 && errno != EINTR && errno != EAGAIN) {
+            cannotRead(path, errno);
         }
         size += count > 0 ? static_cast<std::size_t>(count) : 0;
         if (count == 0) {
@@ -35,11 +54,27 @@ Bytes readStandardInput() {
     }
 }
 
+/// Opening does not wait for the other side, as an interrupt could not end that.
+Bytes readStream(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        cannotRead(path, errno);
+    }
+    const std::shared_ptr<const void> closing(nullptr, [descriptor](const void*) { ::close(descriptor); });
+    return readStream(descriptor, path);
+}
+
 } // namespace
 
+bool isStream(const std::string& path) {
+    std::error_code ignored;
+    const auto status = std::filesystem::status(path, ignored);
+    return path == "-" || (exists(status) && !is_regular_file(status) && !is_directory(status));
+}
+
 Bytes readInput(const std::string& path) {
-    if (path == "-") {
-        return readStandardInput();
+    if (isStream(path)) {
+        return path == "-" ? readStream(STDIN_FILENO, path) : readStream(path);
     }
     if (auto bytes = mapFile(path)) {
         return std::move(*bytes);

@@ -1,6 +1,5 @@
 #include "Interrupt.h"
 
-#include "Failure.h"
 #include "MappedFile.h"
 
 #include <csignal>
@@ -16,11 +15,22 @@ extern "C" void notice(int signal) {
     noticed = signal;
 }
 
+/// What the caller wants ignored, as nohup does, stays ignored. Calls that wait are not taken up again after a signal.
+void watch(int signal) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+        return;
+    }
+    action = {};
+    action.sa_handler = notice;
+    ::sigaction(signal, &action, nullptr);
+}
+
 } // namespace
 
 void watchInterrupts() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(signal, notice);
+        watch(signal);
     }
     surviveCutFiles();
     std::signal(SIGPIPE, SIG_IGN);
@@ -28,8 +38,8 @@ void watchInterrupts() {
 }
 
 void throwIfInterrupted() {
-    if (isMappedFileCut()) {
-        throw Failure(ExitCode::inputUnreadable, "an input was cut short while it was being read");
+    if (const auto path = cutFile()) {
+        throw InputCut(ExitCode::inputUnreadable, *path + ": cut short while it was being read");
     }
     if (const int signal = noticed; signal != 0) {
         throw Interrupted(signal);

@@ -1,9 +1,17 @@
 // Ctrl-C and its kin: the command stops at the next safe point, so that nothing half-made is left behind.
 #pragma once
 
+#include "Failure.h"
+
 #include <exception>
 
 namespace orvex::tool {
+
+/// An input was cut short while it was being read, maybe another one than that at hand.
+class InputCut : public Failure {
+public:
+    using Failure::Failure;
+};
 
 /// Thrown where an interrupt was noticed.
 class Interrupted : public std::exception {
@@ -18,7 +26,7 @@ private:
 
 /// Takes note of interrupts from now on. Closed pipes and size limits become ordinary write errors.
 void watchInterrupts();
-/// Throws Interrupted, or Failure when an input was cut short meanwhile: for loops, and before results are final.
+/// Throws Interrupted, or InputCut: for loops, and before results are final.
 void throwIfInterrupted();
 /// Ends the process as the signal would have ended it.
 [[noreturn]] void dieOf(const Interrupted& interrupt);

@@ -1,5 +1,7 @@
 #include "Commands.h"
+#include "Failure.h"
 #include "FoundFiles.h"
+#include "Input.h"
 #include "MakePages.h"
 #include "OpenPDF.h"
 #include "PageRange.h"
@@ -36,6 +38,9 @@ constexpr auto textLayerExamples = R"(Examples:
       A found page for page 7.)";
 
 void watermark(const LayerOptions& options) {
+    if (options.text.empty()) {
+        throw Failure(ExitCode::usage, "--text: a banner without text shows nothing");
+    }
     checkPDFOutput(options.output, options.file);
     const auto manager = openPDF(options.file, options.password);
     for (const auto index : parsePages(options.pages, manager->pdfDoc->pageCount())) {
@@ -93,8 +98,11 @@ void textLayer(const LayerOptions& options) {
     checkPDFOutput(options.output, options.file, options.found);
     const auto ahead = findFontAhead();
     const auto manager = openPDF(options.file, options.password);
-    const auto pages = parsePages(options.pages, manager->pdfDoc->pageCount());
+    const auto pages = parseDistinctPages(options.pages, manager->pdfDoc->pageCount());
     const auto found = std::make_shared<const FoundFiles>(options.found, pages.size());
+    if (found->pageCount() == 0) {
+        throw Failure(ExitCode::inputUnusable, displayName(options.found.front()) + ": no found pages in it");
+    }
     for (std::size_t i = 0; i < found->pageCount(); ++i) {
         const auto record = *manager->meta(pages[i]);
         manager->replace(pages[i], std::make_shared<PageWithTextInFile>(record, found, i), record, false);
@@ -126,11 +134,8 @@ Command addWatermark(CLI::App& tool) {
 Command addTextLayer(CLI::App& tool) {
     auto options = std::make_shared<LayerOptions>();
     auto* app = addCommon(tool, "text-layer", "Make pages searchable with recognised text", *options);
-    app->add_option("--found", options->found, "Recognised text as JSON: a found document or\nfound pages, in order")
-        ->required()
-        ->type_name("FILE.json")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addFoundFiles(*app, options->found, "Recognised text as JSON: a found document or\nfound pages, in order")
+        ->required();
     app->footer(textLayerExamples);
     return {app, [options] { textLayer(*options); }};
 }

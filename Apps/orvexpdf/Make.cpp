@@ -142,8 +142,7 @@ std::int64_t save(OrvexPDFDocumentManager& manager, const std::string& path, con
 
 void make(const MakeOptions& options) {
     checkOptions(options);
-    const auto manager = OrvexPDFDocumentManager::create();
-    manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
+    const auto manager = makeManager();
     const auto names = addInputs(*manager, options);
     if (options.title) {
         manager->pdfDoc->setTitle(*options.title);
@@ -170,12 +169,9 @@ Command addMake(CLI::App& tool) {
     app->add_option("-o,--output", options->output, "The PDF to write; - for standard output")
         ->required()
         ->type_name("OUT.pdf");
-    app->add_option("--found", options->found,
-                    "Recognised text as JSON: a found document, whose pages go\n"
-                    "to the pages in order, or a found page, once per page")
-        ->type_name("FILE.json")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addFoundFiles(*app, options->found,
+                  "Recognised text as JSON: a found document, whose pages go\n"
+                  "to the pages in order, or a found page, once per page");
     app->add_option("--squeeze", options->squeeze,
                     "Reduce and compress: strong (72 dpi), medium (144 dpi),\n"
                     "low (300 dpi), or a preset's JSON file")
@@ -183,7 +179,9 @@ Command addMake(CLI::App& tool) {
     app->add_option("--rotate", options->rotate,
                     "Turn all pages clockwise, by a multiple of 90, on top of\nwhat the images say themselves")
         ->type_name("DEGREES");
-    app->add_option("--watermark", options->watermark, "A banner near the bottom of every page")->type_name("TEXT");
+    app->add_option("--watermark", options->watermark,
+                    "A banner near the bottom of every page; recognised text\nthat --rotate turns takes it along")
+        ->type_name("TEXT");
     app->add_option("--title", options->title, "The document's title")->type_name("TEXT");
     app->add_option("--author", options->author, "The document's author")->type_name("TEXT");
     app->add_option("--dpi", options->dpi, "The images' resolution, whatever their files say")

@@ -71,11 +71,14 @@ OrvexPDFPageMeta recordFor(const ImagePtr& image, std::shared_ptr<const OrvexFou
     record.originalImage = image;
     record.squeeze = squeeze;
     record.rotation = image->orientationDegrees();
-    if (!found || isFoundAsShown(*found, image->size(), record.rotation)) {
-        record.setTextRotationTop(); // for a watermark, too
+    if (found && isFoundAsShown(*found, image->size(), record.rotation)) {
+        record.setTextRotationTop();
+    }
+    record.rotation += turn % (2 * halfTurn);
+    if (!found) {
+        record.setTextRotationTop(); // for a watermark, which turns with the text where there is some
     }
     record.foundPage = std::move(found);
-    record.rotation += turn % (2 * halfTurn);
     return record;
 }
 

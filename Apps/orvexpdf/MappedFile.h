@@ -13,8 +13,9 @@ namespace orvex::tool {
 [[nodiscard]] std::optional<Bytes> mapFile(const std::string& path);
 
 /// A file that others cut short while it is mapped would kill the process at the next touch. From now on its missing
-/// part reads as zeros instead, and isMappedFileCut() tells.
+/// part reads as zeros instead, and cutFile() tells.
 void surviveCutFiles();
-[[nodiscard]] bool isMappedFileCut();
+/// The path of the first file that turned out to be cut short, if any did.
+[[nodiscard]] std::optional<std::string> cutFile();
 
 } // namespace orvex::tool

@@ -17,9 +17,14 @@ void failToOpen(const std::string& path, const std::string& reason, std::optiona
     throw Failure(locked ? ExitCode::passwordNeeded : ExitCode::inputUnusable, displayName(path) + ": " + reason);
 }
 
-std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const std::string& password) {
+std::shared_ptr<OrvexPDFDocumentManager> makeManager() {
     auto manager = OrvexPDFDocumentManager::create();
     manager->pdfProducer = "OrvexPDF " ORVEX_VERSION;
+    return manager;
+}
+
+std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const std::string& password) {
+    auto manager = makeManager();
     if (!manager->load(readInput(path), password)) {
         failToOpen(path, manager->lastLoadError(), manager->lastLoadFailure());
     }
@@ -28,8 +33,13 @@ std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path, const 
 }
 
 std::shared_ptr<OrvexPDFDocument> openDocument(const std::string& path, const std::string& password) {
+    return documentFrom(readInput(path), path, password);
+}
+
+std::shared_ptr<OrvexPDFDocument> documentFrom(const Bytes& data, const std::string& path,
+                                               const std::string& password) {
     std::optional<PDFOpenError> why;
-    auto document = OrvexPDFDocument::fromData(readInput(path), &why, password);
+    auto document = OrvexPDFDocument::fromData(data, &why, password);
     if (!document) {
         failToOpen(path, why ? why->what() : "not a PDF", why ? std::optional(why->failure()) : std::nullopt);
     }

@@ -14,12 +14,19 @@ namespace orvex::tool {
 /// A failure of the right exit code for a PDF that cannot be opened.
 [[noreturn]] void failToOpen(const std::string& path, const std::string& reason, std::optional<PDFOpenFailure> failure);
 
+/// A manager whose files name this tool as their producer.
+[[nodiscard]] std::shared_ptr<OrvexPDFDocumentManager> makeManager();
+
 /// Throws Failure.
 [[nodiscard]] std::shared_ptr<OrvexPDFDocumentManager> openPDF(const std::string& path,
                                                                const std::string& password = {});
 
 /// The same without a manager, for those who only read. Throws Failure. Threads: any.
 [[nodiscard]] std::shared_ptr<OrvexPDFDocument> openDocument(const std::string& path, const std::string& password);
+
+/// The same for what was read already; `path` is for messages.
+[[nodiscard]] std::shared_ptr<OrvexPDFDocument> documentFrom(const Bytes& data, const std::string& path,
+                                                             const std::string& password);
 
 /// The process ends with the command: taking a long document apart object by object would only take time.
 void keepOpen(std::shared_ptr<const void> document);

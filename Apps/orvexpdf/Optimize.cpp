@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace orvex::tool {
 
@@ -24,7 +25,7 @@ struct OptimizeOptions {
     std::string image;
     std::string mode;
     std::string output;
-    std::size_t page = 1;
+    std::int64_t page = 1;
     std::optional<double> dpi;
 };
 
@@ -37,15 +38,12 @@ constexpr auto optimizeExamples = R"(Examples:
 /// The page that was asked for.
 SourceImage readPage(const OptimizeOptions& options) {
     auto sources = readImages({options.image}, options.dpi);
-    if (options.page < 1 || options.page > sources.size()) {
-        throw Failure(ExitCode::usage, "--page " + std::to_string(options.page) + ": " + sources.front().name +
+    if (options.page < 1 || std::cmp_greater(options.page, sources.size())) {
+        throw Failure(ExitCode::usage, "--page " + std::to_string(options.page) + ": " + displayName(options.image) +
                                            " holds " + std::to_string(sources.size()) +
                                            (sources.size() == 1 ? " image" : " images"));
     }
-    if (sources.size() > 1) {
-        return sources[options.page - 1];
-    }
-    return sources.front();
+    return sources[static_cast<std::size_t>(options.page) - 1];
 }
 
 std::string describePixels(const Image& image) {

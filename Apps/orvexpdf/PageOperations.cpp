@@ -25,12 +25,16 @@ constexpr std::int64_t quarterTurn = 90;
     throw Failure(ExitCode::usage, "--" + operation.option + " " + operation.argument + ": " + reason);
 }
 
-/// Pages at least one of which is named.
-std::vector<std::int64_t> pagesOf(const std::string& list, const PageOperation& operation,
-                                  const OrvexPDFDocumentManager& manager) {
+void requirePages(const std::string& list, const PageOperation& operation) {
     if (list.empty()) {
         refuse(operation, "no pages are named");
     }
+}
+
+/// Pages at least one of which is named.
+std::vector<std::int64_t> pagesOf(const std::string& list, const PageOperation& operation,
+                                  const OrvexPDFDocumentManager& manager) {
+    requirePages(list, operation);
     return parsePages(list, manager.pdfDoc->pageCount());
 }
 
@@ -76,12 +80,8 @@ void move(const PageOperation& operation, OrvexPDFDocumentManager& manager) {
     if (place.empty()) {
         refuse(operation, "pages and a place are needed, like 5,1:3");
     }
-    const auto pages = pagesOf(list, operation, manager);
-    auto sorted = pages;
-    std::ranges::sort(sorted);
-    if (std::ranges::adjacent_find(sorted) != sorted.end()) {
-        refuse(operation, "a page is named twice");
-    }
+    requirePages(list, operation);
+    const auto pages = parseDistinctPages(list, manager.pdfDoc->pageCount());
     manager.move(pages, placeOf(place, operation, manager));
 }
 
@@ -125,11 +125,7 @@ bool isPDF(const Bytes& data) {
 
 void insertPDF(const std::string& path, const Bytes& data, std::int64_t place, OrvexPDFDocumentManager& manager,
                const std::string& password) {
-    std::optional<PDFOpenError> why;
-    const auto document = OrvexPDFDocument::fromData(data, &why, password);
-    if (!document) {
-        failToOpen(path, why->what(), why->failure());
-    }
+    const auto document = documentFrom(data, path, password);
     manager.insert(document, place);
     if (document->savedEncryption() != PDFSavedEncryption::none &&
         manager.pdfDoc->savedEncryption() != PDFSavedEncryption::kept) {
@@ -163,18 +159,33 @@ void insertFile(const std::string& path, std::int64_t place, OrvexPDFDocumentMan
     }
 }
 
-/// A colon may be part of the name: then what stands behind it is no place, or the file is there under the whole name.
-void insert(const PageOperation& operation, OrvexPDFDocumentManager& manager, const std::string& password) {
-    const auto [path, place] = splitAtColon(operation.argument);
+/// The file and the place. A colon may be part of the name: then what stands behind it is no place, or the file is
+/// there under the whole name.
+std::pair<std::string, std::string> fileAndPlace(const std::string& argument) {
+    auto parts = splitAtColon(argument);
     std::error_code ignored;
-    if (isPlace(place) && !std::filesystem::exists(operation.argument, ignored)) {
-        insertFile(path, placeOf(place, operation, manager), manager, password);
-    } else {
-        insertFile(operation.argument, manager.pdfDoc->pageCount(), manager, password);
-    }
+    const bool hasPlace = isPlace(parts.second) && !std::filesystem::exists(argument, ignored);
+    return hasPlace ? std::move(parts) : std::pair(argument, std::string("end"));
+}
+
+void insert(const PageOperation& operation, OrvexPDFDocumentManager& manager, const std::string& password) {
+    const auto [path, place] = fileAndPlace(operation.argument);
+    insertFile(path, placeOf(place, operation, manager), manager, password);
 }
 
 } // namespace
+
+std::vector<std::string> filesOf(const std::vector<PageOperation>& operations) {
+    std::vector<std::string> files;
+    for (const auto& [option, argument] : operations) {
+        if (option == "insert") {
+            files.push_back(fileAndPlace(argument).first);
+        } else if (option == "append") {
+            files.push_back(argument);
+        }
+    }
+    return files;
+}
 
 void apply(const PageOperation& operation, OrvexPDFDocumentManager& manager, const std::string& password) {
     if (operation.option == "remove") {

@@ -2,8 +2,8 @@
 
 #include "Failure.h"
 
+#include <algorithm>
 #include <charconv>
-#include <limits>
 #include <numeric>
 #include <string_view>
 
@@ -17,7 +17,7 @@ struct Span {
     std::int64_t last = 0;
 };
 
-constexpr auto end = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t end = -1; // digits alone never mean it
 
 [[noreturn]] void refuse(const std::string& text, const std::string& reason) {
     throw Failure(ExitCode::usage, "pages " + text + ": " + reason);
@@ -73,6 +73,16 @@ std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count
         for (auto page = first; first <= last ? page <= last : page >= last; page += first <= last ? 1 : -1) {
             pages.push_back(page);
         }
+    }
+    return pages;
+}
+
+std::vector<std::int64_t> parseDistinctPages(const std::string& text, std::int64_t count) {
+    auto pages = parsePages(text, count);
+    auto sorted = pages;
+    std::ranges::sort(sorted);
+    if (std::ranges::adjacent_find(sorted) != sorted.end()) {
+        refuse(text, "a page is named twice");
     }
     return pages;
 }

@@ -11,6 +11,9 @@ namespace orvex::tool {
 /// page that a document of `count` pages does not have.
 [[nodiscard]] std::vector<std::int64_t> parsePages(const std::string& text, std::int64_t count);
 
+/// The same, and throws Failure (usage) for a list that names a page twice.
+[[nodiscard]] std::vector<std::int64_t> parseDistinctPages(const std::string& text, std::int64_t count);
+
 /// The index of the one page that `text` names. Throws Failure (usage) as parsePages() does, and for several pages;
 /// `instead` says what takes them, if anything does.
 [[nodiscard]] std::int64_t parsePage(const std::string& text, std::int64_t count, const std::string& instead = {});

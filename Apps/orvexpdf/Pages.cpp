@@ -2,13 +2,11 @@
 #include "Failure.h"
 #include "Interrupt.h"
 #include "OpenPDF.h"
-#include "Output.h"
 #include "PageOperations.h"
 #include "Progress.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -47,34 +45,11 @@ std::vector<PageOperation> operationsOf(const CLI::App& app) {
     return operations;
 }
 
-void checkStandardInput(const std::string& file, const std::vector<PageOperation>& operations) {
-    const auto reads = [](const PageOperation& operation) {
-        return operation.argument == "-" || operation.argument.starts_with("-:");
-    };
-    if (std::ranges::count_if(operations, reads) + (file == "-" ? 1 : 0) > 1) {
-        throw Failure(ExitCode::usage, "standard input (-) can be read only once");
-    }
-}
-
-/// Inserted files are inputs, too; a name may have a place behind it.
-void checkInputs(const PDFOutput& output, const std::string& file, const std::vector<PageOperation>& operations) {
-    std::vector<std::string> inputs{file};
-    for (const auto& operation : operations) {
-        inputs.push_back(operation.argument);
-        inputs.push_back(operation.argument.substr(0, operation.argument.rfind(':')));
-    }
-    checkPDFOutput(output, file);
-    if (!output.inPlace) {
-        checkOutput(output.path, inputs);
-    }
-}
-
 void runPages(const PagesOptions& options, const std::vector<PageOperation>& operations) {
     if (operations.empty()) {
         throw Failure(ExitCode::usage, "nothing to do: no operation is given");
     }
-    checkInputs(options.output, options.file, operations);
-    checkStandardInput(options.file, operations);
+    checkPDFOutput(options.output, options.file, filesOf(operations));
     const auto manager = openPDF(options.file, options.password);
     Progress progress("Changing pages", operations.size());
     for (const auto& operation : operations) {

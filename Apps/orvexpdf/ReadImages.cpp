@@ -47,14 +47,18 @@ void setResolution(Image& image, double dpi) {
     image.setSize(image.representations().front()->size());
 }
 
-void checkSize(const SourceImage& source) {
+/// `dpi` is what was asked for, if anything was.
+void checkSize(const SourceImage& source, std::optional<double> dpi) {
     if (!PDFPage::canHold(source.image)) {
         throw Failure(ExitCode::inputUnusable, source.name + ": an image without a size cannot be a page");
     }
     const Size size = source.image->size();
     if (std::max(size.width, size.height) > largestPage) {
-        warn(source.name + ": at the " + describe(std::round(source.image->dpi())) +
-             " dpi that it states the page is larger than PDF readers can show; --dpi sets another resolution");
+        const std::string larger = "the page is larger than PDF readers can show";
+        warn(source.name + ": " +
+             (dpi ? "at " + describe(*dpi) + " dpi " + larger
+                  : "at the " + describe(std::round(source.image->dpi())) + " dpi that it states " + larger +
+                        "; --dpi sets another resolution"));
     }
 }
 
@@ -69,7 +73,7 @@ std::vector<SourceImage> imagesIn(const Bytes& data, const std::string& name, st
         if (dpi) {
             setResolution(*pages[i], *dpi);
         }
-        checkSize(sources.back());
+        checkSize(sources.back(), dpi);
     }
     return sources;
 }

@@ -1,22 +1,18 @@
 // Pages read side by side and written in their order.
 #pragma once
 
-#include "OrvexPDF/Document.h"
 #include "Platform/Foundation/Bytes.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orvex::tool {
 
 void put(ByteSink& sink, std::string_view text);
 
-/// Calls describe(page) for pages side by side, and writes what it answers in the order of the pages; `pages` are
-/// indices.
-void writePages(const OrvexPDFDocument& document, const std::vector<std::int64_t>& pages, ByteSink& sink,
-                const std::function<std::string(const OrvexPDFPage&, bool first)>& describe);
+/// Calls describe(0) to describe(count - 1) side by side, and writes what it answers in this order.
+void writePages(std::size_t count, ByteSink& sink, const std::function<std::string(std::size_t)>& describe);
 
 } // namespace orvex::tool

@@ -13,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <memory>
 
@@ -46,18 +47,20 @@ constexpr auto thumbnailExamples = R"(Examples:
   orvexpdf thumbnail book.pdf --page 1 --size 200x200 -o cover.png
       Fitted into 200 by 200 pixels, proportions kept.)";
 
+/// The name with the number in place of its last %d or %03d. Other percent signs stay.
 std::string numbered(const std::string& pattern, std::int64_t number) {
-    const auto start = pattern.find('%');
-    const auto end = pattern.find('d', start);
-    const std::string width =
-        start == std::string::npos || end == std::string::npos ? "?" : pattern.substr(start + 1, end - start - 1);
-    if (width.find_first_not_of("0123456789") != std::string::npos || width.size() > 2) {
-        throw Failure(ExitCode::usage, pattern + ": several pages need a number in the name, like page-%03d.png");
+    for (auto start = pattern.rfind('%'); start != std::string::npos; start = pattern.substr(0, start).rfind('%')) {
+        const auto end = std::min(pattern.find_first_not_of("0123456789", start + 1), pattern.size());
+        const std::string width = pattern.substr(start + 1, end - start - 1);
+        if (end == pattern.size() || pattern[end] != 'd' || width.size() > 2) {
+            continue;
+        }
+        std::string digits = std::to_string(number);
+        const std::size_t wanted = width.empty() ? 0 : std::stoul(width);
+        digits.insert(0, digits.size() < wanted ? wanted - digits.size() : 0, '0');
+        return pattern.substr(0, start) + digits + pattern.substr(end + 1);
     }
-    std::string digits = std::to_string(number);
-    const std::size_t wanted = width.empty() ? 0 : std::stoul(width);
-    digits.insert(0, digits.size() < wanted ? wanted - digits.size() : 0, '0');
-    return pattern.substr(0, start) + digits + pattern.substr(end + 1);
+    throw Failure(ExitCode::usage, pattern + ": several pages need a number in the name, like page-%03d.png");
 }
 
 Size parseSize(const std::string& text) {
@@ -108,7 +111,7 @@ std::shared_ptr<const OrvexFoundPage> ownText(const OrvexPDFPage& page) {
 
 std::vector<std::int64_t> pagesToShow(const RenderOptions& options, std::int64_t count) {
     return options.pages.empty() ? std::vector{parsePage(options.page, count, "--pages takes several")}
-                                 : parsePages(options.pages, count);
+                                 : parseDistinctPages(options.pages, count);
 }
 
 void render(const RenderOptions& options) {
@@ -170,10 +173,7 @@ Command addRender(CLI::App& tool) {
     app->add_option("--dpi", options->dpi, "Resolution; 72 unless told otherwise")
         ->type_name("D")
         ->check(CLI::Range(1, 10000).description(""));
-    app->add_option("--found", options->found, "Recognised text to lay over the pages, as JSON")
-        ->type_name("FILE.json")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addFoundFiles(*app, options->found, "Recognised text to lay over the pages, as JSON");
     app->add_flag("--debug", options->debug,
                   "That text in colour over boxes; without --found, the\ntext that the page has");
     app->footer(renderExamples);

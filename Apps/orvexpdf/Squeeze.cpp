@@ -1,5 +1,4 @@
 #include "Commands.h"
-#include "Failure.h"
 #include "Interrupt.h"
 #include "MakePages.h"
 #include "Messages.h"
@@ -7,7 +6,6 @@
 #include "PageRange.h"
 #include "Platform/Foundation/Strings.h"
 #include "Platform/Foundation/Workers.h"
-#include "Platform/Imaging/Codecs.h"
 #include "Progress.h"
 
 #include <CLI/CLI.hpp>

@@ -55,8 +55,18 @@ struct OpenedFile {
     std::vector<std::int64_t> pages;
 };
 
-std::string textOf(const OrvexPDFPage& page) {
-    return printedRows(page.textLines()) + "\f";
+std::string reasonOf(const std::exception& error) {
+    return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ? "out of memory" : error.what();
+}
+
+/// A page that cannot be read is passed over, and the others are printed.
+std::string textOf(const OpenedFile& file, std::int64_t page, const std::string& path) {
+    try {
+        return printedRows(file.document->orvexPage(page)->textLines()) + "\f";
+    } catch (const std::exception& error) {
+        warn(displayName(path) + ": page " + std::to_string(page + 1) + ": text not read: " + reasonOf(error));
+        return "\f";
+    }
 }
 
 OpenedFile open(const std::string& path, const TextOptions& options) {
@@ -76,25 +86,25 @@ std::optional<Failure> attempt(const std::string& path, const std::function<void
         return std::nullopt;
     } catch (const Interrupted&) {
         throw;
+    } catch (const InputCut&) {
+        throw;
     } catch (const Failure& failure) {
         return failure;
-    } catch (const std::bad_alloc&) {
-        return Failure(ExitCode::other, displayName(path) + ": out of memory");
     } catch (const std::exception& error) {
-        return Failure(ExitCode::other, displayName(path) + ": " + error.what());
+        return Failure(ExitCode::other, displayName(path) + ": " + reasonOf(error));
     }
 }
 
 /// The text of a short file; none for a long one.
 std::optional<std::string> readShort(const std::string& path, const TextOptions& options) {
-    const auto [document, pages] = open(path, options);
-    if (pages.size() > fewPages) {
+    const auto file = open(path, options);
+    if (file.pages.size() > fewPages) {
         return std::nullopt;
     }
     std::string text;
-    for (const auto page : pages) {
+    for (const auto page : file.pages) {
         throwIfInterrupted();
-        text += textOf(*document->orvexPage(page));
+        text += textOf(file, page, path);
         if (text.size() > littleText) {
             return std::nullopt;
         }
@@ -103,7 +113,7 @@ std::optional<std::string> readShort(const std::string& path, const TextOptions&
 }
 
 std::string readAhead(const TextOptions& options, const std::string& path, File& file) {
-    file.isLong = options.files.size() == 1 || path == "-"; // standard input cannot be read again
+    file.isLong = options.files.size() == 1 || isStream(path); // which cannot be read again
     std::optional<std::string> text;
     if (!file.isLong) {
         file.failure = attempt(path, [&] { text = readShort(path, options); });
@@ -118,7 +128,7 @@ void writeLong(const TextOptions& options, const std::string& path, File& file, 
     if (file.failure) {
         return;
     }
-    writePages(*opened.document, opened.pages, sink, [](const OrvexPDFPage& page, bool) { return textOf(page); });
+    writePages(opened.pages.size(), sink, [&](std::size_t i) { return textOf(opened, opened.pages[i], path); });
     if (options.files.size() == 1) {
         keepOpen(opened.document);
     }

@@ -24,7 +24,7 @@ namespace {
 
 constexpr auto footer = R"(Results go to standard output and nothing else does; messages go to standard error.
 Files are written beside their target and moved over it when they are complete;
-inputs are never changed.
+inputs are never changed, unless --in-place asks for it.
 
 Exit codes:
   0  done
@@ -79,10 +79,28 @@ std::string whatIsWrong(const CLI::App& tool, const CLI::ParseError& error, int 
     return isMisnamed ? std::string(argv[1]) + ": no such command" : error.what();
 }
 
+/// Whether an argument is the value of the option before it, and not a file's name by itself.
+bool isValueOf(const char* before, const CLI::App& command) {
+    const auto* option = *before == '-' ? command.get_option_no_throw(before) : nullptr;
+    return option != nullptr && option->get_items_expected_max() > 0;
+}
+
+/// The arguments, last one first. A name in brackets, where files are listed, would be taken for a list of names: it
+/// gets another spelling.
+std::vector<std::string> argumentsFor(const CLI::App& command, int argc, char** argv) {
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i > 0; --i) {
+        std::string argument(argv[i]);
+        const bool inBrackets = argument.starts_with('[') && argument.ends_with(']');
+        arguments.push_back(inBrackets && !isValueOf(argv[i - 1], command) ? "./" + argument : argument);
+    }
+    return arguments;
+}
+
 /// True when there is a command to run; help and the version are printed here.
-bool parse(CLI::App& tool, int argc, char** argv) {
+bool parse(CLI::App& tool, const Command& first, int argc, char** argv) {
     try {
-        tool.parse(argc, argv);
+        tool.parse(argumentsFor(*first.app, argc, argv));
         return true;
     } catch (const CLI::Success& wanted) {
         std::ostringstream text;
@@ -143,7 +161,7 @@ void runTool(int argc, char** argv) {
     tool.require_subcommand(1);
     const auto commands = addCommands(tool, argc, argv);
     tool.footer(footer);
-    if (!parse(tool, argc, argv)) {
+    if (!parse(tool, commands.front(), argc, argv)) {
         return;
     }
     applyGeneralOptions(general);
@@ -154,9 +172,19 @@ void runTool(int argc, char** argv) {
     }
 }
 
-ExitCode guarded(int argc, char** argv) {
+/// What fails once an interrupt came or an input was cut short fails for that.
+void runToolUntilInterrupted(int argc, char** argv) {
     try {
         runTool(argc, argv);
+    } catch (const std::exception&) {
+        throwIfInterrupted();
+        throw;
+    }
+}
+
+ExitCode guarded(int argc, char** argv) {
+    try {
+        runToolUntilInterrupted(argc, argv);
         return ExitCode::done;
     } catch (const Failure& failure) {
         reportError(failure.what());

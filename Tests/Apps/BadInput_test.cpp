@@ -62,21 +62,6 @@ TEST_F(BadInput, ImagesThatBreakOnlyWhenTheyAreDecodedAreNamed) {
     }
 }
 
-TEST_F(BadInput, AnImageThatIsCutShortWhileItIsRead) {
-    copySample("1-article.jpg", "a.jpg");
-    copySample("1-article.jpg", "last.jpg");
-    std::string images;
-    for (int i = 0; i < 60; ++i) {
-        images += " a.jpg";
-    }
-    const auto result = shell("{ (sleep 1; truncate -s 5000 last.jpg) & orvexpdf make" + images +
-                              " last.jpg -o out.pdf --squeeze low; code=$?; wait; exit $code; }");
-    // By then its header has been read, and its pixels have not; on a slow machine not even that.
-    EXPECT_THAT(result.exitCode, testing::AnyOf(unreadable, unusable)) << result.errors;
-    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
-    EXPECT_FALSE(exists("out.pdf"));
-}
-
 TEST_F(BadInput, MissingAndUnreadableFiles) {
     copySample("2-letter.jpg", "a.jpg");
     oracle("mkdir folder");

@@ -81,7 +81,16 @@ TEST_F(Layers, AFaultInRecognisedTextIsTheFirstOneAndNothingIsWritten) {
 
 TEST_F(Layers, MoreFoundPagesThanPagesAreRefused) {
     expectRefusal("orvexpdf text-layer a.pdf --found found.json --found found.json --pages 2 -o b.pdf", unusable,
-                  {"found.json", "more found pages"});
+                  {"found.json: more found pages (2) than pages to lay them on (1)"});
+}
+
+TEST_F(Layers, WhatWouldChangeNothingOrHideSomethingIsRefused) {
+    write("none.json", R"({"pages":[]})");
+    expectRefusal("orvexpdf text-layer a.pdf --found none.json -o b.pdf", unusable,
+                  {"none.json: no found pages in it"});
+    expectRefusal("orvexpdf watermark a.pdf --text '' -o b.pdf", usage, {"--text"});
+    expectRefusal("orvexpdf text-layer a.pdf --pages 1,1 --found found.json --found found.json -o b.pdf", usage,
+                  {"pages 1,1: a page is named twice"});
 }
 
 TEST_F(Layers, APDFThatNeedsAPasswordIsRefused) {

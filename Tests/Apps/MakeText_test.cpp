@@ -157,6 +157,22 @@ TEST_F(MakeText, DrawsAWatermarkOnEveryPage) {
     EXPECT_GT(box.top, 100);
 }
 
+TEST_F(MakeText, DrawsTheWatermarkAtTheBottomOfATurnedPage) {
+    writeJPEG("a.jpg", 400, 200);
+    write("f.json", onePage);
+    const std::vector<std::pair<std::string, double>> turns = {{"90", 400}, {"-90", 400}, {"180", 200}, {"360", 200}};
+    for (const auto& [degrees, height] : turns) {
+        toolOutput("make a.jpg --rotate " + degrees + " --watermark DRAFT -o out.pdf");
+        const auto box = boxOf("out.pdf", "DRAFT");
+        EXPECT_GT(box.top, 0.8 * height) << degrees;
+        EXPECT_LT(box.left, 200) << degrees;
+        EXPECT_GT(box.right, 80) << degrees;
+    }
+    // It goes with recognised text, to the left.
+    toolOutput("make a.jpg --rotate 90 --found f.json --watermark DRAFT -o out.pdf");
+    EXPECT_LT(boxOf("out.pdf", "DRAFT").right, 40);
+}
+
 TEST_F(MakeText, NamesTheFileAndTheFaultInFoundContent) {
     writeJPEG("a.jpg", 400, 200);
     write("text.json", "Hello");

@@ -176,7 +176,7 @@ TEST_F(Pages, WrongUsageIsRefusedWithTheReason) {
         {"five.pdf --remove 1-end -o out.pdf", {"no page would be left"}},
         {"five.pdf --remove 4-5 --remove 4 -o out.pdf", {"3 pages"}},
         {"five.pdf --move 5,1 -o out.pdf", {"--move 5,1", "5,1:3"}},
-        {"five.pdf --move 5,5:1 -o out.pdf", {"named twice"}},
+        {"five.pdf --move 5,5:1 -o out.pdf", {"a page is named twice"}},
         {"five.pdf --move 5:7 -o out.pdf", {"from 1 to 6"}},
         {"five.pdf --move 5:0 -o out.pdf", {"from 1 to 6"}},
         {"five.pdf --rotate 1:up -o out.pdf", {"--rotate 1:up", "1-3:left"}},
@@ -188,6 +188,17 @@ TEST_F(Pages, WrongUsageIsRefusedWithTheReason) {
     for (const auto& one : cases) {
         expectRefusal("orvexpdf pages " + one.arguments, usage, one.parts);
     }
+}
+
+TEST_F(Pages, WhatIsNoFileOfAnOperationMayBeTheOutput) {
+    for (const std::string operation :
+         {"--remove 1", "--move 1:2", "--append two.pdf --remove 1", "--insert two.pdf:1"}) {
+        write("1", "an older file of this name");
+        EXPECT_EQ(tool("pages five.pdf " + operation + " -o 1").exitCode, done) << operation;
+        expectSound("1");
+    }
+    expectRefusal("orvexpdf pages five.pdf --append 1 -o ./1", usage, {"./1 is an input"});
+    expectRefusal("orvexpdf pages five.pdf --insert 1:1 -o 1", usage, {"1 is an input"});
 }
 
 TEST_F(Pages, UnusableFilesAreNamed) {

@@ -29,6 +29,18 @@ TEST_F(Render, SeveralPagesTakeNumbersIntoTheirNames) {
     toolOutput("render a.pdf --pages 1,3-end -o p-%03d.png");
     EXPECT_EQ(names(), (std::vector<std::string>{"a.pdf", "p-001.png", "p-003.png"}));
     expectRefusal("orvexpdf render a.pdf --pages 1-2 -o p.png", usage, {"page-%03d.png"});
+    expectRefusal("orvexpdf render a.pdf --pages 2,1-2 -o p-%d.png", usage, {"pages 2,1-2: a page is named twice"});
+}
+
+TEST_F(Render, TheNumberTakesThePlaceOfTheLastPatternInTheName) {
+    oracle("mkdir 100% %d");
+    toolOutput("render a.pdf --pages 2 -o 100%/p-%d.png");
+    toolOutput("render a.pdf --pages 2 -o %d/%02d-50%.png");
+    EXPECT_TRUE(exists("100%/p-2.png"));
+    EXPECT_TRUE(exists("%d/02-50%.png"));
+    for (const std::string name : {"%", "100%/p.png", "%s.png", "%1234d.png", "%0"}) {
+        expectRefusal("orvexpdf render a.pdf --pages 1 -o " + name, usage, {"page-%03d.png"});
+    }
 }
 
 TEST_F(Render, APageOptionTakesOnePage) {

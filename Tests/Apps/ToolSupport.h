@@ -18,6 +18,10 @@
 namespace orvex::test {
 
 inline const std::string toolPath = (programFolder() / "orvexpdf").string();
+/// The tool as a command of the shell, on one core only: what it does takes as long on any machine.
+inline std::string onOneCore() {
+    return "taskset -c $(taskset -cp $$ | sed 's/.*: //; s/[-,].*//') " + quoted(toolPath);
+}
 inline const std::filesystem::path sampleScans = projectFolder() / "Examples/scans";
 
 /// What the documented exit codes mean.

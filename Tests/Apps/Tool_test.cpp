@@ -6,7 +6,6 @@ namespace orvex::test {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 class Tool : public ToolTest {};
@@ -89,7 +88,7 @@ std::string with(std::string command, const std::string& file) {
 TEST_F(Tool, EncryptedPDFsOpenWithAPasswordWhateverTheCommand) {
     write("plain.pdf", pdfFromPages({{showing("words")}}));
     oracle("qpdf --encrypt user owner 256 -- plain.pdf a.pdf");
-    write("found.json", R"({"pages":[]})");
+    write("found.json", R"({"pages":[{}]})");
     for (const auto& command : pdfCommands) {
         expectRefusal(with(command, "a.pdf"), locked, {"a.pdf: a password is needed"});
         expectRefusal(with(command, "a.pdf --password other"), locked, {"a.pdf: the password is not the right one"});
@@ -108,7 +107,7 @@ TEST_F(Tool, InputsAreNamedWhenTheyCannotBeUsedAndNeverChanged) {
     const auto good = read("good.pdf");
     write("text.pdf", "This is a text, whatever its name says.\n");
     write("cut.pdf", good.slice(0, 300));
-    write("found.json", R"({"pages":[]})");
+    write("found.json", R"({"pages":[{}]})");
     for (const auto& command : pdfCommands) {
         expectRefusal(with(command, "missing.pdf"), unreadable, {"missing.pdf: No such file or directory"});
         expectRefusal(with(command, "text.pdf"), unusable, {"text.pdf: not a PDF"});
@@ -176,74 +175,25 @@ TEST_F(Tool, QuietSaysNothing) {
     expectRefusal("orvexpdf -q make none.jpg -o out.pdf", unreadable, {"none.jpg"});
 }
 
-TEST_F(Tool, ShowsNoBarWhereNobodyWatches) {
-    copySample("1-article.jpg", "a.jpg");
-    const auto result = tool("make a.jpg a.jpg a.jpg a.jpg a.jpg a.jpg -o out.pdf --squeeze medium");
-    EXPECT_THAT(result.errors, Not(HasSubstr("[#")));
-    EXPECT_THAT(result.errors, Not(HasSubstr("\r")));
+TEST_F(Tool, TakesFileNamesInBracketsAsTheyAre) {
+    copySample("3-price-list.png", "[a]");
+    copySample("3-price-list.png", "[a,b]");
+    write("[f.json]", R"({"size":{"w":9,"h":9},"items":[{"text":"words","box":{"x":1,"y":1,"w":5,"h":2}}]})");
+    toolOutput("make [a] [a,b] [a] --found [f.json] --title [t,u] -o [o.pdf]");
+    EXPECT_EQ(pdfinfo("[o.pdf]", "Pages"), "3");
+    EXPECT_EQ(pdfinfo("[o.pdf]", "Title"), "[t,u]");
+    EXPECT_EQ(toolOutput("text [o.pdf] [o.pdf]"), "words\n\f\f\fwords\n\f\f\f");
+    toolOutput("pages [o.pdf] --append [a,b] -o [p.pdf]");
+    EXPECT_EQ(pdfinfo("[p.pdf]", "Pages"), "4");
+    expectRefusal("orvexpdf make [a] [c] -o q.pdf", unreadable, {"[c]: No such file"});
 }
 
-TEST_F(Tool, ShowsABarOnATerminalAndTakesItAway) {
-    if (!hasProgram("script")) {
-        GTEST_SKIP() << "no program here that gives a command a terminal";
-    }
-    copySample("1-article.jpg", "a.jpg");
-    std::string images;
-    for (int i = 0; i < 60; ++i) {
-        images += " a.jpg";
-    }
-    const auto seen = shell("script -qec " + quoted(toolPath + " make" + images + " -o out.pdf --squeeze low") +
-                            " /dev/null </dev/null")
-                          .output;
-    EXPECT_THAT(seen, HasSubstr("Making pages ["));
-    EXPECT_THAT(seen, testing::ContainsRegex("\r\x1b\\[Korvexpdf: wrote out.pdf: 60 pages"));
-}
-
-TEST_F(Tool, LeavesNothingBehindWhenItIsInterrupted) {
-    copySample("1-article.jpg", "a.jpg");
-    std::string images;
-    for (int i = 0; i < 60; ++i) {
-        images += " a.jpg";
-    }
-    const auto result = shell("timeout --preserve-status -s INT 1 " + quoted(toolPath) + " make" + images +
-                              " -o out.pdf --squeeze low");
-    EXPECT_EQ(result.exitCode, 128 + 2);
-    EXPECT_THAT(names(), testing::ElementsAre("a.jpg"));
-}
-
-/// The tool's command on a terminal; what it prints there and its exit code.
-std::string onATerminal(const std::string& arguments) {
-    return "script -qec " + quoted(quoted(toolPath) + " " + arguments) + " /dev/null </dev/null";
-}
-
-TEST_F(Tool, PrintsTextOnATerminalAndNothingElse) {
-    if (!hasProgram("script")) {
-        GTEST_SKIP() << "no program here that gives a command a terminal";
-    }
-    write("a.pdf", pdfFromPages({{showing("words")}}));
-    const std::vector<std::pair<std::string, std::string>> cases = {{"text a.pdf", "words\r\n"},
-                                                                    {"found a.pdf --page 1", "\"words\""}};
-    for (const auto& [arguments, part] : cases) {
-        const auto result = shell(onATerminal(arguments));
-        EXPECT_EQ(result.exitCode, done) << result.output;
-        EXPECT_THAT(result.output, HasSubstr(part));
-    }
-    for (const std::string arguments :
-         {"render a.pdf --page 1 -o -", "pages a.pdf --reverse -o -", "pages a.pdf --reverse -o /dev/stdout"}) {
-        const auto result = shell(onATerminal(arguments));
-        EXPECT_EQ(result.exitCode, usage) << arguments;
-        EXPECT_THAT(result.output, StartsWith("orvexpdf: such a result is not for a terminal")) << arguments;
-    }
-}
-
-TEST_F(Tool, KnowsStandardOutputByTheNamesThatTheSystemHasForIt) {
-    write("a.pdf", pdfFromPages({{showing("words")}}));
-    for (const std::string name : {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
-        const auto result = tool("pages a.pdf --reverse -o " + name);
-        EXPECT_EQ(result.exitCode, done) << name;
-        EXPECT_THAT(result.output, StartsWith("%PDF-")) << name;
-        EXPECT_EQ(result.errors, "orvexpdf: wrote standard output\n") << name;
-    }
+TEST_F(Tool, TakesOneFileBehindFound) {
+    copySample("3-price-list.png", "a.png");
+    write("f.json", R"({"size":{"w":9,"h":9},"items":[]})");
+    toolOutput("make --found f.json a.png -o b.pdf");
+    toolOutput("text-layer --found f.json b.pdf -o c.pdf");
+    toolOutput("render --found f.json b.pdf --page 1 -o c.png");
 }
 
 TEST_F(Tool, OverwritesNoInputOfAnyKind) {
@@ -262,32 +212,6 @@ TEST_F(Tool, OverwritesNoInputOfAnyKind) {
     write("strong", "not read when a preset has this name");
     EXPECT_EQ(tool("squeeze a.pdf --mode strong -o strong").exitCode, done);
     expectSound("strong");
-}
-
-TEST_F(Tool, ReadsStandardInputOnce) {
-    copySample("2-letter.jpg", "a.jpg");
-    for (const std::string command :
-         {"text-layer - --found - -o x.pdf", "text-layer a.pdf --found - --found - --in-place",
-          "render - --page 1 --found - -o x.png", "squeeze - --mode - -o x.pdf", "optimize - --mode - -o x.png",
-          "make - --squeeze - -o x.pdf", "make - --found - -o x.pdf", "make - - -o x.pdf", "text - -",
-          "pages - --append - -o x.pdf"}) {
-        expectRefusal("orvexpdf " + command + " <a.jpg", usage, {"standard input (-) can be read only once"});
-    }
-}
-
-TEST_F(Tool, WritesToAClosedOrFullStandardOutputAsAnError) {
-    copySample("2-letter.jpg", "a.jpg");
-    expectRefusal("orvexpdf make a.jpg -o - >/dev/full", notWritten, {"standard output", "No space left"});
-    expectRefusal("orvexpdf --help >/dev/full", notWritten, {"standard output"});
-    expectRefusal("orvexpdf make a.jpg -o - >&-", notWritten, {"standard output"});
-    expectRefusal("bash -o pipefail -c " + quoted(quoted(toolPath) + " make a.jpg -o - | true"), notWritten,
-                  {"Broken pipe"});
-}
-
-TEST_F(Tool, SurvivesClosedStandardStreams) {
-    copySample("2-letter.jpg", "a.jpg");
-    EXPECT_EQ(shell("orvexpdf make a.jpg -o out.pdf <&- >&- 2>&-").exitCode, done);
-    expectSound("out.pdf");
 }
 
 } // namespace

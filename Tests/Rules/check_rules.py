@@ -45,7 +45,7 @@ LIBRARIES = {
 }
 # The tool is a program, not a library: its argument parser may be named anywhere in it.
 APP_HEADERS = re.compile(r"CLI/")
-SYSTEM_HEADERS = re.compile(r"(sys/\w+|unistd|fcntl|setjmp|signal|termios|pthread|dlfcn|malloc|endian|emmintrin|immintrin)\.h$")
+SYSTEM_HEADERS = re.compile(r"(sys/\w+|unistd|fcntl|poll|setjmp|signal|termios|pthread|dlfcn|malloc|endian|emmintrin|immintrin)\.h$")
 STANDARD_HEADER = re.compile(r"[a-z_]+$")
 
 MAX_LINES = 400
