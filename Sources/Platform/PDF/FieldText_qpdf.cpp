@@ -210,10 +210,11 @@ const FieldFont& FieldFonts::named(const std::string& name) {
         return font; // its characters come from faces that stand in
     }
     const auto reader = TextFont::make(font.object);
+    std::string spare;
     for (int code = 255; code >= 0; --code) { // the first of several codes counts
         const char byte = static_cast<char>(code);
         std::string_view string(&byte, 1);
-        if (const auto glyph = reader->next(string); !glyph.text.empty()) {
+        if (const auto glyph = reader->next(string, spare); !glyph.text.empty()) {
             font.codes.insert_or_assign(std::string(glyph.text), std::pair(byte, static_cast<double>(glyph.advance)));
         }
     }

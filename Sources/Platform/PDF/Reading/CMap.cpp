@@ -26,7 +26,7 @@ constexpr char32_t joined(char16_t high, char16_t low) {
 constexpr char32_t replacement = 0xFFFD;
 
 /// Halves of surrogate pairs that stand alone, zeros and noncharacters say nothing and are left out.
-void appendUTF16(std::string& text, std::u16string_view units, std::uint32_t step) {
+void appendCharacters(std::string& text, std::u16string_view units, std::uint32_t step) {
     for (std::size_t at = 0; at < units.size(); ++at) {
         char32_t character = units[at];
         if (isHighSurrogate(units[at]) && at + 1 < units.size() && isLowSurrogate(units[at + 1])) {
@@ -163,8 +163,8 @@ std::optional<std::uint32_t> CMap::identifier(Code code) const {
 bool CMap::appendText(std::string& text, std::uint32_t code) const {
     if (const Range* range = find(texts_, code)) {
         const std::size_t before = text.size();
-        appendUTF16(text, std::u16string_view(pool_).substr(range->value, range->size),
-                    static_cast<std::uint32_t>(code - range->first));
+        appendCharacters(text, std::u16string_view(pool_).substr(range->value, range->size),
+                         static_cast<std::uint32_t>(code - range->first));
         return text.size() > before;
     }
     return base_ && base_->appendText(text, code);

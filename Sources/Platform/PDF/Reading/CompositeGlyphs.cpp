@@ -48,7 +48,7 @@ CompositeGlyphs::Page::~Page() {
     --alive;
 }
 
-CompositeGlyphs::CompositeGlyphs(CompositeFontParts parts) : parts_(std::move(parts)) {}
+CompositeGlyphs::CompositeGlyphs(CompositeFontParts parts, int pages) : parts_(std::move(parts)), mostPages_(pages) {}
 
 CompositeGlyphs::~CompositeGlyphs() {
     for (auto& slot : oneByte_) {
@@ -59,7 +59,7 @@ CompositeGlyphs::~CompositeGlyphs() {
     }
 }
 
-TextGlyph CompositeGlyphs::next(std::string_view& string) const {
+TextGlyph CompositeGlyphs::next(std::string_view& string, std::string& spare) const {
     CMap::Code code;
     if (parts_.encoding->isTwoByte() && string.size() >= 2) {
         code.value = static_cast<std::uint32_t>((static_cast<std::uint8_t>(string[0]) << 8) |
@@ -69,23 +69,29 @@ TextGlyph CompositeGlyphs::next(std::string_view& string) const {
         code = parts_.encoding->next(string);
     }
     string.remove_prefix(code.length);
-    return glyph(code);
+    return glyph(code, spare);
 }
 
-TextGlyph CompositeGlyphs::glyph(CMap::Code code) const {
+TextGlyph CompositeGlyphs::glyph(CMap::Code code, std::string& spare) const {
     const std::uint32_t number = code.value / pageSize;
     const CMap::Code first{number * pageSize, code.length};
     const Page* page = code.length == 2   ? shortPage(twoByte_[number], first)
                        : code.length == 1 ? shortPage(oneByte_[number], first)
                                           : longPage((std::uint64_t{code.length} << 32U) | number, first);
-    return page != nullptr ? page->glyphs[code.value % pageSize]
-                           : makeGlyph(code, parts_.encoding->identifier(code).value_or(0));
+    if (page != nullptr) {
+        return page->glyphs[code.value % pageSize];
+    }
+    const std::uint32_t id = parts_.encoding->identifier(code).value_or(0);
+    TextGlyph made = makeGlyph(code, id);
+    spare = textOf(code, id);
+    made.text = spare;
+    return made;
 }
 
 /// Two threads may make the same page; the first one's stays.
 const CompositeGlyphs::Page* CompositeGlyphs::shortPage(std::atomic<const Page*>& slot, CMap::Code first) const {
     const Page* present = slot.load(std::memory_order_acquire);
-    if (present == nullptr && Page::alive < mostPages) {
+    if (present == nullptr && Page::alive < mostPages_) {
         auto made = makePage(first);
         if (slot.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel)) {
             present = made.release();
@@ -99,7 +105,7 @@ const CompositeGlyphs::Page* CompositeGlyphs::longPage(std::uint64_t key, CMap::
     if (const auto kept = longer_.find(key); kept != longer_.end()) {
         return kept->second.get();
     }
-    return Page::alive < mostPages ? longer_.emplace(key, makePage(first)).first->second.get() : nullptr;
+    return Page::alive < mostPages_ ? longer_.emplace(key, makePage(first)).first->second.get() : nullptr;
 }
 
 std::unique_ptr<const CompositeGlyphs::Page> CompositeGlyphs::makePage(CMap::Code first) const {

@@ -4,10 +4,12 @@
 #include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/TextFont_p.h"
 
+#include <array>
 #include <atomic>
-#include <deque>
-#include <shared_mutex>
+#include <memory>
+#include <mutex>
 #include <unordered_map>
+#include <vector>
 
 namespace orvex {
 
@@ -38,17 +40,21 @@ struct CompositeFontParts {
 /// Threads: any.
 class CompositeGlyphs {
 public:
-    explicit CompositeGlyphs(CompositeFontParts parts);
+    /// Of all fonts together. A page takes 3 KB and, for the texts of its 64 glyphs, usually less than that, at the
+    /// most 13 KB: all of them 600 MB. Real files have a few hundred.
+    static constexpr int mostPages = 40'000;
+
+    /// While `pages` are kept, further glyphs are made each time that they are shown.
+    explicit CompositeGlyphs(CompositeFontParts parts, int pages = mostPages);
     ~CompositeGlyphs();
     CompositeGlyphs(const CompositeGlyphs&) = delete;
     CompositeGlyphs& operator=(const CompositeGlyphs&) = delete;
 
-    TextGlyph next(std::string_view& string) const;
+    /// As TextFont::next() has it.
+    TextGlyph next(std::string_view& string, std::string& spare) const;
 
 private:
     static constexpr std::uint32_t pageSize = 64;
-    /// Of all fonts together, some 300 MB: real files have a few hundred. Glyphs beyond them have no text.
-    static constexpr int mostPages = 100'000;
     /// Glyphs of neighbouring codes.
     struct Page {
         static inline std::atomic<int> alive = 0;
@@ -59,7 +65,7 @@ private:
         std::array<TextGlyph, pageSize> glyphs;
         std::string texts;
     };
-    [[nodiscard]] TextGlyph glyph(CMap::Code code) const;
+    [[nodiscard]] TextGlyph glyph(CMap::Code code, std::string& spare) const;
     /// Null when there are too many.
     [[nodiscard]] const Page* shortPage(std::atomic<const Page*>& slot, CMap::Code first) const;
     [[nodiscard]] const Page* longPage(std::uint64_t key, CMap::Code first) const;
@@ -68,6 +74,7 @@ private:
     [[nodiscard]] std::string textOf(CMap::Code code, std::uint32_t id) const;
 
     CompositeFontParts parts_;
+    int mostPages_;
     mutable std::array<std::atomic<const Page*>, 256 / pageSize> oneByte_{};
     mutable std::array<std::atomic<const Page*>, 65536 / pageSize> twoByte_{};
     mutable std::mutex longMutex_;

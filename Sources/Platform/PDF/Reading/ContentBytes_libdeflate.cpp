@@ -20,7 +20,7 @@ libdeflate_decompressor* decompressor() {
 
 } // namespace
 
-bool inflate(std::string_view data, std::size_t limit, ContentBuffer& buffer) {
+bool inflateWhole(std::string_view data, std::size_t limit, ContentBuffer& buffer) {
     auto* library = decompressor();
     if (library == nullptr) {
         throw std::bad_alloc();

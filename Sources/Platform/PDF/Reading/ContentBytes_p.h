@@ -55,6 +55,6 @@ void unpack(const std::vector<StoredStream>& streams, std::size_t limit, Content
 
 /// Inflates behind the buffer's last byte. False, with the buffer as it was, for damaged data and for more than `limit`
 /// bytes.
-[[nodiscard]] bool inflate(std::string_view data, std::size_t limit, ContentBuffer& buffer);
+[[nodiscard]] bool inflateWhole(std::string_view data, std::size_t limit, ContentBuffer& buffer);
 
 } // namespace orvex

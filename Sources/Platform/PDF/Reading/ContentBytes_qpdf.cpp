@@ -182,7 +182,7 @@ void unpack(const std::vector<StoredStream>& streams, std::size_t limit, Content
         const std::size_t left = limit - std::min(limit, buffer.size());
         if (!stream.deflated) {
             buffer.append(stream.bytes.substr(0, left));
-        } else if (!inflate(stream.bytes, left, buffer)) {
+        } else if (!inflateWhole(stream.bytes, left, buffer)) {
             inflateDamaged(stream.bytes, left, buffer);
         }
     }

@@ -84,7 +84,7 @@ void ContentReader::show(std::string_view bytes) {
     tracking_ = static_cast<float>(std::max(0.0, state_.characterSpacing * scaling * toPage));
     double pen = 0;
     while (!bytes.empty() && !exhausted_) {
-        const TextGlyph glyph = font.next(bytes);
+        const TextGlyph glyph = font.next(bytes, spareText_);
         const double advance = static_cast<double>(glyph.advance);
         place(glyph.text, {start.x + pen * step.x, start.y + pen * step.y}, vertical ? -advance * em : advance * em);
         const double spacing = state_.characterSpacing + (glyph.wordSpace ? state_.wordSpacing : 0);
@@ -176,6 +176,9 @@ void ContentReader::place(std::string_view text, Point origin, double width) {
         return;
     }
     glyph.isBlank = isWhiteSpace(text);
+    if (text.data() == spareText_.data()) {
+        glyph.text = page_.texts.emplace_back(text);
+    }
     page_.glyphs.push_back(glyph);
     exhausted_ = page_.glyphs.size() >= limits_.glyphs || (stopAtFirstText_ && replacingMarks_ == 0 && !glyph.isBlank &&
                                                            !trimWhitespaceAndNewlines(text).empty());

@@ -123,6 +123,7 @@ private:
     bool inItem_ = false;     ///< one that says what it stands for
     float tracking_ = 0;      ///< character spacing in page space
     std::string stringBuffer_;
+    std::string spareText_; ///< of a glyph that its font does not keep
     bool stopAtFirstText_ = false;
     bool exhausted_ = false;
 };

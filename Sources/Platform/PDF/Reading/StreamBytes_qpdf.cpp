@@ -14,12 +14,12 @@ namespace {
 
 /// In one piece, which is several times as fast as the library's filters. False for what is not deflated, damaged, or
 /// longer than wanted.
-bool inflateWhole(QPDFObjectHandle stream, std::size_t most, ContentBuffer& bytes) {
+bool takeInflated(QPDFObjectHandle stream, std::size_t most, ContentBuffer& bytes) {
     if (packingOf(stream.getDict()) != Packing::flate) {
         return false;
     }
     const auto raw = stream.getRawStreamData();
-    return inflate({reinterpret_cast<const char*>(raw->getBuffer()), raw->getSize()}, most, bytes);
+    return inflateWhole({reinterpret_cast<const char*>(raw->getBuffer()), raw->getSize()}, most, bytes);
 }
 
 } // namespace
@@ -50,7 +50,7 @@ std::string decodedBytes(QPDFObjectHandle stream, std::size_t most) {
     }
     LimitedSink sink(most);
     try {
-        if (ContentBuffer whole; inflateWhole(stream, most, whole)) {
+        if (ContentBuffer whole; takeInflated(stream, most, whole)) {
             return std::string(whole.text());
         }
         bool filtered = false; // asked ahead: of a stream that breaks half way it says no afterwards

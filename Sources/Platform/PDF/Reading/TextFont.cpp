@@ -6,8 +6,8 @@ namespace orvex {
 TextFont::TextFont() = default;
 TextFont::~TextFont() = default;
 
-TextGlyph TextFont::nextComposite(std::string_view& string) const {
-    return composite_->next(string);
+TextGlyph TextFont::nextComposite(std::string_view& string, std::string& spare) const {
+    return composite_->next(string, spare);
 }
 
 std::shared_ptr<const TextFont> TextFontCache::font(QPDFObjectHandle font) {

@@ -20,7 +20,7 @@ struct TextGlyph {
     bool wordSpace = false;  ///< the one-byte code 32: word spacing applies
     float advance = 0;       ///< along the writing direction, in text space at size 1 (horizontal: w0; vertical: w1y)
     float originX = 0, originY = 0; ///< vertical writing: the position vector at size 1
-    std::string_view text;          ///< UTF-8, kept by the font; empty when nothing tells
+    std::string_view text;          ///< UTF-8, kept by the font or in what next() was given; empty when nothing tells
 };
 
 class CompositeGlyphs;
@@ -36,9 +36,10 @@ public:
     TextFont& operator=(const TextFont&) = delete;
 
     /// Takes the next character off `string`, which must not be empty. Never allocates for fonts of one-byte codes.
-    TextGlyph next(std::string_view& string) const {
+    /// `spare` takes the text of a glyph that is one too many to be kept.
+    TextGlyph next(std::string_view& string, std::string& spare) const {
         if (composite_) {
-            return nextComposite(string);
+            return nextComposite(string, spare);
         }
         const auto byte = static_cast<std::uint8_t>(string.front());
         string.remove_prefix(1);
@@ -52,7 +53,7 @@ public:
 private:
     friend class TextFontBuilder;
     TextFont();
-    TextGlyph nextComposite(std::string_view& string) const;
+    TextGlyph nextComposite(std::string_view& string, std::string& spare) const;
 
     std::unique_ptr<CompositeGlyphs> composite_; ///< null for fonts of one-byte codes
     std::array<TextGlyph, 256> glyphs_;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 namespace orvex {
 
@@ -19,6 +18,8 @@ constexpr double printedTwice = 0.15; // ems that a bold look is shifted by
 constexpr std::size_t mostFragments = 50'000;
 constexpr std::size_t mostFrames = 32;
 constexpr int mostCandidates = 64;
+// What is printed twice is sought with so many looks at glyphs; beyond them it is taken as it stands.
+constexpr std::size_t mostLooks = 50'000'000;
 
 using Lines = std::vector<FragmentLine>;
 
@@ -164,11 +165,11 @@ private:
     }
 
     /// Goes on from where the last glyph was found: both run from left to right.
-    bool isAmong(const FragmentLine& line, const Glyph& glyph, std::uint32_t& known, std::uint32_t& at) const {
+    bool isAmong(const FragmentLine& line, const Glyph& glyph, std::uint32_t& known, std::uint32_t& at) {
         const double where = along(glyph.origin);
         const double tolerance = printedTwice * page_.styleOf(glyph).size;
         while (known != noFragment) {
-            for (; at <= fragments_[known].last; ++at) {
+            for (; at <= fragments_[known].last && looks_ > 0; ++at, --looks_) {
                 const Glyph& other = page_.glyphs[at];
                 const double there = along(other.origin);
                 if (there > where + tolerance) {
@@ -178,7 +179,7 @@ private:
                     return true;
                 }
             }
-            if (known == line.last) {
+            if (known == line.last || looks_ == 0) {
                 break;
             }
             known = fragments_[known].next;
@@ -191,6 +192,7 @@ private:
     std::vector<Fragment>& fragments_;
     Lines& lines_;
     Point direction_;
+    std::size_t looks_ = mostLooks;
     std::vector<Open> open_; ///< lines that may go on, by baseline
 };
 

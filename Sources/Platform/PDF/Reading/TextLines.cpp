@@ -5,7 +5,6 @@
 #include "Platform/Text/Bidi.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace orvex {
 

@@ -3,6 +3,7 @@
 #include "Platform/PDF/PDFPage.h"
 #include "Platform/PDF/PDFSource_p.h"
 #include "Platform/PDF/Reading/CMap_p.h"
+#include "Platform/PDF/Reading/CompositeGlyphs_p.h"
 #include "Platform/PDF/Reading/ContentReader_p.h"
 #include "Support/OpenDocument.h"
 
@@ -129,10 +130,26 @@ TEST(ReadingLimits, WidthsThatAreOneArrayAgainAndAgainEnd) {
                            "[" + repeated("0 8 0 R ", times) + "2000 [700]]", "[" + repeated("250 ", 1000) + "]"});
         const auto font = page.font(6);
         std::string_view string("\x07\xD0", 2);
-        return font->next(string).advance;
+        std::string spare;
+        return font->next(string, spare).advance;
     };
     EXPECT_FLOAT_EQ(advance(10), 0.7F);
     EXPECT_FLOAT_EQ(advance(300), 0.5F);
+}
+
+TEST(ReadingLimits, GlyphsThatAreNotKeptHaveTheirText) {
+    CompositeFontParts parts;
+    parts.encoding = CMap::identity(false);
+    parts.toUnicode = CMap::parse("1 beginbfrange <0041> <005A> <0061> endbfrange");
+    parts.widths = {{0x41, 0x5A, 0.25F}};
+    const CompositeGlyphs glyphs(std::move(parts), 0);
+    std::string_view string("\0A\0B", 4);
+    std::string spare;
+    EXPECT_EQ(glyphs.next(string, spare).text, "a");
+    const TextGlyph last = glyphs.next(string, spare);
+    EXPECT_EQ(last.text, "b");
+    EXPECT_EQ(last.text.data(), spare.data());
+    EXPECT_FLOAT_EQ(last.advance, 0.25F);
 }
 
 TEST(ReadingLimits, ATextOfACodeIsCut) {

@@ -43,16 +43,18 @@ private:
 
 std::string read(const TextFont& font, std::string_view string) {
     std::string text;
+    std::string spare;
     while (!string.empty()) {
-        text += font.next(string).text;
+        text += font.next(string, spare).text;
     }
     return text;
 }
 
 std::vector<float> advances(const TextFont& font, std::string_view string) {
     std::vector<float> all;
+    std::string spare;
     while (!string.empty()) {
-        all.push_back(font.next(string).advance);
+        all.push_back(font.next(string, spare).advance);
     }
     return all;
 }
@@ -260,15 +262,16 @@ TEST(TextFont, VerticalWritingMovesDownFromAPositionAboveTheGlyph) {
                   "[900 -1100] /W2 [5 [-500 250 700] 6 9 -600 300 710] >>] >>");
     EXPECT_TRUE(font->isVertical());
     std::string_view string("\0\4\0\5\0\7", 6);
-    const auto plain = font->next(string);
+    std::string spare;
+    const auto plain = font->next(string, spare);
     EXPECT_FLOAT_EQ(plain.advance, -1.1F);
     EXPECT_FLOAT_EQ(plain.originX, 0.4F);
     EXPECT_FLOAT_EQ(plain.originY, 0.9F);
-    const auto listed = font->next(string);
+    const auto listed = font->next(string, spare);
     EXPECT_FLOAT_EQ(listed.advance, -0.5F);
     EXPECT_FLOAT_EQ(listed.originX, 0.25F);
     EXPECT_FLOAT_EQ(listed.originY, 0.7F);
-    EXPECT_FLOAT_EQ(font->next(string).advance, -0.6F);
+    EXPECT_FLOAT_EQ(font->next(string, spare).advance, -0.6F);
 }
 
 TEST(TextFont, NamedMapsReadEastAsianCodes) {
@@ -316,9 +319,10 @@ TEST(TextFont, SomethingThatIsNoFontReadsAsNothingOrAsPlainText) {
     FontFixture file;
     for (const char* object : {"null", "[1 2]", "<< /Subtype /Type0 >>", "<< /Subtype /Type0 /DescendantFonts 7 >>"}) {
         std::string_view string = "abc";
+        std::string spare;
         const auto font = file.make(object);
         while (!string.empty()) {
-            EXPECT_GE(font->next(string).length, 1) << object;
+            EXPECT_GE(font->next(string, spare).length, 1) << object;
         }
     }
 }
@@ -339,6 +343,7 @@ int readInAllFonts(const std::filesystem::path& path, std::string_view bytes) {
     const auto pdf = QPDF::create();
     pdf->setSuppressWarnings(true);
     int fonts = 0;
+    std::string spare;
     try {
         pdf->processFile(path.c_str());
         for (auto& object : pdf->getAllObjects()) {
@@ -346,7 +351,7 @@ int readInAllFonts(const std::filesystem::path& path, std::string_view bytes) {
                 const auto font = TextFont::make(object);
                 for (std::string_view rest = bytes; !rest.empty();) {
                     const auto before = rest.size();
-                    const auto glyph = font->next(rest);
+                    const auto glyph = font->next(rest, spare);
                     EXPECT_EQ(rest.size(), before - glyph.length);
                     EXPECT_TRUE(isValidUTF8(glyph.text)) << path;
                     EXPECT_TRUE(std::isfinite(glyph.advance)) << path;
