@@ -66,11 +66,16 @@ void addTexts(Seeds& seeds) {
                               "<000100020003> Tj 90 Tz 2 Tc 3 Tw /F3 10 Tf (a b) ' ET /X Do";
     const std::string turned = "q 0 1 -1 0 300 300 cm BT /F3 8 Tf 1 0.2 0 1 5 5 Tm (up) Tj ET Q 10 10 50 50 re W n "
                                "/Span << /ActualText (x) >> BDC BT /F3 8 Tf 20 20 Td (in) Tj ET EMC";
+    const std::string named = "/Span /P BDC BT /G gs 72 700 Td (AB) Tj /H gs <0001000200030009> Tj ET EMC "
+                              "/OC /L BDC BT /F2 9 Tf 72 600 Td <00010009> Tj ET EMC /X Do";
+    const std::string states = "/G << /Font [<< /Type /Font /Subtype /Type1 /BaseFont /Courier >> 9] >> /H << /Font [6 "
+                               "0 R 9] >> /P << /ActualText (said) >> /L << /Type /OCG /Name (l) >>";
+    const std::string widths = "1 [500 600] 3 8 250 9 13 0 R";
     seeds.add("text", joined({shown, toUnicode, encoding,
                               "/Subtype /Type1 /BaseFont /B /Encoding << /BaseEncoding /WinAnsiEncoding /Differences "
                               "[65 /Aacute /uni0416 /f_f_i /afii10017] >> /FirstChar 65 /Widths [500 250.5 1000] "
                               "/FontDescriptor << /Ascent 800 /Descent -200 /MissingWidth 300 >>",
-                              program}));
+                              program, states, widths}));
     seeds.add("text",
               joined({turned, wideToUnicode, encoding,
                       "/Subtype /TrueType /BaseFont /B /FontDescriptor << /Flags 4 /FontFile2 10 0 R >>", program}));
@@ -85,6 +90,7 @@ void addTexts(Seeds& seeds) {
                               "/CIDFontType0 /CIDSystemInfo << /Registry (Adobe) /Ordering (Japan1) /Supplement 6 >> "
                               ">>]",
                               ""}));
+    seeds.add("text", joined({named, wideToUnicode, "", "/Subtype /Type1", program, states, widths}));
 }
 
 void addJSON(Seeds& seeds) {

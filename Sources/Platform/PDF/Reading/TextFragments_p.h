@@ -3,6 +3,7 @@
 
 #include "Platform/PDF/Reading/PageGlyphs_p.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -51,7 +52,9 @@ struct FragmentLine {
 
 /// Cuts the page's glyphs where they do not go on, and marks where words start.
 [[nodiscard]] std::vector<Fragment> makeFragments(PageGlyphs& page);
-/// Puts fragments together that stand next to each other, whatever the order of the content.
-[[nodiscard]] std::vector<FragmentLine> joinFragments(PageGlyphs& page, std::vector<Fragment>& fragments);
+/// Puts fragments together that stand next to each other, whatever the order of the content. What is printed twice is
+/// sought with so many `looks` at glyphs; beyond them it is taken as it stands.
+[[nodiscard]] std::vector<FragmentLine> joinFragments(PageGlyphs& page, std::vector<Fragment>& fragments,
+                                                      std::size_t looks = 50'000'000);
 
 } // namespace orvex

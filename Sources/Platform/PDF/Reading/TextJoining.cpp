@@ -18,8 +18,6 @@ constexpr double printedTwice = 0.15; // ems that a bold look is shifted by
 constexpr std::size_t mostFragments = 50'000;
 constexpr std::size_t mostFrames = 32;
 constexpr int mostCandidates = 64;
-// What is printed twice is sought with so many looks at glyphs; beyond them it is taken as it stands.
-constexpr std::size_t mostLooks = 50'000'000;
 
 using Lines = std::vector<FragmentLine>;
 
@@ -32,8 +30,8 @@ struct Frame {
 /// Puts the fragments of one direction together, from left to right.
 class Joiner {
 public:
-    Joiner(PageGlyphs& page, std::vector<Fragment>& fragments, Lines& lines)
-        : page_(page), fragments_(fragments), lines_(lines) {}
+    Joiner(PageGlyphs& page, std::vector<Fragment>& fragments, Lines& lines, std::size_t looks)
+        : page_(page), fragments_(fragments), lines_(lines), looks_(looks) {}
 
     void join(const Frame& frame) {
         direction_ = frame.direction;
@@ -191,8 +189,8 @@ private:
     PageGlyphs& page_;
     std::vector<Fragment>& fragments_;
     Lines& lines_;
+    std::size_t looks_; ///< at glyphs that are left
     Point direction_;
-    std::size_t looks_ = mostLooks;
     std::vector<Open> open_; ///< lines that may go on, by baseline
 };
 
@@ -208,7 +206,7 @@ Frame& frameOf(const GlyphStyle& style, std::vector<Frame>& frames) {
 
 } // namespace
 
-std::vector<FragmentLine> joinFragments(PageGlyphs& page, std::vector<Fragment>& fragments) {
+std::vector<FragmentLine> joinFragments(PageGlyphs& page, std::vector<Fragment>& fragments, std::size_t looks) {
     Lines lines;
     std::vector<Frame> frames;
     for (std::uint32_t i = 0; i < fragments.size(); ++i) {
@@ -219,7 +217,7 @@ std::vector<FragmentLine> joinFragments(PageGlyphs& page, std::vector<Fragment>&
             frameOf(style, frames).fragments.push_back(i);
         }
     }
-    Joiner joiner(page, fragments, lines);
+    Joiner joiner(page, fragments, lines, looks);
     for (const auto& frame : frames) {
         joiner.join(frame);
     }

@@ -5,6 +5,7 @@
 #include "Platform/PDF/Reading/CMap_p.h"
 #include "Platform/PDF/Reading/CompositeGlyphs_p.h"
 #include "Platform/PDF/Reading/ContentReader_p.h"
+#include "Platform/PDF/Reading/TextFragments_p.h"
 #include "Support/OpenDocument.h"
 
 #include <gtest/gtest.h>
@@ -173,6 +174,18 @@ TEST(ReadingLimits, CodeSpacesBeyondTheLimitDoNotCount) {
     };
     EXPECT_EQ(length(99), 1);
     EXPECT_EQ(length(100), 2);
+}
+
+TEST(ReadingLimits, WhatIsPrintedTwiceIsSoughtWithSoManyLooks) {
+    const auto lines = [](std::size_t looks) {
+        OpenPage page("");
+        auto glyphs = page.read("BT /F1 10 Tf 72 700 Td (abc) Tj 0 -100 Td (x) Tj 0.3 100 Td (abc) Tj ET");
+        auto fragments = makeFragments(glyphs);
+        EXPECT_EQ(fragments.size(), 3U);
+        return joinFragments(glyphs, fragments, looks).size();
+    };
+    EXPECT_EQ(lines(1000), 2U);
+    EXPECT_EQ(lines(0), 3U);
 }
 
 TEST(ReadingLimits, SavesOfAFormBeyondTheLimitEndWithIt) {
