@@ -270,6 +270,7 @@ private:
 std::shared_ptr<const CMap> CMap::parse(std::string_view source, const Named& named, std::shared_ptr<const CMap> base) {
     auto map = std::make_shared<CMap>();
     map->base_ = std::move(base);
+    map->cost_ = source.size();
     CMapParser(*map, source, named).parse();
     map->finish();
     return map;

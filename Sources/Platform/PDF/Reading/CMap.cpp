@@ -73,6 +73,7 @@ std::shared_ptr<const CMap> CMap::identityTexts() {
 }
 
 void CMap::finish() {
+    cost_ += (identifiers_.size() + undefined_.size() + texts_.size()) * sizeof(Range) + (base_ ? base_->cost_ : 0);
     if (base_) {
         spaces_.insert(spaces_.end(), base_->spaces_.begin(), base_->spaces_.end());
         ordering_ = ordering_.empty() ? base_->ordering_ : ordering_;

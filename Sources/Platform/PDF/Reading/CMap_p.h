@@ -1,6 +1,7 @@
 // Character maps: which codes a string holds, and which character identifiers or texts they stand for.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -33,6 +34,8 @@ public:
     [[nodiscard]] bool isVertical() const { return vertical_; }
     /// The character collection that the identifiers belong to, "Japan1" for example; empty when the map is silent.
     [[nodiscard]] const std::string& ordering() const { return ordering_; }
+    /// Bytes that reading it took, its source and what was made of that; those of what it builds upon as well.
+    [[nodiscard]] std::size_t cost() const { return cost_; }
     [[nodiscard]] bool hasTexts() const { return !texts_.empty() || (base_ && base_->hasTexts()); }
 
     struct Code {
@@ -80,6 +83,7 @@ private:
     std::u16string pool_;
     std::shared_ptr<const CMap> base_;
     std::string ordering_;
+    std::size_t cost_ = 0;
     bool vertical_ = false;
     bool twoByte_ = false;
 };

@@ -224,14 +224,24 @@ void ContentReader::use(const FontUse& font, double size) {
     if (font.font.get() == state_.font) {
         return;
     }
+    state_.font = nullptr;
     auto& kept = page_.fonts;
-    const bool isKept = font.font && (kept.contains(font.font) || kept.size() < limits_.fonts);
-    state_.font = isKept ? kept.insert(font.font).first->get() : nullptr;
+    if (font.font && (kept.contains(font.font) || ifNewFont() == TextFontCache::IfNew::make)) {
+        state_.font = font.font.get();
+        if (kept.insert(font.font).second) {
+            limits_.fontBytes -= std::min(limits_.fontBytes, font.font->cost());
+        }
+    }
+}
+
+TextFontCache::IfNew ContentReader::ifNewFont() const {
+    const bool hasRoom = limits_.fontBytes > 0 && page_.fonts.size() < limits_.fonts;
+    return hasRoom ? TextFontCache::IfNew::make : TextFontCache::IfNew::leave;
 }
 
 void ContentReader::setFont(std::span<const Operand> operands) {
     if (operands.size() >= 2 && operands[operands.size() - 2].kind == OperandKind::name) {
-        use(resources_->font(operands[operands.size() - 2].text), operands.back().number);
+        use(resources_->font(operands[operands.size() - 2].text, ifNewFont()), operands.back().number);
     }
 }
 
@@ -239,7 +249,7 @@ void ContentReader::useGraphicsState(std::span<const Operand> operands) {
     if (operands.empty() || operands.back().kind != OperandKind::name) {
         return;
     }
-    if (const auto sized = resources_->graphicsStateFont(operands.back().text)) {
+    if (const auto sized = resources_->graphicsStateFont(operands.back().text, ifNewFont())) {
         use(sized->font, sized->size);
     }
 }

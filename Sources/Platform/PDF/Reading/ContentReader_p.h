@@ -20,8 +20,9 @@ struct ReadingLimits {
     std::size_t formDepth = 24;
     std::size_t savedStates = 10'000;
     std::size_t items = 100'000; ///< of text layers, that say what they stand for
-    std::size_t fonts = 5'000;
-    std::size_t textBytes = std::size_t{32} << 20; ///< of glyphs and of what replaces some, each time that it does
+    std::size_t fonts = 1'000;
+    std::size_t fontBytes = std::size_t{256} << 20; ///< that making them takes
+    std::size_t textBytes = std::size_t{32} << 20;  ///< of glyphs and of what replaces some, each time that it does
 };
 
 class ContentReader {
@@ -82,6 +83,7 @@ private:
     void place(std::string_view text, Point origin, double width);
     void updateStyle(const AffineTransform& matrix);
     void addStyle();
+    [[nodiscard]] TextFontCache::IfNew ifNewFont() const;
     void use(const FontUse& font, double size);
     [[nodiscard]] bool isShown(const Glyph& glyph, const GlyphStyle& style) const;
 

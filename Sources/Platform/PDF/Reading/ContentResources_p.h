@@ -22,7 +22,9 @@ namespace orvex {
 class ReadingCache {
 public:
     /// Hold the source's mutex for all of them.
-    std::shared_ptr<const TextFont> font(QPDFObjectHandle font) { return fonts_.font(font); }
+    std::shared_ptr<const TextFont> font(QPDFObjectHandle font, TextFontCache::IfNew ifNew) {
+        return fonts_.font(font, ifNew);
+    }
     /// Whether an optional-content group or membership is off as the file opens.
     [[nodiscard]] bool isHidden(const PDFSource& source, QPDFObjectHandle optionalContent);
 
@@ -68,14 +70,15 @@ public:
     ContentResources(const PDFSource& source, ReadingCache& cache, QPDFObjectHandle dictionary)
         : source_(source), cache_(cache), dictionary_(dictionary) {}
 
+    using IfNew = TextFontCache::IfNew;
     /// Valid as long as this is. Names are as content spells them.
-    const FontUse& font(std::string_view name);
+    const FontUse& font(std::string_view name, IfNew ifNew = IfNew::make);
     struct SizedFont {
         FontUse font;
         double size = 0;
     };
     /// The font that a graphics state names.
-    const std::optional<SizedFont>& graphicsStateFont(std::string_view name);
+    const std::optional<SizedFont>& graphicsStateFont(std::string_view name, IfNew ifNew = IfNew::make);
     /// None for images and for names that lead nowhere; `limit` as for storedStreams().
     std::optional<FormUse> form(std::string_view name, std::size_t limit);
     /// `operands` are those of BDC: a tag, and a name or a dictionary.
@@ -88,10 +91,10 @@ private:
     template <class Value, class LookUp>
     const Value& known(ByName<Value>& names, std::string_view name, const LookUp& lookUp);
     QPDFObjectHandle named(const char* category, std::string_view name);
-    std::optional<SizedFont> fontOf(QPDFObjectHandle graphicsState);
+    std::optional<SizedFont> fontOf(QPDFObjectHandle graphicsState, IfNew ifNew);
     MarkedContent contentOf(QPDFObjectHandle properties);
     MarkedContent inlineProperties(std::span<const Operand> operands, const ContentScanner& scanner);
-    FontUse use(QPDFObjectHandle font);
+    FontUse use(QPDFObjectHandle font, IfNew ifNew);
 
     const PDFSource& source_;
     ReadingCache& cache_;

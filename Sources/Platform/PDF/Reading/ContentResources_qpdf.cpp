@@ -133,13 +133,13 @@ QPDFObjectHandle ContentResources::named(const char* category, std::string_view 
     return entries.isDictionary() ? entries.getKey(keyOf(name)) : QPDFObjectHandle::newNull();
 }
 
-FontUse ContentResources::use(QPDFObjectHandle font) {
+FontUse ContentResources::use(QPDFObjectHandle font, IfNew ifNew) {
     if (!font.isDictionary()) {
         return {};
     }
     auto name = font.getKey("/BaseFont");
     const bool isTextLayer = name.isName() && name.getName().ends_with("OrvexGlyphless");
-    return {cache_.font(font), isTextLayer};
+    return {cache_.font(font, ifNew), isTextLayer};
 }
 
 template <class Value, class LookUp>
@@ -155,21 +155,22 @@ const Value& ContentResources::known(ByName<Value>& names, std::string_view name
     return names.emplace(name, lookUp()).first->second;
 }
 
-const FontUse& ContentResources::font(std::string_view name) {
-    return known(fonts_, name, [&] { return use(named("/Font", name)); });
+const FontUse& ContentResources::font(std::string_view name, IfNew ifNew) {
+    return known(fonts_, name, [&] { return use(named("/Font", name), ifNew); });
 }
 
-const std::optional<ContentResources::SizedFont>& ContentResources::graphicsStateFont(std::string_view name) {
-    return known(graphicsStateFonts_, name, [&] { return fontOf(named("/ExtGState", name)); });
+const std::optional<ContentResources::SizedFont>& ContentResources::graphicsStateFont(std::string_view name,
+                                                                                      IfNew ifNew) {
+    return known(graphicsStateFonts_, name, [&] { return fontOf(named("/ExtGState", name), ifNew); });
 }
 
-std::optional<ContentResources::SizedFont> ContentResources::fontOf(QPDFObjectHandle graphicsState) {
+std::optional<ContentResources::SizedFont> ContentResources::fontOf(QPDFObjectHandle graphicsState, IfNew ifNew) {
     auto entry = graphicsState.isDictionary() ? graphicsState.getKey("/Font") : QPDFObjectHandle::newNull();
     double size = 0;
     if (!entry.isArray() || entry.getArrayNItems() < 2 || !readNumber(entry.getArrayItem(1), size)) {
         return std::nullopt;
     }
-    return SizedFont{use(entry.getArrayItem(0)), size};
+    return SizedFont{use(entry.getArrayItem(0), ifNew), size};
 }
 
 std::optional<FormUse> ContentResources::form(std::string_view name, std::size_t limit) {

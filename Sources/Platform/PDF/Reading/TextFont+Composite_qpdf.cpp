@@ -115,6 +115,15 @@ std::vector<std::uint32_t> glyphsOfIdentifiers(QPDFObjectHandle map, std::uint32
     return glyphs;
 }
 
+/// Named maps belong to no file.
+std::size_t costOf(const CompositeFontParts& parts) {
+    std::size_t cost = (parts.widths.size() + parts.verticals.size()) * sizeof(Metrics);
+    for (const std::string& text : parts.glyphTexts) {
+        cost += sizeof(text) + text.size();
+    }
+    return cost + (parts.toUnicode ? parts.toUnicode->cost() : 0);
+}
+
 } // namespace
 
 void TextFontBuilder::buildComposite() {
@@ -133,6 +142,7 @@ void TextFontBuilder::buildComposite() {
     textsOfIdentifiers(parts, cidFont);
     readVertical(parts, cidFont);
     made_->vertical_ = parts.encoding->isVertical();
+    made_->cost_ += costOf(parts) + (encoding.isStream() ? parts.encoding->cost() : 0);
     made_->composite_ = std::make_unique<CompositeGlyphs>(std::move(parts));
 }
 

@@ -89,6 +89,7 @@ void TextFontBuilder::readDifferences() {
 void TextFontBuilder::textsFromToUnicode() {
     auto object = fontEntry(font_, "/ToUnicode");
     const auto map = object.isName() ? CMap::identityTexts() : embeddedCMap(object, CMap::named);
+    made_->cost_ += map ? map->cost() : 0;
     for (std::size_t code = 0; map && code < texts_.size(); ++code) {
         map->appendText(texts_.at(code), static_cast<std::uint32_t>(code));
     }

@@ -10,21 +10,28 @@ TextGlyph TextFont::nextComposite(std::string_view& string, std::string& spare) 
     return composite_->next(string, spare);
 }
 
-std::shared_ptr<const TextFont> TextFontCache::font(QPDFObjectHandle font) {
+std::shared_ptr<const TextFont> TextFontCache::font(QPDFObjectHandle font, IfNew ifNew) {
     const QPDFObjGen id = font.getObjGen();
     if (!id.isIndirect()) {
-        return TextFont::make(font);
+        return ifNew == IfNew::make ? TextFont::make(font) : nullptr;
     }
-    constexpr std::size_t mostKept = 4096; // a file with more is made to fill the memory
+    // a file with more is made to fill the memory
+    constexpr std::size_t mostKept = 4096;
+    constexpr std::size_t mostCost = std::size_t{512} << 20;
     const std::lock_guard lock(mutex_);
-    if (fonts_.size() > mostKept) {
+    if (const auto kept = fonts_.find(id); kept != fonts_.end()) {
+        return kept->second;
+    }
+    if (ifNew == IfNew::leave) {
+        return nullptr;
+    }
+    if (fonts_.size() > mostKept || cost_ > mostCost) {
         fonts_.clear();
+        cost_ = 0;
     }
-    auto& kept = fonts_[id];
-    if (!kept) {
-        kept = TextFont::make(font);
-    }
-    return kept;
+    const auto& made = fonts_.emplace(id, TextFont::make(font)).first->second;
+    cost_ += made->cost();
+    return made;
 }
 
 } // namespace orvex

@@ -4,6 +4,7 @@
 #include <qpdf/QPDFObjectHandle.hh>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -49,6 +50,8 @@ public:
     /// Above and below the baseline (below is negative) at size 1; plausible ones when the font lies.
     [[nodiscard]] float ascent() const { return ascent_; }
     [[nodiscard]] float descent() const { return descent_; }
+    /// Bytes that making it took of what the file has, more or less.
+    [[nodiscard]] std::size_t cost() const { return cost_; }
 
 private:
     friend class TextFontBuilder;
@@ -58,6 +61,7 @@ private:
     std::unique_ptr<CompositeGlyphs> composite_; ///< null for fonts of one-byte codes
     std::array<TextGlyph, 256> glyphs_;
     std::string texts_; ///< behind the views of `glyphs_`
+    std::size_t cost_ = sizeof(TextFont);
     float ascent_ = 0;
     float descent_ = 0;
     bool vertical_ = false;
@@ -66,12 +70,14 @@ private:
 /// The fonts of one source, each made once. Threads: any.
 class TextFontCache {
 public:
-    /// The font that a resource dictionary names. Hold the source's mutex. A font that is no object of its own is made
-    /// anew at each call.
-    std::shared_ptr<const TextFont> font(QPDFObjectHandle font);
+    enum class IfNew { make, leave };
+    /// The font that a resource dictionary names; null for one that is new and to be left. Hold the source's mutex. A
+    /// font that is no object of its own is made anew at each call.
+    std::shared_ptr<const TextFont> font(QPDFObjectHandle font, IfNew ifNew = IfNew::make);
 
 private:
     std::mutex mutex_;
+    std::size_t cost_ = 0; ///< of those that are kept
     std::map<QPDFObjGen, std::shared_ptr<const TextFont>> fonts_;
 };
 

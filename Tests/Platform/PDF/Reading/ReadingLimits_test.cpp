@@ -85,6 +85,32 @@ TEST(ReadingLimits, APageKeepsSoManyFonts) {
     const std::string content = "BT 72 700 Td /F1 9 Tf (a) Tj /F2 9 Tf (b) Tj /F1 9 Tf (c) Tj ET";
     EXPECT_EQ(textOf(page.read(content)), "abc");
     EXPECT_EQ(textOf(page.read(content, {.fonts = 1})), "ac");
+    EXPECT_EQ(textOf(page.read(content, {.fontBytes = 1})), "ac");
+}
+
+TEST(ReadingLimits, NewFontsMayBeLeft) {
+    OpenPage page("/ExtGState << /G << /Font [<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> 12] >> >>");
+    constexpr auto leave = TextFontCache::IfNew::leave;
+    EXPECT_EQ(page.resources().font("F1", leave).font, nullptr);
+    EXPECT_EQ(page.resources().graphicsStateFont("G", leave)->font.font, nullptr);
+    OpenPage other("");
+    const auto known = other.resources().font("F1").font;
+    EXPECT_NE(known, nullptr);
+    EXPECT_EQ(other.resources().font("F1", leave).font, known);
+}
+
+TEST(ReadingLimits, FontsCostWhatTheyTakeOfTheFile) {
+    const auto cost = [](const std::string& widths, const std::string& map) {
+        return OpenPage("", {"<< /Type /Font /Subtype /Type0 /BaseFont /X /Encoding 7 0 R /DescendantFonts [<< /W " +
+                                 widths + " >>] >>",
+                             streamBody(map)})
+            .font(6)
+            ->cost();
+    };
+    const std::size_t least = cost("[]", "");
+    EXPECT_GE(cost("[0 [" + repeated("500 ", 1000) + "]]", ""), least + 12'000);
+    EXPECT_GE(cost("[]", std::string(1000, ' ')), least + 1000);
+    EXPECT_GE(cost("[]", "begincidrange " + repeated("<00> <00> 0 ", 100)), least + 100 * 32);
 }
 
 TEST(ReadingLimits, NamesBeyondTheLimitLeadNowhere) {
