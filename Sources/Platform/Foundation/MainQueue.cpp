@@ -25,6 +25,22 @@ struct MainQueue::State {
     int running = 0; ///< blocks under way, one inside the other
     std::deque<std::function<void()>> blocks;
     std::vector<std::weak_ptr<const Observer>> observers;
+    int notifying = 0; ///< rounds of notifyEventEnd() under way, one inside the other
+
+    /// Marks the running block, also when it throws: its event ends all the same.
+    class Event {
+    public:
+        explicit Event(State& state) : state_(state) { ++state_.running; }
+        Event(const Event&) = delete;
+        Event& operator=(const Event&) = delete;
+        ~Event() {
+            --state_.running;
+            state_.notifyEventEnd();
+        }
+
+    private:
+        State& state_;
+    };
 
     [[nodiscard]] std::function<void()> takeBlock() {
         const std::lock_guard lock(mutex);
@@ -36,39 +52,42 @@ struct MainQueue::State {
         return block;
     }
 
+    /// False when there is none. What the block throws comes out.
+    bool runBlock() {
+        const auto block = takeBlock();
+        if (!block) {
+            return false;
+        }
+        const Event event(*this);
+        block();
+        return true;
+    }
+
+    /// Those that were there when it began, which keep their places until it is over. Needs no memory: destructors call
+    /// it.
     void notifyEventEnd() {
-        std::vector<std::weak_ptr<const Observer>> snapshot;
+        std::size_t count = 0;
         {
             const std::lock_guard lock(mutex);
-            std::erase_if(observers, [](const auto& observer) { return observer.expired(); });
-            snapshot = observers;
+            ++notifying;
+            count = observers.size();
         }
-        for (const auto& weak : snapshot) {
-            if (const auto observer = weak.lock()) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (const auto observer = observerAt(i)) {
                 (*observer)();
             }
         }
-    }
-};
-
-namespace {
-
-/// Marks the running block, also when it throws: its event ends all the same.
-template <class State> class Event {
-public:
-    explicit Event(State& state) : state_(state) { ++state_.running; }
-    Event(const Event&) = delete;
-    Event& operator=(const Event&) = delete;
-    ~Event() {
-        --state_.running;
-        state_.notifyEventEnd();
+        const std::lock_guard lock(mutex);
+        if (--notifying == 0) {
+            std::erase_if(observers, [](const auto& observer) { return observer.expired(); });
+        }
     }
 
-private:
-    State& state_;
+    [[nodiscard]] std::shared_ptr<const Observer> observerAt(std::size_t index) const {
+        const std::lock_guard lock(mutex);
+        return observers[index].lock();
+    }
 };
-
-} // namespace
 
 MainQueue::MainQueue() : state_(std::make_unique<State>()) {}
 
@@ -148,16 +167,17 @@ bool MainQueue::runPending() {
         state_->notifyEventEnd(); // what the loop did on its own before was an event as well
     }
     bool any = false;
-    while (const auto block = state_->takeBlock()) {
-        const Event<State> event(*state_);
+    while (state_->runBlock()) {
         any = true;
-        block();
     }
     return any;
 }
 
 void MainQueue::run() {
     checkMainThread("run");
+    if (state_->running == 0) {
+        state_->notifyEventEnd(); // as in runPending()
+    }
     const auto ready = [this] { return state_->stopping || !state_->blocks.empty(); };
     for (;;) {
         {
@@ -167,7 +187,7 @@ void MainQueue::run() {
                 return;
             }
         }
-        runPending();
+        state_->runBlock();
     }
 }
 

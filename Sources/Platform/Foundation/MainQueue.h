@@ -36,11 +36,12 @@ public:
     bool runPending();
     /// Waits for work and runs it until stop() is called; main thread only.
     void run();
-    /// Ends run(), now or the next time that it is called; what is queued stays queued. Any thread.
+    /// Ends run() behind the block that it is running, or the next time that it is called; what is queued stays
+    /// queued. Any thread.
     void stop();
 
-    /// Called on the main thread after each queued block (also one that throws) and when runPending() begins: the end
-    /// of an event, for undo grouping. It must not throw. Returns a token; destroying it removes the observer.
+    /// Called on the main thread after each queued block (also one that throws) and when runPending() or run() begins:
+    /// the end of an event, for undo grouping. It must not throw. Returns a token; destroying it removes the observer.
     [[nodiscard]] std::shared_ptr<void> onEventEnd(std::function<void()> observer);
 
     MainQueue(const MainQueue&) = delete;

@@ -170,6 +170,72 @@ TEST_F(MainQueueTest, StopBeforeRunEndsTheNextRun) {
     SUCCEED();
 }
 
+TEST_F(MainQueueTest, StopFromABlockEndsRunAndLeavesWhatIsQueued) {
+    std::string order;
+    queue.async([&] { queue.stop(); });
+    queue.async([&] { order += "later"; });
+    queue.run();
+    EXPECT_EQ(order, "");
+    EXPECT_TRUE(queue.runPending());
+    EXPECT_EQ(order, "later");
+}
+
+TEST_F(MainQueueTest, StopEndsRunAlsoWhileABlockQueuesItselfAgain) {
+    std::atomic<int> runs = 0;
+    std::function<void()> again = [&] {
+        ++runs;
+        queue.async(again);
+    };
+    queue.async(again);
+    std::thread worker([&] {
+        while (runs < 10) {
+            std::this_thread::yield();
+        }
+        queue.stop();
+    });
+    queue.run();
+    worker.join();
+    EXPECT_GE(runs, 10);
+    again = [] {};
+    queue.runPending(); // the copy that is queued queues what is in its place now
+}
+
+TEST_F(MainQueueTest, AnExceptionOfAnAsyncBlockComesOutOfRun) {
+    queue.async([] { throw std::runtime_error("no"); });
+    EXPECT_THROW(queue.run(), std::runtime_error);
+}
+
+TEST_F(MainQueueTest, ObserversThatComeAndGoDuringAnEventsEndDisturbNobody) {
+    std::string order;
+    std::vector<std::shared_ptr<void>> tokens(3);
+    tokens[0] = queue.onEventEnd([&] {
+        order += "0";
+        tokens[1].reset();
+        tokens[2] = queue.onEventEnd([&] { order += "2"; });
+    });
+    tokens[1] = queue.onEventEnd([&] { order += "1"; });
+    const auto last = queue.onEventEnd([&] { order += "3"; });
+    queue.runPending();
+    EXPECT_EQ(order, "03"); // who came during it waits for the next
+    tokens[0].reset();
+    queue.runPending();
+    EXPECT_EQ(order, "0332");
+}
+
+TEST_F(MainQueueTest, AnObserverMayPump) {
+    std::string order;
+    const auto first = queue.onEventEnd([&] {
+        order += "(";
+        if (order.size() < 3) {
+            queue.runPending();
+        }
+        order += ")";
+    });
+    const auto second = queue.onEventEnd([&] { order += "."; });
+    queue.runPending();
+    EXPECT_EQ(order, "((().).).");
+}
+
 TEST_F(MainQueueTest, EveryBlockEndsAnEventAlsoOneThatThrows) {
     std::string order;
     const auto token = queue.onEventEnd([&] { order += "."; });
