@@ -82,6 +82,9 @@ int syncFolder(const std::filesystem::path& folder) {
 
 AtomicFile::AtomicFile(std::filesystem::path target) : target_(std::move(target)) {
     const auto existing = statusOf(target_);
+    if (!existing && errno != ENOENT) { // links in a circle, say, which would be replaced
+        fail(errno);
+    }
     if (existing && S_ISDIR(existing->st_mode)) {
         fail(EISDIR);
     }

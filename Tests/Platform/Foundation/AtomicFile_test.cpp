@@ -123,6 +123,17 @@ TEST(AtomicFile, ALinkStaysAndItsFileIsReplaced) {
     EXPECT_EQ(get(folder.path() / "real" / "file"), "new");
 }
 
+TEST(AtomicFile, LinksInACircleAreToldAndStay) {
+    const TempFolder folder;
+    fs::create_symlink("b", folder.path() / "a");
+    fs::create_symlink("a", folder.path() / "b");
+    EXPECT_EQ(errorOf(folder.path() / "a", "new"), ELOOP);
+    EXPECT_TRUE(fs::is_symlink(folder.path() / "a") && fs::is_symlink(folder.path() / "b"));
+    EXPECT_EQ(entries(folder.path()), 2U);
+    put(folder.path() / "file", "old");
+    EXPECT_EQ(errorOf(folder.path() / "file" / "inside", "new"), ENOTDIR);
+}
+
 TEST(AtomicFile, ALinkToNothingMakesTheFileItNames) {
     const TempFolder folder;
     fs::create_symlink("later", folder.path() / "link");
