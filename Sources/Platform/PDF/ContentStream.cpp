@@ -161,6 +161,9 @@ void ContentStreamContext::saveState() {
 }
 
 void ContentStreamContext::restoreState() {
+    if (saved_.empty()) {
+        throw PDFWriteError("a page restores a state that it has not saved");
+    }
     if (pending_) { // never written: what was set in it holds on
         const double alpha = saved_.back().fillAlpha;
         saved_.back() = state_;

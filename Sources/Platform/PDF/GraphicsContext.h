@@ -6,6 +6,7 @@
 #include "Platform/Foundation/Geometry.h"
 #include "Platform/Text/Font.h"
 
+#include <exception>
 #include <memory>
 #include <string_view>
 
@@ -35,6 +36,7 @@ public:
     virtual ~GraphicsContext() = default;
 
     virtual void saveState() = 0;
+    /// Back to what the last saveState() that was not restored yet has saved. Throws PDFWriteError without one.
     virtual void restoreState() = 0;
     virtual void concatenate(const AffineTransform& transform) = 0;
     virtual void setFillColor(const Color& color) = 0;
@@ -57,16 +59,25 @@ public:
     virtual void endFoundText() {}
 };
 
-/// Saves now, restores when the scope ends.
+/// Saves now, restores when the scope ends. What restoring throws comes out, unless the scope ends by an exception.
 class ScopedState {
 public:
     explicit ScopedState(GraphicsContext& context) : context_(context) { context_.saveState(); }
-    ~ScopedState() { context_.restoreState(); }
+    ~ScopedState() noexcept(false) {
+        try {
+            context_.restoreState();
+        } catch (...) {
+            if (std::uncaught_exceptions() == exceptions_) {
+                throw;
+            }
+        }
+    }
     ScopedState(const ScopedState&) = delete;
     ScopedState& operator=(const ScopedState&) = delete;
 
 private:
     GraphicsContext& context_;
+    int exceptions_ = std::uncaught_exceptions();
 };
 
 } // namespace orvex

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/PDF/GraphicsContext.h"
+#include "Platform/PDF/PDFDocument.h"
 
 #include <string>
 #include <vector>
@@ -29,6 +30,9 @@ public:
         operations_.push_back({Kind::save});
     }
     void restoreState() override {
+        if (stack_.empty()) {
+            throw PDFWriteError("a page restores a state that it has not saved");
+        }
         current_ = stack_.back();
         stack_.pop_back();
         operations_.push_back({Kind::restore});

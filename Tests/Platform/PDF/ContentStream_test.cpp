@@ -1,11 +1,14 @@
 // What is drawn, as operators, and as other people's tools read it.
 #include "Platform/PDF/PDFDocument.h"
+#include "Platform/PDF/RecordingContext.h"
 #include "Support/SavedDocument.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <new>
+#include <stdexcept>
 
 namespace orvex {
 namespace {
@@ -94,6 +97,55 @@ TEST(ContentStream, TurnedLinesStandBetweenUprightOnes) {
     EXPECT_THAT(boxes, HasSubstr(R"(<word xMin="50.000000" yMin="82.)"));
     EXPECT_THAT(boxes, HasSubstr(">turned<"));
     EXPECT_THAT(boxes, HasSubstr(R"(<word xMin="50.000000" yMin="182.)"));
+}
+
+TEST(ContentStream, RestoringMoreThanWasSavedIsAnError) {
+    const auto write = [](const Drawing& drawing) {
+        PDFDocument document;
+        document.insertPage(std::make_shared<DrawnPage>(drawing), 0);
+        ByteCollector out;
+        document.write(out);
+    };
+    const Drawing tooOften = [](GraphicsContext& context) {
+        context.saveState();
+        context.restoreState();
+        context.restoreState();
+    };
+    const Drawing insideAScope = [](GraphicsContext& context) {
+        const ScopedState state(context);
+        context.restoreState();
+    };
+    for (const auto& drawing : {tooOften, insideAScope}) {
+        EXPECT_THROW(write(drawing), PDFWriteError);
+        RecordingContext recording;
+        EXPECT_THROW(drawing(recording), PDFWriteError);
+    }
+}
+
+/// A target that runs out of memory when it restores.
+class FullContext final : public GraphicsContext {
+public:
+    void saveState() override {}
+    void restoreState() override { throw std::bad_alloc(); }
+    void concatenate(const AffineTransform& /*transform*/) override {}
+    void setFillColor(const Color& /*color*/) override {}
+    void setStrokeColor(const Color& /*color*/) override {}
+    void fillRect(const Rect& /*rect*/) override { throw std::length_error("drawing"); }
+    void fillAndStrokeRoundedRect(const Rect& /*rect*/, double /*radiusX*/, double /*radiusY*/) override {}
+    void drawPageContent(const PDFPage& /*page*/, PDFDisplayBox /*box*/) override {}
+    void drawText(std::string_view /*utf8*/, const std::shared_ptr<const Font>& /*font*/, double /*size*/,
+                  const Rect& /*rect*/, TextMode /*mode*/) override {}
+};
+
+TEST(ScopedState, LetsOutWhatRestoringThrowsUnlessDrawingDidBefore) {
+    FullContext context;
+    EXPECT_THROW(ScopedState{context}, std::bad_alloc);
+    const auto draw = [&] {
+        const ScopedState outer(context);
+        const ScopedState inner(context);
+        context.fillRect({});
+    };
+    EXPECT_THROW(draw(), std::length_error);
 }
 
 } // namespace
