@@ -2,7 +2,6 @@
 #include "Platform/Foundation/Strings.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace orvex {

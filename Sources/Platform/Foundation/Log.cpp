@@ -2,7 +2,6 @@
 #include "Platform/Foundation/Strings.h"
 
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>

@@ -146,6 +146,15 @@ char32_t nextEncodedCodePoint(std::string_view text, std::size_t& offset) {
     return length == 0 ? replacement : codePoint;
 }
 
+std::u32string codePoints(std::string_view utf8) {
+    std::u32string text;
+    text.reserve(utf8.size());
+    for (std::size_t at = 0; at < utf8.size();) {
+        text += nextCodePoint(utf8, at);
+    }
+    return text;
+}
+
 char32_t firstCodePoint(std::string_view text) {
     std::size_t at = 0;
     return nextCodePoint(text, at);

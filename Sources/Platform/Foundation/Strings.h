@@ -47,6 +47,8 @@ inline char32_t nextCodePoint(std::string_view text, std::size_t& offset) {
     ++offset;
     return byte;
 }
+/// All of a text; U+FFFD for each invalid byte.
+std::u32string codePoints(std::string_view utf8);
 /// The first and the last code point of a text that is not empty; U+FFFD where it is invalid UTF-8.
 char32_t firstCodePoint(std::string_view text);
 char32_t lastCodePoint(std::string_view text);

@@ -4,7 +4,6 @@
 #include "Platform/Imaging/Codecs_p.h"
 
 #include <array>
-#include <string_view>
 #include <vector>
 
 namespace orvex::png {

@@ -225,11 +225,10 @@ void ContentStreamContext::fillRect(const Rect& rect) {
 
 void ContentStreamContext::fillAndStrokeRoundedRect(const Rect& rect, double radiusX, double radiusY) {
     prepare();
-    constexpr double circle = 0.5522847498; // a quarter circle as a cubic curve: 4/3 (sqrt 2 - 1)
     const double rx = std::min(radiusX, rect.width / 2);
     const double ry = std::min(radiusY, rect.height / 2);
-    const double kx = rx * (1 - circle);
-    const double ky = ry * (1 - circle);
+    const double kx = rx * (1 - quarterCircle);
+    const double ky = ry * (1 - quarterCircle);
     const double left = rect.x;
     const double right = rect.maxX();
     const double bottom = rect.y;

@@ -18,6 +18,9 @@ class InvisibleFont;
 /// A number as content streams take it: plain decimal, six places at most; values that are not finite become 0.
 void appendNumber(std::string& content, double value);
 
+/// A quarter circle of radius 1 as a cubic curve, how far its control points are from its ends: 4/3 (sqrt 2 - 1).
+inline constexpr double quarterCircle = 0.5522847498;
+
 /// What operators refer to by name in the page's resources.
 struct DrawnResources {
     std::string invisibleFont; ///< empty when unused

@@ -44,11 +44,10 @@ std::string dashOperator(QPDFObjectHandle dashes) {
 
 /// A closed path around the box, `inset` within.
 void appendEllipse(std::string& content, Size box, double inset) {
-    constexpr double circle = 0.5522847498; // a quarter circle as a cubic curve: 4/3 (sqrt 2 - 1)
     const double x = box.width / 2;
     const double y = box.height / 2;
     const double r = std::max(0.0, std::min(x, y) - inset);
-    const double k = r * circle;
+    const double k = r * quarterCircle;
     appendOperator(content, {x + r, y}, "m");
     appendOperator(content, {x + r, y + k, x + k, y + r, x, y + r}, "c");
     appendOperator(content, {x - k, y + r, x - r, y + k, x - r, y}, "c");

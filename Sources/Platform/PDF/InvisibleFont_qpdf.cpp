@@ -18,15 +18,6 @@ namespace {
 
 constexpr std::size_t mostGlyphs = 0xFFFE; ///< codes are two bytes, the first is the missing glyph's
 
-std::u32string decoded(std::string_view utf8) {
-    std::u32string text;
-    text.reserve(utf8.size());
-    for (std::size_t at = 0; at < utf8.size();) {
-        text += nextCodePoint(utf8, at);
-    }
-    return text;
-}
-
 bool isASCII(std::string_view text) {
     unsigned char bits = 0;
     for (const char byte : text) {
@@ -41,7 +32,7 @@ template <class Show> bool forEachShown(std::string_view utf8, Show show) {
     if (isASCII(utf8)) { // as most lines are
         return std::ranges::all_of(utf8, show) && (utf8.ends_with(' ') || utf8.empty() || show(U' '));
     }
-    const std::u32string text = decoded(utf8);
+    const std::u32string text = codePoints(utf8);
     const bool wordBreak = text.back() != U' ' && !isWrittenWithoutSpaces(text.back());
     return std::ranges::all_of(visualOrder(text), show) && (!wordBreak || show(U' '));
 }

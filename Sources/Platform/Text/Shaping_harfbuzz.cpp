@@ -63,14 +63,6 @@ private:
     std::map<std::pair<char32_t, bool>, std::optional<FontFile>> standIns_;
 };
 
-std::u32string decoded(std::string_view utf8) {
-    std::u32string text;
-    for (std::size_t at = 0; at < utf8.size();) {
-        text += nextCodePoint(utf8, at);
-    }
-    return text;
-}
-
 /// A line on its way to glyphs, character by character.
 struct Line {
     std::u32string text;  ///< what it says
@@ -162,7 +154,7 @@ void appendRuns(ShapedLine& shaped, const Line& line, const DirectionRun& direct
 
 ShapedLine shaped(std::string_view utf8, const Font& font) {
     Line line;
-    line.text = decoded(utf8);
+    line.text = codePoints(utf8);
     line.shown = line.text;
     chooseFiles(line, font);
     ShapedLine shaped;

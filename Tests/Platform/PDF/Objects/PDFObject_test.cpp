@@ -43,6 +43,8 @@ TEST(PDFObject, ReadsEveryKindAndFollowsReferences) {
     EXPECT_EQ(object.get("E").at(1).integer(), 42);
     EXPECT_EQ(object.get("F").get("G").kind(), Kind::boolean);
     EXPECT_EQ(object.get("H").integer(), 42);
+    EXPECT_EQ(object.get("H").objectNumber(), 4);
+    EXPECT_EQ(object.get("A").objectNumber(), 0);
     EXPECT_EQ(object.get("I").kind(), Kind::stream);
     EXPECT_EQ(object.get("I").streamDictionary().get("X").integer(), 1);
     EXPECT_EQ(object.get("I").streamData()->bytes.text(), "data");
