@@ -40,13 +40,16 @@ OrvexFoundPage foundOn(const OrvexPDFPage& page, bool stored) {
     return layer.items->empty() ? page.extractFoundPage() : layer;
 }
 
+/// Empty lines stay empty.
 std::string indented(const std::string& json, std::string_view indent) {
-    std::string text(indent);
+    std::string text;
+    char before = '\n';
     for (const char c : json) {
-        text += c;
-        if (c == '\n') {
+        if (before == '\n' && c != '\n') {
             text += indent;
         }
+        text += c;
+        before = c;
     }
     return text;
 }

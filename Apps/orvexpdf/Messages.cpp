@@ -3,7 +3,6 @@
 #include "OrvexPDF/Alias.h"
 
 #include <algorithm>
-#include <atomic>
 #include <mutex>
 
 #include <unistd.h>
@@ -17,13 +16,15 @@ struct State {
     bool quiet = false;
     bool statusHidden = false;
     bool statusShown = false;
-    std::atomic<int> droppingWarnings = 0; ///< how many want it
 };
 
 State& state() {
     static State shared;
     return shared;
 }
+
+/// How many on this thread want it: what others come upon meanwhile is told.
+thread_local int droppingWarnings = 0;
 
 /// Errors on standard error have nowhere to be reported.
 void show(const std::string& text) {
@@ -38,7 +39,7 @@ void putLine(const std::string& text) {
 }
 
 void logLine(const LogRecord& record) {
-    if (record.level == LogLevel::warning && state().droppingWarnings > 0) {
+    if (record.level == LogLevel::warning && droppingWarnings > 0) {
         return;
     }
     const std::string level(name(record.level));
@@ -97,11 +98,11 @@ std::string oneLine(std::string_view text) {
 }
 
 WarningsDropped::WarningsDropped() {
-    ++state().droppingWarnings;
+    ++droppingWarnings;
 }
 
 WarningsDropped::~WarningsDropped() {
-    --state().droppingWarnings;
+    --droppingWarnings;
 }
 
 } // namespace orvex::tool

@@ -28,7 +28,8 @@ void showStatus(const std::string& text);
 /// `text` without line ends and other control characters, which file names may hold.
 [[nodiscard]] std::string oneLine(std::string_view text);
 
-/// Drops the library's warnings while it lives: for those who put the reason into a message of their own.
+/// Drops the library's warnings of this thread while it lives: for those who put the reason into a message of their
+/// own.
 class WarningsDropped {
 public:
     WarningsDropped();

@@ -59,7 +59,7 @@ std::string sizeOf(std::int64_t bytes) {
 
 /// What the other encoding of the same pixels would have come to.
 std::string describeLoser(const ImagePtr& image, const OrvexPDFSqueezeMode& mode, const OrvexImageMeta& winner) {
-    const ImagePtr reduced = isFiner(*image, mode.dpi) ? orvexImageTransform(image, mode.dpi) : image;
+    const ImagePtr reduced = isFiner(*image, mode.dpi) ? reducedTo(image, mode.dpi) : image;
     const bool wonPNG = winner.mode == OrvexImageMetaMode::png;
     const auto other = wonPNG ? orvexDataForJPGRepresentation(*reduced, static_cast<double>(mode.quality) / 100)
                               : orvexDataForPNG(*reduced);

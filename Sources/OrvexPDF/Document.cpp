@@ -1,5 +1,7 @@
 #include "OrvexPDF/Document.h"
 
+#include "OrvexPDF/Alias.h"
+
 namespace orvex {
 
 OrvexPDFDocumentPtr OrvexPDFDocument::fromData(const Bytes& data, std::optional<PDFOpenError>* why,
@@ -45,6 +47,12 @@ OrvexPDFPagePtr OrvexPDFDocument::orvexPage(std::int64_t at) const {
 
 PDFPagePtr OrvexPDFDocument::makePage(PDFPageContent content) const {
     return std::make_shared<OrvexPDFPage>(std::move(content));
+}
+
+void OrvexPDFDocument::wroteEmptied(std::int64_t page) const {
+    moduleLogger().log(LogLevel::warning, "Document", "write(sink:)", [page] {
+        return "Page " + std::to_string(page + 1) + " was saved empty: nothing of it could be read in its damaged file";
+    });
 }
 
 } // namespace orvex

@@ -22,7 +22,7 @@ public:
     /// owner's or the user's; a file that needs none opens with any.
     static std::shared_ptr<OrvexPDFDocument> fromData(const Bytes& data, std::optional<PDFOpenError>* why = nullptr,
                                                       const std::string& password = {});
-    /// The same for a file; an unreadable one gives null as well.
+    /// The same for a file; one that cannot be read gives null as well, without a word in `why`.
     static std::shared_ptr<OrvexPDFDocument> fromFile(const std::filesystem::path& url,
                                                       std::optional<PDFOpenError>* why = nullptr,
                                                       const std::string& password = {});
@@ -52,6 +52,8 @@ public:
 
 protected:
     [[nodiscard]] PDFPagePtr makePage(PDFPageContent content) const override;
+    /// Logged as a warning.
+    void wroteEmptied(std::int64_t page) const override;
 };
 
 using OrvexPDFDocumentPtr = std::shared_ptr<OrvexPDFDocument>;

@@ -3,6 +3,7 @@
 #include "Platform/Imaging/Codecs.h"
 #include "Platform/Imaging/JpegReduction.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <new>
@@ -74,11 +75,37 @@ ImagePtr drawnOnSurface(const Image& image, const ImageRep& rep, const Target& t
     return bitmap ? imageOf(std::move(bitmap), image) : nullptr;
 }
 
+Target targetAt(std::int64_t dpi, const Image& image) {
+    const double factor = static_cast<double>(dpi) / 72.0;
+    return {factor * image.size().width, factor * image.size().height};
+}
+
 ImagePtr drawnByItself(const Image& image, const ImageRep& rep, const Target& target) {
     const std::int64_t width = truncateOrDie(std::round(target.width), "the width of a reduced image");
     const std::int64_t height = truncateOrDie(std::round(target.height), "the height of a reduced image");
     BitmapPtr bitmap = width < 1 || height < 1 ? nullptr : drawn(rep, width, height);
     return bitmap ? imageOf(std::move(bitmap), image) : nullptr;
+}
+
+ImagePtr transformed(const ImagePtr& image, const Target& target) {
+    const auto info = [](const char* message) {
+        moduleLogger().log(LogLevel::info, imagesFile, transformLabel, [&] { return std::string(message); });
+    };
+    const ImageRepPtr rep = image->bestRepresentation();
+    if (rep) {
+        if (ImagePtr result = drawnOnSurface(*image, *rep, target)) {
+            return result;
+        }
+    }
+    info("Error getting the image");
+    if (!rep) {
+        return image;
+    }
+    if (ImagePtr result = drawnByItself(*image, *rep, target)) {
+        return result;
+    }
+    info("Error getting the image Plan B");
+    return image;
 }
 
 } // namespace
@@ -100,26 +127,16 @@ bool isFiner(const Image& image, std::int64_t dpi) {
 }
 
 ImagePtr orvexImageTransform(const ImagePtr& image, std::int64_t dpi) {
-    const auto info = [](const char* message) {
-        moduleLogger().log(LogLevel::info, imagesFile, transformLabel, [&] { return std::string(message); });
-    };
-    const double factor = static_cast<double>(dpi) / 72.0;
-    const Target target{factor * image->size().width, factor * image->size().height};
-    const ImageRepPtr rep = image->bestRepresentation();
-    if (rep) {
-        if (ImagePtr result = drawnOnSurface(*image, *rep, target)) {
-            return result;
-        }
+    return transformed(image, targetAt(dpi, *image));
+}
+
+ImagePtr reducedTo(const ImagePtr& image, std::int64_t dpi) {
+    Target target = targetAt(dpi, *image);
+    if (const ImageRepPtr rep = image->bestRepresentation()) {
+        target.width = std::min(target.width, static_cast<double>(rep->pixelsWide()));
+        target.height = std::min(target.height, static_cast<double>(rep->pixelsHigh()));
     }
-    info("Error getting the image");
-    if (!rep) {
-        return image;
-    }
-    if (ImagePtr result = drawnByItself(*image, *rep, target)) {
-        return result;
-    }
-    info("Error getting the image Plan B");
-    return image;
+    return transformed(image, target);
 }
 
 namespace {
@@ -163,7 +180,7 @@ void consider(OrvexImageMetaMode mode, const std::optional<Bytes>& data, OrvexIm
 
 OrvexImageMeta optimized(ImagePtr image, const OrvexPDFSqueezeMode& squeeze) {
     if (isFiner(*image, squeeze.dpi)) {
-        image = orvexImageTransform(image, squeeze.dpi);
+        image = reducedTo(image, squeeze.dpi);
     }
     OrvexImageMeta best{image};
     const Candidates candidates =

@@ -34,8 +34,11 @@ struct OrvexImageMeta {
 [[nodiscard]] ImagePtr orvexImageTransform(const ImagePtr& image, std::int64_t dpi);
 /// Whether the image measures more than `dpi`, by more than the rounding of its size in points.
 [[nodiscard]] bool isFiner(const Image& image, std::int64_t dpi);
-/// Reduced to the preset when finer, then the smaller of PNG and JPEG (PNG on a tie). No preset: the very input.
-/// `size` is accepted and not used.
+/// orvexImageTransform() without a pixel more across or down than the image has: one that is finer than `dpi` across
+/// may be coarser down.
+[[nodiscard]] ImagePtr reducedTo(const ImagePtr& image, std::int64_t dpi);
+/// Reduced to the preset when finer, never enlarged, then the smaller of PNG and JPEG (PNG on a tie). No preset: the
+/// very input. `size` is accepted and not used.
 [[nodiscard]] OrvexImageMeta optimizeImage(const ImagePtr& image, const OrvexPDFSqueezeModePtr& squeeze, Size size);
 
 /// The page's bare content at the preset's resolution, optimised. Empty, with a warning, when it cannot be rendered.

@@ -81,7 +81,8 @@ public:
     /// What people see, fitted into `size` points with its proportions kept; pixels by the screen's backing scale.
     /// Null when the page cannot be rendered.
     [[nodiscard]] ImagePtr thumbnail(Size size);
-    /// thumbnail() as an image of one point per pixel; oddities in its resolution are logged as warnings.
+    /// thumbnail() as an image of one point per pixel, an image without representations where that is null; oddities in
+    /// its resolution are logged as warnings.
     [[nodiscard]] ImagePtr thumbnail72DPI(Size size);
 
     /// Page+EmbeddedImages.cpp: the images that the page's own resources name, in the file's order: decoded ones as

@@ -1,5 +1,6 @@
 #include "ToolSupport.h"
 
+#include "OrvexPDF/Document.h"
 #include "Support/PDFFixture.h"
 
 namespace orvex::test {
@@ -26,6 +27,12 @@ TEST_F(Found, PrintsAFoundDocument) {
     EXPECT_EQ(ask("orvexpdf found a.pdf", "[[i[\"text\"] for i in p[\"items\"]] for p in d[\"pages\"]]"),
               "[['One'], [], ['Three']]");
     EXPECT_EQ(ask("orvexpdf found a.pdf", "d[\"pages\"][1]"), "{'items': [], 'size': {'h': 792, 'w': 612}}");
+}
+
+TEST_F(Found, IsWrittenAsTheLibraryWritesIt) {
+    writeThreePages();
+    const auto document = OrvexPDFDocument::fromData(read("a.pdf"));
+    EXPECT_EQ(toolOutput("found a.pdf"), document->extractFoundDocument().toJSONString(true) + "\n");
 }
 
 TEST_F(Found, IsCompactWhenAsked) {

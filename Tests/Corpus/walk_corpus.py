@@ -6,7 +6,7 @@ Usage: walk_corpus.py PROGRAMS FOLDER... [--every N] [--seconds S] [--megabytes 
 
 PROGRAMS is the folder with orvexpdf and corpus_step. A step is done, refused with a reason, or has failed: by a crash, an
 unknown exit code, a message without words, its time or its memory. Prints a table and every failure; fails when there is
-one, or when the file is refused by one step and not by another.
+one.
 """
 
 import argparse

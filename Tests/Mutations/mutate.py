@@ -65,10 +65,10 @@ MUTATIONS = [
      "return width <= 2 * sourceRowLength(rep) /"),
     ("a preset's quality is not checked", OPTIMISE, "    checkJPEGQuality(quality);\n", ""),
     ("a failed encoding gives the original", OPTIMISE,
-     "    if (isFiner(*image, squeeze.dpi)) {\n        image = orvexImageTransform(image, squeeze.dpi);\n    }\n"
+     "    if (isFiner(*image, squeeze.dpi)) {\n        image = reducedTo(image, squeeze.dpi);\n    }\n"
      "    OrvexImageMeta best{image};\n",
      "    OrvexImageMeta best{image};\n    if (isFiner(*image, squeeze.dpi)) {\n"
-     "        image = orvexImageTransform(image, squeeze.dpi);\n    }\n"),
+     "        image = reducedTo(image, squeeze.dpi);\n    }\n"),
     ("recognition leaves the page turned", OCR, "{ page_.setRotation(before_); }", "{}"),
     ("the original page comes before the image", OCR, "if (meta.originalImage) {",
      "if (meta.originalImage && !meta.originalPage) {"),

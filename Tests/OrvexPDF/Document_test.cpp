@@ -1,9 +1,12 @@
 #include "OrvexPDF/Document.h"
 
+#include "OrvexPDF/Alias.h"
+#include "Support/LogRecorder.h"
 #include "Support/PDFFixture.h"
 #include "Support/SavedDocument.h"
 #include "Support/TempFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -45,6 +48,36 @@ TEST(Document, APlainPlatformPageIsPassedOver) {
     EXPECT_EQ(document->pageCount(), 3);
     EXPECT_EQ(document->orvexPages().size(), 2U);
     EXPECT_EQ(document->orvexPage(1), nullptr);
+}
+
+/// The second of its three pages is no object that a parser can make anything of.
+OrvexPDFDocumentPtr withAPageThatCannotBeRead() {
+    return OrvexPDFDocument::fromData(test::pdfFromPages({{test::showing("One")},
+                                                          {test::showing("Two"), "[0 0 9999999999999999999999 100]"},
+                                                          {test::showing("Three")}}));
+}
+
+TEST(Document, APageThatCannotBeReadIsSavedEmptyWithAWarning) {
+    const std::string warned = " was saved empty: nothing of it could be read in its damaged file";
+    const auto document = withAPageThatCannotBeRead();
+    document->page(1)->setRotation(90);
+    OrvexPDFDocument other;
+    other.insertPage(withAPageThatCannotBeRead()->page(1), 0);
+    const test::LogRecorder log(moduleLogger(), LogLevel::warning);
+    EXPECT_EQ(test::SavedDocument(*document).words(), "One||Three|");
+    EXPECT_EQ(test::SavedDocument(other).words(), "|");
+    EXPECT_THAT(log.texts(), testing::ElementsAre("Document write(sink:) warning: Page 2" + warned,
+                                                  "Document write(sink:) warning: Page 1" + warned));
+}
+
+TEST(Document, MeasuringAndPagesThatNothingLooksIntoWarnOfNothing) {
+    const auto document = withAPageThatCannotBeRead();
+    document->page(0)->setRotation(90);
+    const test::LogRecorder log(moduleLogger(), LogLevel::warning);
+    EXPECT_NE(document->dataRepresentation()->text().find("9999999999999999999999"), std::string_view::npos);
+    document->page(1)->setRotation(90);
+    EXPECT_TRUE(document->measuredSize());
+    EXPECT_THAT(log.texts(), testing::IsEmpty());
 }
 
 TEST(Document, MissingAndNonTextAttributesReadAsEmpty) {

@@ -88,6 +88,18 @@ TEST(Images, onlyWhatIsFinerThanThePresetIsReduced) {
     EXPECT_EQ(pixelsAfter(100), 288);   // never enlarged
 }
 
+TEST(Images, whatIsFinerAcrossAndCoarserDownIsNotEnlarged) {
+    for (const ColorModel model : {ColorModel::rgb, ColorModel::gray}) {         // drawn on a surface, and by itself
+        const ImagePtr image = imageOf(makePhoto(600, 100, model), {144, 7200}); // 300 dpi across, 1 down
+        const OrvexImageMeta meta = optimizeImage(image, mode(72, 50), {});
+        EXPECT_EQ(meta.image->representations().front()->pixelsWide(), 144);
+        EXPECT_EQ(meta.image->representations().front()->pixelsHigh(), 100);
+        EXPECT_NEAR(meta.image->dpi(), 72, 0.1);
+        EXPECT_NEAR(meta.image->size().height, 7200, 72);
+        EXPECT_EQ(orvexImageTransform(image, 72)->representations().front()->pixelsHigh(), 7200);
+    }
+}
+
 TEST(Images, aScanAtThePresetsResolutionIsNotResampledForARoundingError) {
     const ImagePtr scan = jpegImage(makePhoto(2480, 10), 300);
     EXPECT_GT(scan->dpi(), 300.0);

@@ -36,6 +36,8 @@ cmake --build "$scratch/cmake"
 makes_a_searchable_pdf "$scratch/cmake/consumer"
 
 pc=$(dirname "$(find "$prefix" -name orvexpdf.pc)")
+version=$(sed -n 's/^Version: //p' "$pc/orvexpdf.pc")
+[ -n "$(find "$prefix" -name "libOrvexPDF.so.${version%.*}")" ] || fail "versions that are not compatible share a library name"
 flags() { PKG_CONFIG_PATH=$pc pkg-config "$@" orvexpdf; }
 # Word splitting is how pkg-config hands out several options.
 # shellcheck disable=SC2046

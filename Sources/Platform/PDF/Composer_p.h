@@ -10,6 +10,7 @@
 #include "Platform/PDF/Saving/Composition_p.h"
 #include "Platform/PDF/Writing/FileWriter_p.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -38,6 +39,8 @@ public:
     void write(ByteSink& sink);
     /// How many bytes write() would write, instead of it. Throws PDFWriteError.
     [[nodiscard]] std::size_t measure();
+    /// Which pages are empty, since nothing of them could be read.
+    [[nodiscard]] const std::vector<std::int64_t>& emptiedPages() const { return emptiedPages_; }
 
 private:
     void finish(const std::function<void(const FileForm&)>& use);
@@ -46,7 +49,8 @@ private:
     void placePages();
     QPDFObjectHandle placeLoaded(const PDFPage& page, const LoadedPageContent& content);
     PageImport& importFor(const LoadedPageContent& content, int copy);
-    void requirePage(QPDFObjectHandle object);
+    void requirePage(QPDFObjectHandle object, bool asPicture);
+    void noteEmptied(bool asPicture);
     void copyPages();
     void buildTree();
     void drawPages();
@@ -70,7 +74,8 @@ private:
     std::shared_ptr<QPDF> target_;
     Composition document_;
     bool bringsTags_ = false;
-    std::vector<QPDFObjectHandle> objects_;         ///< one per page
+    std::vector<QPDFObjectHandle> objects_; ///< one per page
+    std::vector<std::int64_t> emptiedPages_;
     std::map<PDFSource*, std::vector<int>> copies_; ///< how often the pages of a file stand in the document
     std::map<PDFSource*, std::shared_ptr<ImportSource>> importSources_;
     std::map<std::pair<PDFSource*, int>, PageImport*> imports_; ///< by file and how-manieth copy of its pages

@@ -140,8 +140,11 @@ QPDFObjectHandle Composer::placeLoaded(const PDFPage& page, const LoadedPageCont
         } else if (document_.kept && base_->knownRotation(content.index) == page.rotation()) {
             document_.kept->keepPage(object.getObjGen());
         }
-        requirePage(object);
+        requirePage(object, asPicture);
         return object;
+    }
+    if (!content.source->page(content.index).isDictionary()) {
+        noteEmptied(asPicture);
     }
     auto object = target_->makeIndirectObject(QPDFObjectHandle::newDictionary());
     importFor(content, copy).add(content.index, object, asPicture);
@@ -149,10 +152,18 @@ QPDFObjectHandle Composer::placeLoaded(const PDFPage& page, const LoadedPageCont
 }
 
 /// Of some damaged pages qpdf makes nothing, but readers count them.
-void Composer::requirePage(QPDFObjectHandle object) {
+void Composer::requirePage(QPDFObjectHandle object, bool asPicture) {
     if (!document_.isKept(object) && !object.isDictionary()) {
+        noteEmptied(asPicture);
         target_->replaceObject(object.getObjGen(), QPDFObjectHandle::parse("<< /Type /Page >>"));
         document_.pagesChanged = true;
+    }
+}
+
+/// The page that is being placed; a picture of it shows what there was to see.
+void Composer::noteEmptied(bool asPicture) {
+    if (!asPicture) {
+        emptiedPages_.push_back(static_cast<std::int64_t>(objects_.size()));
     }
 }
 

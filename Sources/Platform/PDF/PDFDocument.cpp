@@ -3,6 +3,8 @@
 #include "Platform/PDF/Composer_p.h"
 #include "Platform/PDF/PDFSource_p.h"
 
+#include <algorithm>
+
 namespace orvex {
 
 PDFDocument::PDFDocument() = default;
@@ -60,7 +62,9 @@ std::optional<Bytes> PDFDocument::dataRepresentation() const {
 bool PDFDocument::write(ByteSink& sink) const {
     const auto pages = allPages();
     if (!pages.empty()) {
-        Composer(source_, pages, info_).write(sink);
+        Composer composer(source_, pages, info_);
+        composer.write(sink);
+        std::ranges::for_each(composer.emptiedPages(), [this](auto at) { wroteEmptied(at); });
     }
     return !pages.empty();
 }
@@ -96,5 +100,7 @@ void PDFDocument::open(const Bytes& data, const std::string& password) {
 PDFPagePtr PDFDocument::makePage(PDFPageContent content) const {
     return std::make_shared<PDFPage>(std::move(content));
 }
+
+void PDFDocument::wroteEmptied(std::int64_t /*page*/) const {}
 
 } // namespace orvex

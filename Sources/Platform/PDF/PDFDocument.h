@@ -92,6 +92,9 @@ protected:
     void open(const Bytes& data, const std::string& password = {});
     /// The page class of loaded pages.
     [[nodiscard]] virtual PDFPagePtr makePage(PDFPageContent content) const;
+    /// A file was written in which this page is empty, since its own file is so damaged that nothing of it could be
+    /// read. Does nothing here.
+    virtual void wroteEmptied(std::int64_t page) const;
 
 private:
     [[nodiscard]] std::vector<PDFPagePtr> allPages() const;
