@@ -146,7 +146,7 @@ QPDFObjectHandle Composer::placeLoaded(const PDFPage& page, const LoadedPageCont
     if (!content.source->page(content.index).isDictionary()) {
         noteEmptied(asPicture);
     }
-    auto object = target_->makeIndirectObject(QPDFObjectHandle::newDictionary());
+    auto object = target_->makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Page >>"));
     importFor(content, copy).add(content.index, object, asPicture);
     return object;
 }
