@@ -173,15 +173,16 @@ void OrvexPDFDocumentManager::_replace(std::int64_t pageAt, const OrvexPDFPagePt
 void OrvexPDFDocumentManager::move(const std::vector<std::int64_t>& pagesAt, std::int64_t to) {
     auto falling = pagesAt;
     std::sort(falling.rbegin(), falling.rend());
-    if (std::adjacent_find(falling.begin(), falling.end()) != falling.end()) {
-        fatalError("a page was to be moved twice in one move");
-    }
+    const auto twice = std::adjacent_find(falling.begin(), falling.end());
     syncOnMain([&] {
+        constexpr std::string_view function = "move(pagesAt:to:)";
         const auto before = to == -1 ? pdfDoc->pageCount() : to;
-        if (isPageIndexOrEnd(before)) {
-            moveBefore(before, pagesAt, falling);
+        if (twice != falling.end()) {
+            batch([&] { debugLine(function, "Tried to move a page twice: ", *twice); });
+        } else if (!isPageIndexOrEnd(before)) {
+            batch([&] { debugLine(function, "Tried to move pages out of index: ", to); });
         } else {
-            batch([to] { debugLine("move(pagesAt:to:)", "Tried to move pages out of index: ", to); });
+            moveBefore(before, pagesAt, falling);
         }
     });
 }

@@ -109,8 +109,8 @@ public:
     /// Nothing happens for an index without a page, for the page that is there already, and for a null page.
     void replace(std::int64_t pageAt, const OrvexPDFPagePtr& withPage, const OrvexPDFPageMeta& withMeta, bool force);
     /// The listed pages, in the listed order, go before the page that is at `to`, or to the end where that is -1 or the
-    /// page count: one undo step. No page moves where it is anything else. The indices must be valid and distinct;
-    /// others are fatal.
+    /// page count: one undo step. No page moves where it is anything else, or where a page is listed twice. The indices
+    /// must be valid; others are fatal.
     void move(const std::vector<std::int64_t>& pagesAt, std::int64_t to);
     /// A quarter turn through the page's record, whose rotation grows or shrinks by 90 degrees without being reduced.
     /// Nothing happens for an index that is negative or beyond the page count; the page count itself is fatal.
