@@ -119,7 +119,7 @@ std::vector<std::uint32_t> glyphsOfIdentifiers(QPDFObjectHandle map, std::uint32
 std::size_t costOf(const CompositeFontParts& parts) {
     std::size_t cost = (parts.widths.size() + parts.verticals.size()) * sizeof(Metrics);
     for (const std::string& text : parts.glyphTexts) {
-        cost += sizeof(text) + text.size();
+        cost += sizeof(std::string) + text.size();
     }
     return cost + (parts.toUnicode ? parts.toUnicode->cost() : 0);
 }
