@@ -12,7 +12,7 @@ namespace orvex {
 
 namespace {
 
-constexpr std::size_t bufferLimit = 256 * 1024;
+constexpr std::size_t bufferLimit = 128 * 1024;
 
 /// Where links lead to: the file is replaced, not the link. A link to nothing names the file to be made.
 std::filesystem::path followLinks(std::filesystem::path path) {
@@ -127,7 +127,7 @@ void AtomicFile::write(std::span<const std::uint8_t> bytes) {
     if (buffer_.size() + bytes.size() > bufferLimit) {
         flush();
     }
-    if (bytes.size() <= bufferLimit) {
+    if (bytes.size() < bufferLimit) {
         buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
         return;
     }

@@ -27,7 +27,7 @@ public:
     [[nodiscard]] std::size_t position() const { return position_; }
 
 private:
-    static constexpr std::size_t capacity = std::size_t{256} * 1024;
+    static constexpr std::size_t capacity = std::size_t{128} * 1024;
     void emit(std::string_view bytes);
 
     ByteSink* sink_ = nullptr;
